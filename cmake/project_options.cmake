@@ -1,0 +1,39 @@
+# The one set of compiler options for all our targets: link it PRIVATE, never install it.
+add_library(project_options INTERFACE)
+target_compile_features(project_options INTERFACE cxx_std_20)
+target_include_directories(project_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(
+    project_options
+    INTERFACE -Wall
+              -Wextra
+              -Wpedantic
+              -Wshadow
+              -Wconversion
+              $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+              $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+              # Unique symbols would keep a library in the process after dlclose.
+              $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>
+)
+if(OPCUA_WARNINGS_AS_ERRORS)
+    target_compile_options(project_options INTERFACE -Werror)
+endif()
+if(OPCUA_SANITIZERS)
+    target_compile_options(
+        project_options INTERFACE -fsanitize=${OPCUA_SANITIZERS} -fno-omit-frame-pointer
+                                  -fno-sanitize-recover=all
+    )
+    target_link_options(project_options INTERFACE -fsanitize=${OPCUA_SANITIZERS})
+endif()
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_VERIFY_INTERFACE_HEADER_SETS ON)
+
+# Programs and libraries lie side by side in the build tree, as they do once installed, so that both find each other.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
