@@ -1,5 +1,6 @@
 /*
- * Where a host receives the log lines of a module: the one C function that libZunoHelper.so has for hosts.
+ * Where a host receives the log lines of a module: the one C function that libZunoHelper.so has for
+ * hosts.
  */
 #ifndef ZUNOHELPER_LOG_SINK_H
 #define ZUNOHELPER_LOG_SINK_H
@@ -19,16 +20,16 @@ extern "C" {
  * text      UTF-8, no line end, not zero-terminated; valid only during the call
  * length    its length in bytes
  *
- * Called on whatever thread writes the line, from several at once. It must return normally and must not call back into
- * the module or ZunoSetLogSink.
+ * Called on whatever thread writes the line, from several at once. It must return normally and must
+ * not call back into the module or ZunoSetLogSink.
  */
-typedef void (*zuno_log_sink)(
-    void* user, const char* source, int32_t severity, const char* text, uint32_t length
-);
+typedef void (*zuno_log_sink
+)(void* user, const char* source, int32_t severity, const char* text, uint32_t length);
 
 /*
- * Sends all log lines to `sink` from now on. Null: lines of severity 4 and below go to standard error and the rest is
- * dropped, as at the start. When it returns, the former sink is not called any more. Thread-safe.
+ * Sends all log lines to `sink` from now on. Null: lines of severity 4 and below go to standard
+ * error and the rest is dropped, as at the start. When it returns, the former sink is not called
+ * any more. Thread-safe.
  */
 #if defined(__GNUC__)
 __attribute__((visibility("default")))

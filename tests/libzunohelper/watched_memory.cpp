@@ -1,0 +1,63 @@
+// Apart from the tests, so that the compiler cannot see through the allocations.
+
+#include "watched_memory.hpp"
+
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::string_view watched_text;
+std::atomic<bool> watching{false};
+std::atomic<int> found{0};
+
+void release(void* block) noexcept {
+    if (watching && block) {
+        const std::string_view content{static_cast<const char*>(block), malloc_usable_size(block)};
+        found += content.find(watched_text) != std::string_view::npos ? 1 : 0;
+    }
+    std::free(block);
+}
+
+} // namespace
+
+void watched_memory::start(std::string_view text) noexcept {
+    watched_text = text;
+    found = 0;
+    watching = true;
+}
+
+int watched_memory::stop() noexcept {
+    watching = false;
+    return found;
+}
+
+void* operator new(std::size_t size) {
+    if (void* const block = std::malloc(size)) {
+        return block;
+    }
+    throw std::bad_alloc{};
+}
+
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
+void operator delete(void* block) noexcept {
+    release(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept {
+    release(block);
+}
+
+void operator delete[](void* block) noexcept {
+    release(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept {
+    release(block);
+}
