@@ -1,0 +1,37 @@
+#pragma once
+
+// Private and public keys on OpenSSL.
+
+#include "libcertificatehelper/allocator.hpp"
+#include "libcertificatehelper/key_interface.hpp"
+#include "libcertificatehelper/source/owners.hpp"
+
+#include <memory>
+
+namespace tarvik::monitoring_modules::libcertificatehelper {
+
+class private_key final : public key_interface {
+  public:
+    /// @param key, allocator not null.
+    private_key(evp_pkey_ptr key, std::shared_ptr<allocator> allocator);
+
+    [[nodiscard]] byte_vector to_der() const override;
+
+  private:
+    std::shared_ptr<allocator> allocator_;
+    evp_pkey_ptr key_;
+};
+
+class public_key final : public key_interface {
+  public:
+    /// @param key, allocator not null.
+    public_key(evp_pkey_ptr key, std::shared_ptr<allocator> allocator);
+
+    [[nodiscard]] byte_vector to_der() const override;
+
+  private:
+    std::shared_ptr<allocator> allocator_;
+    evp_pkey_ptr key_;
+};
+
+} // namespace tarvik::monitoring_modules::libcertificatehelper
