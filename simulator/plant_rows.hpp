@@ -1,0 +1,48 @@
+#pragma once
+// The plant as data: one row for each variable, in the order in which it is shown.
+
+#include "simulator/stack_owners.hpp"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tarvik::simulator {
+
+/// How a value moves with each step.
+enum class motion : std::uint8_t {
+    fixed,
+    wave,     ///< numbers: swings by 5 % around the last value that was set
+    count_up, ///< integers: one more; wraps around
+    toggle,   ///< booleans: the other one at every tenth step
+    clock,    ///< the time of reading
+};
+
+enum class access : std::uint8_t { read_only, read_write };
+
+struct plant_row {
+    std::string node_id;        ///< such as "ns=2;s=Boiler.Temperature"
+    std::string folder{};       ///< object that it stands in; made at its first mention
+    std::string display_name{}; ///< empty: the node has none
+    std::string description{};  ///< empty: the node has none
+    variant value{};            ///< first value; its type and shape are what the node declares
+    motion moves = motion::fixed;
+    access client_access = access::read_only;
+};
+
+/// URI of namespace 2, in which all the rows' node ids are.
+inline constexpr const char* plant_namespace = "urn:tarvik:simulator:plant";
+
+[[nodiscard]] std::vector<plant_row> plant_rows();
+
+/// One namespace with its variables.
+struct plant_tree {
+    const char* namespace_uri;
+    std::vector<plant_row> rows;
+};
+
+/// All that the server shows below Objects; the first tree has namespace index 2, the next one 3
+/// and so on. A further device is one file with its rows and one line in simulator/plant_trees.cpp.
+[[nodiscard]] std::vector<plant_tree> plant_trees();
+
+} // namespace tarvik::simulator

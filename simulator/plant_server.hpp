@@ -1,0 +1,127 @@
+#pragma once
+// A simulated plant: an OPC UA server on 127.0.0.1 that runs in a thread of its own, with every
+// kind of value that a monitored plant may show and with the faults it may have (frozen, restarted,
+// sessions dropped, values gone bad).
+//
+// All members may be called from any thread. Nothing is written to stdout or stderr. Node ids are
+// texts such as "ns=2;s=Boiler.Temperature"; simulator/plant_rows.cpp lists the nodes. The nodes of
+// the server's own diagnostics and state (simulator/server_status.cpp) may be named as well
+// wherever a node id is asked for.
+
+#include "simulator/plant_error.hpp"
+#include "simulator/plant_options.hpp"
+#include "simulator/plant_values.hpp"
+#include "simulator/stack_owners.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <open62541/types.h>
+#include <open62541/types_generated.h>
+
+namespace tarvik::simulator {
+
+class plant_server final {
+  public:
+    /// Makes the plant with its first values; no socket is opened yet.
+    /// @throws plant_error when a certificate cannot be made.
+    explicit plant_server(plant_options options = {});
+    ~plant_server();
+    plant_server(const plant_server&) = delete;
+    plant_server& operator=(const plant_server&) = delete;
+
+    /// Listens, and answers from now on. No effect while running.
+    /// After a stop() the same port is used again.
+    /// @throws plant_error when somebody listens on the port or the stack refuses.
+    void start();
+    /// Closes all connections and the port; values stay. No effect while stopped. Ends a freeze.
+    void stop() noexcept;
+    /// stop() and start(): same port, same values, sessions and connections are lost.
+    void restart();
+    [[nodiscard]] bool running() const;
+
+    /// Nothing is answered from now until thaw(): connections stay open, new ones wait in the
+    /// kernel's queue.
+    void freeze();
+    /// Answers again, beginning with what came in meanwhile. No effect unless frozen.
+    void thaw();
+
+    /// "opc.tcp://127.0.0.1:PORT/". Port 0 until the first start.
+    [[nodiscard]] std::string endpoint_url() const;
+    [[nodiscard]] std::uint16_t port() const;
+
+    /// Ends every session from the server's side; the TCP connections and secure channels stay. No
+    /// effect while stopped.
+    void close_all_sessions();
+    /// Sessions that are activated now.
+    [[nodiscard]] std::size_t session_count() const;
+    /// Read service requests received since construction, whatever their number of nodes.
+    [[nodiscard]] std::uint64_t read_request_count() const;
+    /// Values of plant nodes (not of the server's own nodes) that clients have read since
+    /// construction.
+    [[nodiscard]] std::uint64_t value_read_count() const;
+
+    /// Sets the value; the declared DataType of the node stays, so a value of another type is what
+    /// a faulty server sends.
+    /// @throws plant_error for a node the plant does not have.
+    void set_value(std::string_view node_id, const UA_Variant& value);
+    /// For bool and all integer and floating-point types of the stack; the type decides:
+    /// std::int32_t{5} sets an Int32.
+    template <typename Type>
+    requires(type_index<Type> < UA_TYPES_COUNT) void set_value(
+        std::string_view node_id, Type value
+    ) {
+        set_value(node_id, value_of(value).get());
+    }
+    void set_value(std::string_view node_id, std::string_view value);
+    void set_value(std::string_view node_id, const char* value);
+
+    /// @return a copy of the value as a client would read it, also while stopped or frozen; an
+    /// empty variant if the node has none.
+    /// @throws plant_error for a node the plant does not have.
+    [[nodiscard]] variant get_value(std::string_view node_id) const;
+
+    /// Reading the node's Value gives this status, without a value, until UA_STATUSCODE_GOOD (0) is
+    /// set.
+    /// @throws plant_error for a node the plant does not have.
+    void set_read_status(std::string_view node_id, UA_StatusCode status);
+
+    /// The node is gone: clients get BadNodeIdUnknown for all its attributes, also after a restart.
+    /// @throws plant_error for a node the plant does not have.
+    void remove_node(std::string_view node_id);
+
+    /// Texts of the node; empty: the server answers with a null LocalizedText.
+    /// @throws plant_error for a node that is not of the plant.
+    void set_display_name(std::string_view node_id, std::string_view text);
+    void set_description(std::string_view node_id, std::string_view text);
+
+    /// EnabledFlag (ns=0;i=2294). Switched off, the counters are not readable: BadNodeIdUnknown.
+    void set_diagnostics(bool enabled);
+
+    /// All changing values move one step on; the same number of steps always gives the same values
+    /// (clocks aside).
+    void advance(unsigned steps = 1);
+
+    /// What a reader of the program's table sees for one node.
+    struct node_info {
+        std::string node_id;
+        std::string type;        ///< "Double", "String[]"; "-" without a value
+        std::string value;       ///< as text, shortened
+        std::string description; ///< may be empty
+    };
+    /// All nodes of the plant, in the order of their declaration.
+    [[nodiscard]] std::vector<node_info> nodes() const;
+
+    /// The server's certificate, DER; empty if it needs none.
+    [[nodiscard]] std::vector<std::uint8_t> certificate() const;
+
+  private:
+    class implementation;
+    std::unique_ptr<implementation> implementation_;
+};
+
+} // namespace tarvik::simulator

@@ -1,0 +1,81 @@
+#include "simulator/server_status.hpp"
+
+#include "simulator/plant_values.hpp"
+
+#include <array>
+
+#include <open62541/nodeids.h>
+
+namespace tarvik::simulator {
+namespace {
+
+using summary = UA_ServerDiagnosticsSummaryDataType;
+
+struct counter {
+    UA_UInt32 id; // in namespace 0, below Server.ServerDiagnostics.ServerDiagnosticsSummary
+    UA_UInt32 summary::*value;
+};
+
+constexpr std::array counters{
+    counter{2276, &summary::serverViewCount},
+    counter{2277, &summary::currentSessionCount},
+    counter{2278, &summary::cumulatedSessionCount},
+    counter{2279, &summary::securityRejectedSessionCount},
+    counter{3705, &summary::rejectedSessionCount},
+    counter{2281, &summary::sessionTimeoutCount},
+    counter{2282, &summary::sessionAbortCount},
+    counter{2284, &summary::publishingIntervalCount},
+    counter{2285, &summary::currentSubscriptionCount},
+    counter{2286, &summary::cumulatedSubscriptionCount},
+    counter{2287, &summary::securityRejectedRequestsCount},
+    counter{2288, &summary::rejectedRequestsCount},
+};
+
+constexpr UA_UInt32 summary_id = 2275;
+constexpr UA_UInt32 enabled_flag_id = 2294;
+constexpr UA_UInt32 start_time_id = 2257;
+constexpr UA_UInt32 current_time_id = 2258;
+constexpr UA_UInt32 state_id = 2259;
+
+/// The stack counts by itself and shows all counters in the summary.
+reading read_counter(UA_Server* server, UA_UInt32 summary::*member) {
+    variant all;
+    if (server == nullptr ||
+        UA_Server_readValue(server, UA_NODEID_NUMERIC(0, summary_id), all.out()) !=
+            UA_STATUSCODE_GOOD ||
+        !UA_Variant_hasScalarType(
+            &all.get(), &UA_TYPES[UA_TYPES_SERVERDIAGNOSTICSSUMMARYDATATYPE]
+        )) {
+        return {{}, UA_STATUSCODE_BADOUTOFSERVICE};
+    }
+    return {value_of(static_cast<const summary*>(all.get().data)->*member)};
+}
+
+std::string server_node(UA_UInt32 id) {
+    return "ns=0;i=" + std::to_string(id);
+}
+
+} // namespace
+
+std::vector<status_node> status_nodes(const std::atomic<bool>& diagnostics) {
+    const UA_DateTime started = UA_DateTime_now();
+    std::vector<status_node> nodes{
+        {server_node(start_time_id), [started](UA_Server*) { return reading{date_time(started)}; }},
+        {server_node(current_time_id),
+         [](UA_Server*) { return reading{date_time(UA_DateTime_now())}; }},
+        {server_node(state_id),
+         [](UA_Server*) { return reading{scalar(UA_SERVERSTATE_RUNNING, UA_TYPES_SERVERSTATE)}; }},
+        {server_node(enabled_flag_id),
+         [&diagnostics](UA_Server*) { return reading{value_of(diagnostics.load())}; }},
+    };
+    for (const counter& row : counters) {
+        nodes
+            .push_back({server_node(row.id), [&diagnostics, member = row.value](UA_Server* server) {
+                            return diagnostics ? read_counter(server, member)
+                                               : reading{{}, UA_STATUSCODE_BADNODEIDUNKNOWN};
+                        }});
+    }
+    return nodes;
+}
+
+} // namespace tarvik::simulator

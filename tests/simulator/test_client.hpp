@@ -1,0 +1,113 @@
+#pragma once
+// A plain client of the stack, so that the simulator is judged by what goes over the wire.
+
+#include "simulator/certificate_maker.hpp"
+#include "simulator/plant_values.hpp"
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <open62541/client.h>
+#include <open62541/client_config_default.h>
+#include <open62541/client_highlevel.h>
+#include <open62541/plugin/pki_default.h>
+
+namespace tarvik::simulator {
+
+struct login {
+    UA_MessageSecurityMode mode = UA_MESSAGESECURITYMODE_NONE;
+    const char* user = nullptr;
+    const char* password = nullptr;
+};
+
+class test_client final {
+  public:
+    explicit test_client(std::chrono::milliseconds timeout = std::chrono::seconds{10}) {
+        static UA_Logger silent{
+            [](void*, UA_LogLevel, UA_LogCategory, const char*, va_list) {}, nullptr, nullptr};
+        UA_ClientConfig config{};
+        config.logging = &silent;
+        UA_ClientConfig_setDefault(&config);
+        config.timeout = static_cast<UA_UInt32>(timeout.count());
+        client_.reset(UA_Client_newWithConfig(&config));
+    }
+
+    UA_StatusCode connect(const std::string& url, const login& as = {}) {
+        UA_ClientConfig& config = *UA_Client_getConfig(client_.get());
+        if (as.mode != UA_MESSAGESECURITYMODE_NONE || as.user != nullptr) {
+            const server_identity own = make_identity({}, "urn:tarvik:test", "test client");
+            const auto bytes = [](const der_bytes& der) {
+                return borrow({reinterpret_cast<const char*>(der.data()), der.size()});
+            };
+            const UA_ByteString certificate = bytes(own.certificate);
+            const UA_ByteString key = bytes(own.private_key);
+            UA_ClientConfig_setDefaultEncryption(&config, certificate, key, nullptr, 0, nullptr, 0);
+            UA_CertificateVerification_AcceptAll(&config.certificateVerification);
+        }
+        config.securityMode = as.mode;
+        return as.user == nullptr
+                   ? UA_Client_connect(client_.get(), url.c_str())
+                   : UA_Client_connectUsername(client_.get(), url.c_str(), as.user, as.password);
+    }
+
+    /// @return the status of the service if that failed, else of the value
+    UA_StatusCode
+    read(std::string_view id, variant& value, UA_AttributeId attribute = UA_ATTRIBUTEID_VALUE) {
+        const stack_node_id node = parse_node_id(id);
+        UA_ReadValueId item{};
+        item.nodeId = node.get();
+        item.attributeId = attribute;
+        UA_ReadRequest request{};
+        request.nodesToRead = &item;
+        request.nodesToReadSize = 1;
+        stack_value<UA_ReadResponse, UA_TYPES_READRESPONSE> response;
+        *response.out() = UA_Client_Service_read(client_.get(), request);
+        if (response->resultsSize != 1) {
+            return response->responseHeader.serviceResult;
+        }
+        value = variant{response->results[0].value};
+        return response->results[0].status;
+    }
+    UA_StatusCode read(std::string_view id) {
+        variant ignored;
+        return read(id, ignored);
+    }
+    /// The value as type and text, or the status: "Double 72.5", "BadNodeIdUnknown".
+    std::string shown(std::string_view id) {
+        variant value;
+        const UA_StatusCode status = read(id, value);
+        return status == UA_STATUSCODE_GOOD ? type_text(value.get()) + " " + value_text(value.get())
+                                            : UA_StatusCode_name(status);
+    }
+    UA_StatusCode write(std::string_view id, const variant& value) {
+        return UA_Client_writeValueAttribute(client_.get(), parse_node_id(id).get(), &value.get());
+    }
+
+    [[nodiscard]] UA_Client* get() const { return client_.get(); }
+
+  private:
+    struct deleter {
+        void operator()(UA_Client* client) const noexcept { UA_Client_delete(client); }
+    };
+    std::unique_ptr<UA_Client, deleter> client_;
+};
+
+/// Asks every few milliseconds, for five seconds at most.
+template <typename Condition>
+bool wait_until(const Condition& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{5};
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds{5});
+    }
+    return true;
+}
+
+} // namespace tarvik::simulator
