@@ -1,0 +1,193 @@
+#include "opcua/client/client_open62541.hpp"
+
+#include "common/catalogue/opcua_exceptions.hpp"
+#include "opcua/client/client_log.hpp"
+#include "opcua/client/connection.hpp"
+#include "opcua/client/read_request.hpp"
+#include "opcua/status_text.hpp"
+
+#include <mutex>
+#include <utility>
+
+namespace tarvik::monitoring_modules::opcua {
+
+using liblog::severity;
+
+/// The client's state. Every operation holds the mutex for its whole run, retry included; the stack
+/// is only ever called with it held.
+class client_open62541::implementation {
+  public:
+    implementation(
+        client_settings settings,
+        const std::shared_ptr<liblog::log_interface>& log,
+        client_services services
+    )
+        : services_{std::move(services)},
+          settings_{std::move(settings)},
+          module_log_{log} {
+        log_.attach(module_log_, severity::debug);
+    }
+
+    const client_settings& settings() const noexcept { return settings_; }
+    client_log& log() noexcept { return log_; }
+
+    bool is_connected() {
+        const std::lock_guard lock{mutex_};
+        return connection_.is_connected();
+    }
+
+    bool has_matching_endpoint() {
+        const std::lock_guard lock{mutex_};
+        log_.refresh();
+        try {
+            static_cast<void>(connection_.find_endpoint());
+            return true;
+        } catch (const exceptions::opcua_discovery_failed&) {
+            return false;
+        }
+    }
+
+    void ensure_connected() {
+        const std::lock_guard lock{mutex_};
+        log_.refresh();
+        connection_.ensure();
+    }
+
+    void read(const read_list& nodes) {
+        const std::lock_guard lock{mutex_};
+        log_.refresh();
+        with_one_retry("read_node", [&] { read_once(nodes); });
+        liblog::write(&log_, severity::debug, "Reading nodes finished successfully.");
+    }
+
+    void write(generic_node_interface& node) {
+        auto* writeable = dynamic_cast<writeable_variable_node_interface*>(&node);
+        if (writeable == nullptr) {
+            throw exceptions::prepare_request_failed{};
+        }
+        const std::lock_guard lock{mutex_};
+        log_.refresh();
+        with_one_retry("write_node_value", [&] { write_once(*writeable); });
+        liblog::write(&log_, severity::debug, "Writing node value finished sucessfully.");
+    }
+
+  private:
+    template <typename Attempt>
+    void with_one_retry(std::string_view operation, const Attempt& attempt) {
+        try {
+            attempt();
+        } catch (const exceptions::opcua_connection_closed& error) {
+            liblog::write(&log_, severity::info, "Error on ", operation, ": ", error.what());
+            liblog::write(&log_, severity::info, "perform one retry");
+            attempt();
+        }
+    }
+
+    void read_once(const read_list& nodes) {
+        UA_Client* client = connection_.ensure();
+        read_request request{nodes};
+        if (request.size() == 0) {
+            return;
+        }
+        liblog::write(&log_, severity::debug, "  Requesting ", request.size(), " nodes.");
+        ua_read_response response = services_.read(client, request.stack_request());
+        settle(response->responseHeader.serviceResult);
+        request.apply(std::move(response), &log_);
+    }
+
+    void write_once(const writeable_variable_node_interface& node) {
+        UA_Client* client = connection_.ensure();
+        UA_WriteValue value{};
+        value.nodeId = node.node_id();
+        value.attributeId = static_cast<UA_UInt32>(attribute_id::value);
+        value.value.hasValue = true;
+        value.value.value = node.value_to_write();
+        UA_WriteRequest request{};
+        request.nodesToWrite = &value;
+        request.nodesToWriteSize = 1;
+        const ua_write_response response = services_.write(client, request);
+        settle(response->responseHeader.serviceResult);
+        check_write(*response);
+    }
+
+    static void check_write(const UA_WriteResponse& response) {
+        UA_StatusCode status = response.responseHeader.serviceResult;
+        if (status == UA_STATUSCODE_GOOD) {
+            status =
+                response.resultsSize == 1 ? response.results[0] : UA_STATUSCODE_BADUNEXPECTEDERROR;
+        }
+        if (status == UA_STATUSCODE_BADCONNECTIONCLOSED) {
+            throw exceptions::opcua_connection_closed{};
+        }
+        if (!UA_StatusCode_isGood(status)) {
+            throw exceptions::opcua_write_failed{status_name(status)};
+        }
+    }
+
+    /// A connection on which a request failed as a whole is not used again: the stack may still
+    /// believe in it, and a late answer would fail the next request.
+    void settle(UA_StatusCode service_result) noexcept {
+        if (UA_StatusCode_isGood(service_result)) {
+            connection_.used();
+        } else {
+            connection_.drop();
+        }
+    }
+
+    std::recursive_mutex mutex_;
+    client_services services_;
+    client_settings settings_;
+    std::shared_ptr<liblog::log_interface> module_log_;
+    client_log log_;                                // guards itself
+    opcua::connection connection_{settings_, log_}; // guarded by mutex_
+};
+
+client_open62541::client_open62541(
+    client_settings settings,
+    const std::shared_ptr<liblog::log_interface>& log,
+    client_services services
+)
+    : implementation_{
+          std::make_unique<implementation>(std::move(settings), log, std::move(services))} {}
+
+client_open62541::~client_open62541() = default;
+
+const client_settings& client_open62541::get_settings() const noexcept {
+    return implementation_->settings();
+}
+
+bool client_open62541::is_connected() const {
+    return implementation_->is_connected();
+}
+
+bool client_open62541::has_matching_endpoint() {
+    return implementation_->has_matching_endpoint();
+}
+
+void client_open62541::ensure_connected() {
+    implementation_->ensure_connected();
+}
+
+void client_open62541::write_node_value(generic_node_interface& node) {
+    implementation_->write(node);
+}
+
+void client_open62541::read_node(const std::shared_ptr<generic_node_interface>& node) {
+    implementation_->read({node});
+}
+
+void client_open62541::read_node(const read_list& nodes) {
+    implementation_->read(nodes);
+}
+
+void client_open62541::attach_logger(
+    const std::shared_ptr<liblog::log_interface>& log, liblog::severity highest
+) {
+    implementation_->log().attach(log, highest);
+}
+
+void client_open62541::detach_logger(const std::shared_ptr<liblog::log_interface>& log) {
+    implementation_->log().detach(log);
+}
+
+} // namespace tarvik::monitoring_modules::opcua

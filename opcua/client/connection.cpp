@@ -1,0 +1,89 @@
+#include "opcua/client/connection.hpp"
+
+#include "common/catalogue/opcua_exceptions.hpp"
+#include "opcua/client/client_configuration.hpp"
+#include "opcua/status_text.hpp"
+
+namespace tarvik::monitoring_modules::opcua {
+
+using liblog::severity;
+using std::chrono::milliseconds;
+
+bool may_have_missed_renewal(milliseconds age, milliseconds idle, milliseconds lifetime) noexcept {
+    return idle * 4 >= lifetime && age * 10 > lifetime * 7;
+}
+
+connection::connection(const client_settings& settings, liblog::log_interface& log)
+    : settings_{settings},
+      log_{log},
+      url_{endpoint_url(settings)} {}
+
+UA_Client* connection::ensure() {
+    if (client_) {
+        client_->drain();
+        if (client_->is_connected() && can_be_relied_upon()) {
+            return client_->get();
+        }
+        client_.reset();
+    }
+    auto client = make_configured_client(settings_, own_pair_, log_);
+    const UA_StatusCode status =
+        client->connect(url_, time_out_of(settings_), ua_client::until::session_activated);
+    if (status != UA_STATUSCODE_GOOD) {
+        throw exceptions::opcua_connection_failed{status_name(status)};
+    }
+    client_ = std::move(client);
+    connected_at_ = clock::now();
+    last_used_ = connected_at_;
+    return client_->get();
+}
+
+bool connection::can_be_relied_upon() const noexcept {
+    const auto now = clock::now();
+    return !may_have_missed_renewal(
+        std::chrono::duration_cast<milliseconds>(now - connected_at_),
+        std::chrono::duration_cast<milliseconds>(now - last_used_),
+        client_->channel_lifetime()
+    );
+}
+
+ua_endpoint_description connection::find_endpoint() {
+    liblog::write(&log_, severity::debug, "Fetching endpoints from server.");
+    const auto client = make_configured_client(settings_, own_pair_, log_);
+    const endpoint_requirements requirements = requirements_of(client->config());
+    const ua_get_endpoints_response response = fetch_endpoints(*client);
+    const auto endpoints = elements(response->endpoints, response->endpointsSize);
+    liblog::write(&log_, severity::debug, "Server has ", endpoints.size(), " endpoints.");
+    return find_matching_endpoint(endpoints, requirements, &log_);
+}
+
+ua_get_endpoints_response connection::fetch_endpoints(ua_client& client) const {
+    // With an endpoint given, the stack opens just that channel instead of choosing one by the
+    // configured security.
+    UA_ClientConfig& config = client.config();
+    assign(config.endpoint.endpointUrl, url_);
+    assign(config.endpoint.securityPolicyUri, "http://opcfoundation.org/UA/SecurityPolicy#None");
+    config.endpoint.securityMode = UA_MESSAGESECURITYMODE_NONE;
+
+    UA_StatusCode status =
+        client.connect(url_, time_out_of(settings_), ua_client::until::channel_open);
+    ua_get_endpoints_response response;
+    if (status == UA_STATUSCODE_GOOD) {
+        UA_GetEndpointsRequest request{};
+        request.endpointUrl = borrowed(url_);
+        __UA_Client_Service(
+            client.get(),
+            &request,
+            &UA_TYPES[UA_TYPES_GETENDPOINTSREQUEST],
+            response.out(),
+            ua_get_endpoints_response::type()
+        );
+        status = response->responseHeader.serviceResult;
+    }
+    if (status != UA_STATUSCODE_GOOD) {
+        throw exceptions::opcua_discovery_failed{std::to_string(status)};
+    }
+    return response;
+}
+
+} // namespace tarvik::monitoring_modules::opcua

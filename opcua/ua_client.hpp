@@ -1,0 +1,69 @@
+#pragma once
+
+// The owner of one client of the OPC UA stack, and the one way to make, connect and close it.
+//
+// Connecting and closing run the stack's asynchronous operations in short steps up to a time-out: a
+// refused connection is known in milliseconds, and nothing waits longer than it was told to. Not
+// for sharing between threads.
+
+#include "opcua/ua_logger.hpp"
+#include "opcua/ua_value.hpp"
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include <open62541/client.h>
+
+namespace tarvik::monitoring_modules::opcua {
+
+class ua_client {
+  public:
+    /// Makes a client with the stack's default configuration and without a connection. A private
+    /// key that asks for a pass phrase is refused: nothing ever prompts on the host's terminal.
+    /// @param log gets the stack's log lines; not owned, must outlive the client.
+    /// @throws exceptions::opcua_request_failed with the status name when the stack cannot make it.
+    explicit ua_client(liblog::log_interface& log);
+    ua_client(const ua_client&) = delete;
+    ua_client& operator=(const ua_client&) = delete;
+
+    /// Closes politely: the server is told, and has at most close_time_out to let go.
+    ~ua_client();
+
+    [[nodiscard]] UA_Client* get() const noexcept { return client_.get(); }
+    [[nodiscard]] UA_ClientConfig& config() const noexcept;
+
+    enum class until { channel_open, session_activated };
+
+    /// Connects.
+    /// @param goal channel_open stops before a session is made.
+    /// @return good; otherwise the stack's status, BadTimeout when the time-out passed first.
+    [[nodiscard]] UA_StatusCode
+    connect(const std::string& url, std::chrono::milliseconds time_out, until goal);
+
+    /// Whether the stack believes channel and session to be usable; does not touch the network.
+    [[nodiscard]] bool is_connected() const noexcept;
+
+    /// Takes in what the network has brought since the last use, such as the server's closing of
+    /// the connection.
+    void drain() noexcept;
+
+    /// How long the server lets the secure channel live; what was asked for until the server has
+    /// answered.
+    [[nodiscard]] std::chrono::milliseconds channel_lifetime() const noexcept;
+
+    static constexpr std::chrono::milliseconds close_time_out{200};
+
+  private:
+    struct deleter {
+        void operator()(UA_Client* client) const noexcept { UA_Client_delete(client); }
+    };
+
+    [[nodiscard]] bool channel_is_closed() const noexcept;
+    void close() noexcept;
+
+    ua_logger logger_; // the stack client logs through it until it is deleted
+    std::unique_ptr<UA_Client, deleter> client_;
+};
+
+} // namespace tarvik::monitoring_modules::opcua
