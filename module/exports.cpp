@@ -1,0 +1,131 @@
+// The ten functions of the C interface: each finds the process's adapter, calls it, and turns
+// whatever happens into a number.
+
+#include "module/include/opcua_module.h"
+#include "module/module_instance_adapter.hpp"
+#include "module/zuno_module_opcua.hpp"
+
+#include <algorithm>
+#include <memory>
+
+namespace {
+
+using tarvik::monitoring_modules::module_instance_adapter;
+using tarvik::monitoring_modules::ZunoModuleOPCUA;
+
+// Null before InitializeModule and after CleanupModule. Destroyed when the library is unloaded. Not
+// guarded: the host keeps initialising and cleaning up apart from every other call.
+std::unique_ptr<module_instance_adapter> adapter;
+
+/// Runs the work; anything thrown becomes the given number.
+template <typename Work>
+std::uint32_t guard(std::uint32_t failure, const Work& work) noexcept {
+    try {
+        return work();
+    } catch (...) {
+        return failure;
+    }
+}
+
+/// The same for the calls that need a module and pass the dispatcher's status on.
+template <typename Work>
+std::uint32_t with_module(const Work& work) noexcept {
+    if (!adapter) {
+        return OPCUA_MODULE_NOT_INITIALISED;
+    }
+    return guard(OPCUA_MODULE_FAILED, [&] { return static_cast<std::uint32_t>(work(*adapter)); });
+}
+
+} // namespace
+
+std::uint32_t GetApiLevel(void) {
+    return OPCUA_MODULE_API_LEVEL;
+}
+
+std::uint32_t InitializeModule(std::uint64_t context, opcua_module_callback callback) {
+    return guard(OPCUA_MODULE_INITIALISATION_FAILED, [&]() -> std::uint32_t {
+        if (adapter) {
+            adapter->log("InitializeModule called on already initialized module.");
+            return OPCUA_MODULE_INITIALISATION_FAILED;
+        }
+        adapter = std::make_unique<module_instance_adapter>(
+            std::make_unique<ZunoModuleOPCUA>(context, callback)
+        );
+        return OPCUA_MODULE_INITIALISED;
+    });
+}
+
+std::uint32_t CleanupModule(void) {
+    return guard(0, []() -> std::uint32_t {
+        const auto last = std::move(adapter);
+        return 0;
+    });
+}
+
+void GetModuleInformation(bool load_languages) {
+    with_module([&](const module_instance_adapter& module) {
+        module.get_module_information(load_languages);
+        return 0;
+    });
+}
+
+std::uint32_t
+GetModuleInformationSync(std::uint8_t* buffer, std::uint32_t* size, bool include_texts) {
+    if (size == nullptr) {
+        return OPCUA_MODULE_INFORMATION_FAILED;
+    }
+    if (!adapter) {
+        return OPCUA_MODULE_INFORMATION_NOT_INITIALISED;
+    }
+    return guard(OPCUA_MODULE_INFORMATION_FAILED, [&]() -> std::uint32_t {
+        const std::string message = adapter->get_module_information_as_bytes(include_texts);
+        const std::uint32_t capacity = *size;
+        *size = static_cast<std::uint32_t>(message.size());
+        if (buffer == nullptr) {
+            return OPCUA_MODULE_INFORMATION_DONE;
+        }
+        if (message.size() > capacity) {
+            return OPCUA_MODULE_INFORMATION_FAILED;
+        }
+        std::copy(message.begin(), message.end(), buffer);
+        return OPCUA_MODULE_INFORMATION_DONE;
+    });
+}
+
+std::uint32_t CreateSensorInstance(
+    std::int32_t sensor_id, const std::uint8_t* settings, std::uint32_t settings_size
+) {
+    return with_module([&](const module_instance_adapter& module) {
+        return module.create_sensor_instance(sensor_id, settings, settings_size);
+    });
+}
+
+std::uint32_t ExecuteSensorScan(std::int32_t sensor_id) {
+    return with_module([&](const module_instance_adapter& module) {
+        return module.execute_sensor_scan(sensor_id);
+    });
+}
+
+std::uint32_t DestroySensorInstance(std::int32_t sensor_id) {
+    return with_module([&](const module_instance_adapter& module) {
+        return module.destroy_sensor_instance(sensor_id);
+    });
+}
+
+std::uint32_t ExecuteMetaScan(
+    std::int32_t sensor_id,
+    std::uint32_t kind,
+    const std::uint8_t* settings,
+    std::uint32_t settings_size
+) {
+    return with_module([&](const module_instance_adapter& module) {
+        return module.execute_meta_scan(sensor_id, kind, settings, settings_size);
+    });
+}
+
+std::uint32_t
+ExecuteCheck(std::int32_t check_id, const std::uint8_t* settings, std::uint32_t settings_size) {
+    return with_module([&](const module_instance_adapter& module) {
+        return module.execute_check(check_id, settings, settings_size);
+    });
+}

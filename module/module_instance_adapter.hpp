@@ -1,0 +1,62 @@
+#pragma once
+
+// Stands between the exports and the module object: turns raw bytes into settings, calls the
+// dispatcher or the message service, and frames each operation with a begin and an end line in the
+// module's log.
+
+#include "common/liblog/log_interface.hpp"
+#include "zunohelper/module_instance.hpp"
+#include "zunohelper/sensor_data_wrapper.hpp"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tarvik::monitoring_modules {
+
+/// Thread-safe, but for its construction and destruction. Every operation throws what went wrong;
+/// the reason is in the runtime log by then.
+class module_instance_adapter {
+  public:
+    /// Takes the module over and installs its logs.
+    /// @throws std::invalid_argument without a module.
+    explicit module_instance_adapter(std::unique_ptr<libzunohelper::module_instance> module);
+
+    /// Writes a line at debug level to the module's log, if there is one.
+    void log(std::string_view text) const;
+
+    /// Sends the module information through the callback.
+    void get_module_information(bool load_languages) const;
+
+    /// The same message as bytes.
+    [[nodiscard]] std::string get_module_information_as_bytes(bool include_texts) const;
+
+    /// @name Operations of the dispatcher
+    /// @param bytes, size  the settings; see sensor_data_wrapper
+    /// @return the dispatcher's status
+    /// @{
+    std::int32_t
+    create_sensor_instance(std::int32_t id, const std::uint8_t* bytes, std::uint32_t size) const;
+    std::int32_t execute_sensor_scan(std::int32_t id) const;
+    std::int32_t destroy_sensor_instance(std::int32_t id) const;
+    std::int32_t execute_meta_scan(
+        std::int32_t id, std::uint32_t kind, const std::uint8_t* bytes, std::uint32_t size
+    ) const;
+    std::int32_t
+    execute_check(std::int32_t id, const std::uint8_t* bytes, std::uint32_t size) const;
+    /// @}
+
+  private:
+    template <typename Work>
+    auto operation(std::string_view name, const Work& work) const;
+
+    [[nodiscard]] std::shared_ptr<liblog::log_interface> current_log() const;
+    void log_settings(const libzunohelper::sensor_data_wrapper& data) const;
+    [[nodiscard]] libzunohelper::sensor_data_wrapper
+    read_sensor_data(std::int32_t id, const std::uint8_t* bytes, std::uint32_t size) const;
+
+    std::unique_ptr<libzunohelper::module_instance> module_;
+};
+
+} // namespace tarvik::monitoring_modules
