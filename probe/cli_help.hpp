@@ -1,0 +1,47 @@
+#pragma once
+// Texts of the help pages.
+
+namespace tarvik::monitoring_modules::probe {
+
+inline constexpr const char* description =
+    "Scans sensors and runs checks of the OPC UA monitoring module and shows what comes back.";
+
+inline constexpr const char* general_footer = R"(
+Examples:
+  opcua-probe demo
+  opcua-probe check connection --host 192.0.2.7
+  opcua-probe scan custom_sensor --host 192.0.2.7 --channel 'ns=2;s=Boiler.Temperature' --unit 1=°C
+  opcua-probe scan --help
+
+Exit codes:
+  0   ok
+  1   a scan delivered a warning
+  2   a scan delivered an error, or a check answered no
+  3   the module refused or failed a call, or sent something unusable
+  64  the command line is wrong, or a file that it names cannot be read
+  70  the module or the simulator could not be loaded or started
+  74  standard output could not be written
+  130, 143  ended by Ctrl-C or SIGTERM, cleaned up; a second Ctrl-C ends at once
+Of several scans the worst one counts. States of channels (limits, lookups) are shown, but do not count.
+
+Environment:
+  OPCUA_MODULE               path of libOPCUA.so
+  OPCUA_PASSWORD             password of --user
+  OPCUA_CLIENT_KEY_PASSWORD  password of --client-key
+  NO_COLOR                   if set: no colours)";
+
+inline constexpr const char* scan_footer = R"(
+Channels (custom_sensor only, 1 to 10):
+  --channel 'ns=2;s=Boiler.Temperature'          a node, named by the server
+  --channel 'Boiler=ns=2;s=Boiler.Temperature'   the same with a name of your own
+  --channel "'ns=2;s=Array.Doubles'[1]"          one element of an array
+  --unit 2=bar --scale 2=0.001                   unit and scale factor of the second channel
+
+Examples:
+  opcua-probe scan custom_sensor --host plc.example --channel i=2258 --interval 10
+  opcua-probe scan server_status_sensor --host plc.example --user operator --password-file pw.txt
+  opcua-probe scan certificate_sensor --host plc.example --format json
+  opcua-probe scan custom_sensor --host plc.example --channel i=2258 \
+      --security-mode sign_encrypt --client-certificate client.pem --client-key client.key)";
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,62 @@
+#include "probe/console.hpp"
+
+#include "probe/terminal_text.hpp"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <exception>
+#include <string>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+void write(std::string_view text) noexcept {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
+}
+
+} // namespace
+
+console::console() noexcept : terminal_{isatty(STDERR_FILENO) == 1} {}
+
+void console::line(std::string_view text) noexcept {
+    try {
+        const std::string safe = sanitise(text) + "\n";
+        const std::lock_guard lock{mutex_};
+        clear_notice_locked();
+        write(safe);
+    } catch (const std::exception&) {
+        write("(out of memory)\n");
+    }
+}
+
+void console::notice(std::string_view text) noexcept {
+    if (!terminal_) {
+        return;
+    }
+    try {
+        const std::string safe = fit(text, 78);
+        const std::lock_guard lock{mutex_};
+        clear_notice_locked();
+        write(safe);
+        notice_shown_ = true;
+    } catch (const std::exception&) {
+        return; // a notice is no loss
+    }
+}
+
+void console::clear_notice() noexcept {
+    const std::lock_guard lock{mutex_};
+    clear_notice_locked();
+}
+
+void console::clear_notice_locked() noexcept {
+    if (notice_shown_) {
+        write("\r\x1b[K");
+        notice_shown_ = false;
+    }
+}
+
+} // namespace tarvik::monitoring_modules::probe

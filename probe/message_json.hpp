@@ -1,0 +1,28 @@
+#pragma once
+// Messages for other programs: one line of JSON each, as the module sent it, with what this program
+// worked out added. All characters beyond ASCII are escaped, so that a terminal that shows the line
+// stays unharmed.
+
+#include "probe/channel_memory.hpp"
+#include "probe/log_collector.hpp"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// @param message a sensor_scan_result that parse_message accepted
+/// @param channels its channels, in its order
+/// @param scan counts from 1
+/// @return the message with "scan" and "state", and in each channel "name", "text", "scaled", and
+/// where they apply
+///         "lookup_text", "growth_per_second" and "state"; ends with a line end
+[[nodiscard]] std::string
+scan_json(std::string_view message, const std::vector<channel_view>& channels, std::size_t scan);
+
+/// @return the message with "log": what the module logged; ends with a line end
+[[nodiscard]] std::string check_json(std::string_view message, const std::vector<log_line>& log);
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,114 @@
+#include "probe/monitoring_module.hpp"
+
+#include "probe/probe_error.hpp"
+
+#include <exception>
+#include <limits>
+#include <utility>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+struct byte_view {
+    const std::uint8_t* bytes;
+    std::uint32_t size;
+};
+
+[[nodiscard]] byte_view bytes_of(std::string_view text) {
+    if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
+        throw probe_error{exit_code::usage, "The settings are too large"};
+    }
+    return {
+        reinterpret_cast<const std::uint8_t*>(text.data()),
+        static_cast<std::uint32_t>(text.size())};
+}
+
+} // namespace
+
+extern "C" {
+
+static void receive_message(std::uint64_t context, const std::uint8_t* bytes, std::uint32_t size) {
+    reinterpret_cast<monitoring_module*>(static_cast<std::uintptr_t>(context))->take(bytes, size);
+}
+
+} // extern "C"
+
+std::string status_text(std::uint32_t status) {
+    switch (status) {
+    case OPCUA_MODULE_DONE:
+        return "done";
+    case OPCUA_MODULE_REFUSED:
+        return "refused";
+    case OPCUA_MODULE_FAILED:
+        return "failed";
+    case OPCUA_MODULE_NOT_INITIALISED:
+        return "not initialised";
+    default:
+        return "answered " + std::to_string(status);
+    }
+}
+
+monitoring_module::monitoring_module(const module_library& library)
+    : functions_{library.functions()} {
+    const auto context = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(this));
+    if (functions_.initialize_module(context, &receive_message) != OPCUA_MODULE_INITIALISED) {
+        throw probe_error{exit_code::call_failed, "The module could not be initialised"};
+    }
+}
+
+monitoring_module::~monitoring_module() {
+    functions_.cleanup_module();
+}
+
+std::string monitoring_module::information() const {
+    std::uint32_t size = 0;
+    const auto asked = functions_.get_module_information_sync(nullptr, &size, true);
+    std::string text(size, '\0');
+    if (asked != OPCUA_MODULE_INFORMATION_DONE ||
+        functions_.get_module_information_sync(
+            reinterpret_cast<std::uint8_t*>(text.data()), &size, true
+        ) != OPCUA_MODULE_INFORMATION_DONE) {
+        throw probe_error{exit_code::call_failed, "The module gives no information about itself"};
+    }
+    text.resize(size);
+    return text;
+}
+
+call_result monitoring_module::create_sensor(std::int32_t id, std::string_view settings) {
+    const auto [bytes, size] = bytes_of(settings);
+    return collect([&] { return functions_.create_sensor_instance(id, bytes, size); });
+}
+
+call_result monitoring_module::scan_sensor(std::int32_t id) {
+    return collect([&] { return functions_.execute_sensor_scan(id); });
+}
+
+call_result monitoring_module::check(std::int32_t id, std::string_view settings) {
+    const auto [bytes, size] = bytes_of(settings);
+    return collect([&] { return functions_.execute_check(id, bytes, size); });
+}
+
+void monitoring_module::destroy_sensor(std::int32_t id) noexcept {
+    functions_.destroy_sensor_instance(id);
+}
+
+void monitoring_module::take(const std::uint8_t* bytes, std::uint32_t size) noexcept {
+    try {
+        inbox_.emplace_back(reinterpret_cast<const char*>(bytes), bytes == nullptr ? 0 : size);
+    } catch (const std::exception&) {
+        lost_ = true;
+    }
+}
+
+template <typename Call>
+call_result monitoring_module::collect(Call call) {
+    inbox_.clear();
+    const std::uint32_t status = call();
+    if (std::exchange(lost_, false)) {
+        throw probe_error{exit_code::call_failed, "A message was lost, out of memory"};
+    }
+    return {status, std::exchange(inbox_, {})};
+}
+
+} // namespace tarvik::monitoring_modules::probe

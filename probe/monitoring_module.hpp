@@ -1,0 +1,85 @@
+#pragma once
+// The module's functions in terms of this program: owners for the module and its sensors, messages
+// as results of calls.
+
+#include "probe/console.hpp"
+#include "probe/log_collector.hpp"
+#include "probe/module_library.hpp"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+struct call_result {
+    std::uint32_t status = OPCUA_MODULE_DONE;
+    std::vector<std::string> messages; ///< what the call delivered, in order
+};
+
+/// @return "done", "refused", "failed" or "not initialised"
+[[nodiscard]] std::string status_text(std::uint32_t status);
+
+/// The initialised module. One thread at a time may call it; calls block until the module has
+/// answered.
+class monitoring_module final {
+  public:
+    /// @param library must outlive this object
+    /// @throws probe_error (call_failed) when the module cannot be initialised
+    explicit monitoring_module(const module_library& library);
+    ~monitoring_module();
+    monitoring_module(const monitoring_module&) = delete;
+    monitoring_module& operator=(const monitoring_module&) = delete;
+
+    /// @return the module_information message with all texts
+    /// @throws probe_error (call_failed)
+    [[nodiscard]] std::string information() const;
+
+    // The settings are a JSON record. @throws probe_error (call_failed) when a message was lost for
+    // lack of memory
+    [[nodiscard]] call_result create_sensor(std::int32_t id, std::string_view settings);
+    [[nodiscard]] call_result scan_sensor(std::int32_t id);
+    [[nodiscard]] call_result check(std::int32_t id, std::string_view settings);
+    void destroy_sensor(std::int32_t id) noexcept;
+
+    void take(const std::uint8_t* bytes, std::uint32_t size) noexcept;
+
+  private:
+    template <typename Call>
+    [[nodiscard]] call_result collect(Call call);
+
+    const module_functions& functions_;
+    std::vector<std::string> inbox_;
+    bool lost_ = false;
+};
+
+/// A sensor that was created; destroys it.
+class sensor_owner final {
+  public:
+    sensor_owner(monitoring_module& owner, std::int32_t id) noexcept : module_{owner}, id_{id} {}
+    ~sensor_owner() { module_.destroy_sensor(id_); }
+    sensor_owner(const sensor_owner&) = delete;
+    sensor_owner& operator=(const sensor_owner&) = delete;
+
+    [[nodiscard]] call_result scan() { return module_.scan_sensor(id_); }
+
+  private:
+    monitoring_module& module_;
+    std::int32_t id_;
+};
+
+/// A loaded, logging and initialised module; taken down in the opposite order.
+struct session {
+    /// @see find_module, log_collector
+    session(const std::string& chosen_module, console& terminal, std::int32_t shown_severity)
+        : library{find_module(chosen_module)},
+          log{library, terminal, shown_severity},
+          module{library} {}
+
+    module_library library;
+    log_collector log;
+    monitoring_module module;
+};
+
+} // namespace tarvik::monitoring_modules::probe

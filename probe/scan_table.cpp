@@ -1,0 +1,80 @@
+#include "probe/scan_table.hpp"
+
+#include "probe/table.hpp"
+#include "probe/terminal_text.hpp"
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+// Columns that texts from outside may take.
+constexpr std::size_t title_columns = 120;
+constexpr std::size_t message_columns = 400;
+constexpr std::size_t name_columns = 40;
+constexpr std::size_t value_columns = 32;
+constexpr std::size_t unit_columns = 16;
+
+[[nodiscard]] std::string status_line(const scan_result& result, bool colours) {
+    std::string word = "OK";
+    colour paint = colour::green;
+    if (result.state == scan_state::warning) {
+        word = "WARNING";
+        paint = colour::yellow;
+    } else if (result.state == scan_state::error) {
+        word = "ERROR";
+        paint = colour::red;
+    }
+    std::string line = painted(word, paint, colours);
+    if (!result.text.empty() && result.text != "OK") {
+        line += ": " + fit(result.text, message_columns);
+    }
+    if (result.error_code != 0) {
+        line += " (error code " + std::to_string(result.error_code) + ")";
+    }
+    return line;
+}
+
+[[nodiscard]] cell state_cell(channel_state state) {
+    switch (state) {
+    case channel_state::none:
+        break;
+    case channel_state::ok:
+        return {"ok", colour::green};
+    case channel_state::warning:
+        return {"warning", colour::yellow};
+    case channel_state::error:
+        return {"error", colour::red};
+    }
+    return {};
+}
+
+} // namespace
+
+std::string render_scan(
+    std::string_view title,
+    const scan_result& result,
+    const std::vector<channel_view>& channels,
+    bool colours
+) {
+    table lines{
+        {{"id", alignment::right},
+         {"channel", alignment::left},
+         {"value", alignment::right},
+         {"", alignment::left, 1},
+         {"state", alignment::left},
+         {"raw", alignment::right}}};
+    for (const channel_view& channel : channels) {
+        lines.add_row(
+            {{std::to_string(channel.id), colour::dim},
+             {fit(channel.name, name_columns)},
+             {fit(channel.value.number, value_columns), colour::bold},
+             {fit(channel.value.unit, unit_columns)},
+             state_cell(channel.state),
+             {channel.raw_is_shown ? "" : format_number(channel.raw), colour::dim}}
+        );
+    }
+    return painted(fit(title, title_columns), colour::bold, colours) + "\n" +
+           status_line(result, colours) + "\n" + lines.render(colours);
+}
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,36 @@
+#pragma once
+// The settings that the module gets, made of what the command line asks for.
+
+#include "probe/channel_argument.hpp"
+#include "probe/cli_options.hpp"
+#include "probe/secrets.hpp"
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// Dotted keys and their texts.
+using settings = std::map<std::string, std::string>;
+
+/// Settings of the connection; what was not asked for is left to the module's defaults.
+[[nodiscard]] settings
+connection_settings(const connection_arguments& arguments, const connection_secrets& secrets);
+
+/// Adds those of a custom sensor.
+/// @param channels at most 10
+void add_channels(
+    settings& to, const std::vector<channel_argument>& channels, const std::string& message_node
+);
+
+/// Adds settings given as KEY=VALUE; they replace those that are there.
+/// @throws probe_error (usage) without a key, and for the keys of secrets
+void add_raw(settings& to, const std::vector<std::string>& arguments);
+
+/// @return the JSON record
+/// @throws probe_error (usage) when a text is no UTF-8; its message names the key
+[[nodiscard]] std::string record(std::string_view kind, const settings& values);
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,152 @@
+#include "probe/channel_memory.hpp"
+#include "tests/probe/expect_error.hpp"
+
+#include <chrono>
+#include <cmath>
+
+namespace tarvik::monitoring_modules::probe {
+namespace {
+
+using namespace std::chrono_literals;
+using clock = std::chrono::steady_clock;
+
+constexpr const char* information = R"({"type": "module_information", "module_information": {
+    "Sensors": {"custom_sensor": {"Display": "custom_sensor.display"}, "odd": 5},
+    "Lookups": {
+        "state": {"LookupValues": [
+            {"Value": 0, "Display": "Running", "State": "LookupValueStateOk"},
+            {"Value": "1", "Display": "lookup.failed", "State": "LookupValueStateError"},
+            {"Value": 2, "Display": "Off", "State": "LookupValueStateNone"},
+            {"Value": [], "Display": "nonsense"}, {"Value": 4}, 17]},
+        "nonsense": 5},
+    "Text": {"English": {"Translation": {"lookup.failed": {"Display": "Failed"},
+        "custom_sensor.display": {"Display": "OPC UA Custom"}}}}}})";
+
+TEST(information_document, resolves_texts_and_keys_and_leaves_nonsense_out) {
+    const information_document document{information};
+    EXPECT_EQ(document.find("state", 0)->text, "Running");
+    EXPECT_EQ(document.find("state", 0)->state, channel_state::ok);
+    EXPECT_EQ(document.find("state", 1)->text, "Failed");
+    EXPECT_EQ(document.find("state", 1)->state, channel_state::error);
+    EXPECT_EQ(document.find("state", 2)->state, channel_state::none);
+    EXPECT_FALSE(document.find("state", 4));
+    EXPECT_FALSE(document.find("nonsense", 0));
+    EXPECT_FALSE(document.find("unknown", 0));
+    EXPECT_EQ(document.sensor_name("custom_sensor"), "OPC UA Custom");
+    EXPECT_EQ(document.sensor_name("odd"), "odd");
+    EXPECT_EQ(document.sensor_name("unknown"), "unknown");
+}
+
+TEST(information_document, does_without_texts_but_not_without_a_document) {
+    const information_document bare{R"({"module_information": {"Lookups": {"l": {"LookupValues":
+        [{"Value": 1, "Display": "some.key"}]}}}})"};
+    EXPECT_EQ(bare.find("l", 1)->text, "some.key");
+    for (const char* text : {"", "5", "{}", R"({"module_information": "x"})"}) {
+        expect_error([&] { (void)information_document{text}; }, exit_code::call_failed, "unusable");
+    }
+}
+
+class channel_memory_of : public testing::Test {
+  protected:
+    /// One channel's value in the next result, a number of seconds after the start.
+    channel_view take(const channel_number& value, double seconds) {
+        scan_result result;
+        result.definitions.swap(pending_);
+        result.channels = {{1, value}};
+        const auto after =
+            std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>{seconds});
+        return memory_.take(result, start_ + after).at(0);
+    }
+
+    channel_definition& define() {
+        pending_.emplace_back();
+        pending_.back().id = 1;
+        pending_.back().name = "Channel";
+        return pending_.back();
+    }
+
+    const information_document document_{information};
+
+  private:
+    channel_memory memory_{document_};
+    std::vector<channel_definition> pending_;
+    const clock::time_point start_ = clock::now();
+};
+
+TEST_F(channel_memory_of, definitions_keeps_them_for_later_results) {
+    define().multiplier = 0.5;
+    EXPECT_EQ(take(std::int64_t{3}, 0).value.number, "1.5");
+    const channel_view later = take(std::int64_t{5}, 1);
+    EXPECT_EQ(later.name, "Channel");
+    EXPECT_EQ(later.value.number, "2.5");
+    EXPECT_FALSE(later.raw_is_shown);
+    define().name = "Renamed";
+    EXPECT_EQ(take(5.0, 2).name, "Renamed");
+}
+
+TEST_F(channel_memory_of, definitions_shows_values_that_have_none) {
+    const channel_view view = take(std::int64_t{3}, 0);
+    EXPECT_EQ(view.name, "channel 1 (not defined)");
+    EXPECT_EQ(view.value.number, "3");
+    EXPECT_TRUE(view.raw_is_shown);
+}
+
+TEST_F(channel_memory_of, lookups_shows_their_texts_and_unknown_values_as_numbers) {
+    define().lookup = "state";
+    const channel_view failed = take(std::int64_t{1}, 0);
+    EXPECT_EQ(failed.value.number, "Failed");
+    EXPECT_EQ(failed.state, channel_state::error);
+    EXPECT_FALSE(failed.raw_is_shown);
+    const channel_view unknown = take(std::int64_t{77}, 1);
+    EXPECT_EQ(unknown.value.number, "77");
+    EXPECT_EQ(unknown.state, channel_state::none);
+    EXPECT_FALSE(unknown.lookup_text);
+}
+
+TEST_F(channel_memory_of, limits_compares_what_is_shown) {
+    channel_definition& definition = define();
+    definition.multiplier = 0.1;
+    definition.limits = {true, 1, 2, 8, 9};
+    const std::pair<double, channel_state> rows[] = {
+        {50, channel_state::ok},
+        {20, channel_state::ok},
+        {19, channel_state::warning},
+        {10, channel_state::warning},
+        {9, channel_state::error},
+        {80, channel_state::ok},
+        {81, channel_state::warning},
+        {90, channel_state::warning},
+        {91, channel_state::error},
+        {INFINITY, channel_state::error},
+        {NAN, channel_state::none},
+    };
+    double seconds = 0;
+    for (const auto& [value, state] : rows) {
+        EXPECT_EQ(take(value, ++seconds).state, state) << value;
+    }
+}
+
+TEST_F(channel_memory_of, growth_is_told_from_the_second_result_on) {
+    channel_definition& definition = define();
+    definition.difference = true;
+    definition.multiplier = 2;
+    definition.limits = {true, {}, {}, 5, {}};
+    constexpr std::int64_t large =
+        9'007'199'254'740'993; // doubles cannot tell it from its neighbour
+    const channel_view first = take(large, 0);
+    EXPECT_FALSE(first.growth);
+    EXPECT_EQ(first.value.number, "-");
+    EXPECT_FALSE(first.raw_is_shown);
+    const channel_view second = take(large + 3, 2);
+    EXPECT_DOUBLE_EQ(second.growth.value(), 3);
+    EXPECT_EQ(second.value.number, "3.0");
+    EXPECT_EQ(second.state, channel_state::ok);
+    EXPECT_EQ(take(large + 6, 3).state, channel_state::warning);
+    EXPECT_FALSE(take(std::int64_t{5}, 4).growth); // the counter began anew
+    EXPECT_DOUBLE_EQ(take(std::int64_t{6}, 5).growth.value(), 2);
+    EXPECT_FALSE(take(std::int64_t{7}, 5).growth); // no time has passed
+    EXPECT_FALSE(take(std::nan(""), 6).growth);
+}
+
+} // namespace
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,148 @@
+#include "probe/channel_argument.hpp"
+#include "probe/cli_options.hpp"
+#include "tests/probe/expect_error.hpp"
+
+namespace tarvik::monitoring_modules::probe {
+namespace {
+
+TEST(channel_argument, tells_names_from_node_ids) {
+    struct row {
+        const char* argument;
+        const char* name;
+        const char* node_id;
+    };
+    const row rows[] = {
+        {"ns=2;s=X", "", "ns=2;s=X"},
+        {"ns=2;s=X=Y", "", "ns=2;s=X=Y"},
+        {"i=2258", "", "i=2258"},
+        {"s=X", "", "s=X"},
+        {"g=09087e75-8e5e-499b-954f-f2a9603db28a", "", "g=09087e75-8e5e-499b-954f-f2a9603db28a"},
+        {"b=YWJj", "", "b=YWJj"},
+        {"nsu=http://x/;i=1", "", "nsu=http://x/;i=1"},
+        {"'ns=2;s=A'[3]", "", "'ns=2;s=A'[3]"},
+        {"\"ns=2;s=A\"[3]", "", "\"ns=2;s=A\"[3]"},
+        {"nonsense", "", "nonsense"}, // the module tells what is wrong with it
+        {"Boiler=ns=2;s=X", "Boiler", "ns=2;s=X"},
+        {"Boiler 1 °C=i=5", "Boiler 1 °C", "i=5"},
+        {"NS=ns=2;s=X", "NS", "ns=2;s=X"},
+        {"A='ns=2;s=A'[3]", "A", "'ns=2;s=A'[3]"},
+    };
+    for (const row& each : rows) {
+        const channel_argument channel = parse_channel(each.argument);
+        EXPECT_EQ(channel.name, each.name) << each.argument;
+        EXPECT_EQ(channel.node_id, each.node_id) << each.argument;
+    }
+    for (const char* bad : {"", "=i=5", "Name="}) {
+        expect_error([&] { (void)parse_channel(bad); }, exit_code::usage, "is empty");
+    }
+}
+
+TEST(channel_argument, gives_units_and_scales_to_the_numbered_channels) {
+    const auto channels = parse_channels({"i=1", "i=2"}, {"2=a=b"}, {"1=0.5", "2="});
+    EXPECT_EQ(channels[0].unit, "");
+    EXPECT_EQ(channels[0].scale, "0.5");
+    EXPECT_EQ(channels[1].unit, "a=b");
+    for (const char* bad :
+         {"", "1", "=x", "0=x", "3=x", "-1=x", "1 =x", "99999999999999999999=x"}) {
+        expect_error(
+            [&] {
+                (void)parse_channels({"i=1", "i=2"}, {bad}, {});
+            },
+            exit_code::usage,
+            "--unit"
+        );
+    }
+    expect_error(
+        [] {
+            (void)parse_channels({"i=1"}, {}, {"1=1", "1=2"});
+        },
+        exit_code::usage,
+        "twice"
+    );
+    expect_error(
+        [] { (void)parse_channels(std::vector<std::string>(11, "i=1"), {}, {}); },
+        exit_code::usage,
+        "at most 10"
+    );
+}
+
+[[nodiscard]] command_line parse(std::vector<const char*> arguments) {
+    arguments.insert(arguments.begin(), "opcua-probe");
+    return parse_command_line(static_cast<int>(arguments.size()), arguments.data());
+}
+
+TEST(command_line, reads_a_scan) {
+    const command_line line =
+        parse({"scan",       "custom_sensor", "--host",    "h",       "--port",      "65535",
+               "--channel",  "'ns=2;s=A'[3]", "--channel", "N=i=2",   "--unit",      "2=bar",
+               "--scale",    "1=-2",          "--set",     "a.b=c=d", "--set",       "e=",
+               "--interval", "0.5",           "--format",  "json",    "--log-level", "info",
+               "--module",   "m.so"});
+    EXPECT_EQ(line.module, "m.so");
+    const auto& scan = std::get<scan_options>(line.command);
+    EXPECT_EQ(scan.kind, "custom_sensor");
+    EXPECT_EQ(scan.connection.port, 65535);
+    ASSERT_EQ(scan.channels.size(), 2U);
+    EXPECT_EQ(scan.channels[0].node_id, "'ns=2;s=A'[3]");
+    EXPECT_EQ(scan.channels[0].scale, "-2");
+    EXPECT_EQ(scan.channels[1].name, "N");
+    EXPECT_THAT(scan.connection.raw, testing::ElementsAre("a.b=c=d", "e="));
+    EXPECT_EQ(scan.interval, 0.5);
+    EXPECT_FALSE(scan.count) << "an interval without a count is endless";
+    EXPECT_EQ(scan.format, output_format::json);
+    EXPECT_EQ(scan.log.level, 6);
+}
+
+TEST(command_line, knows_how_often_to_scan) {
+    const auto count = [](std::vector<const char*> more) {
+        more.insert(more.begin(), {"scan", "certificate_sensor", "--host", "h"});
+        return std::get<scan_options>(parse(more).command).count;
+    };
+    EXPECT_EQ(count({}), 1U);
+    EXPECT_EQ(count({"--count", "3"}), 3U);
+    EXPECT_EQ(count({"--count", "3", "--interval", "2"}), 3U);
+}
+
+TEST(command_line, reads_checks_demo_help_and_version) {
+    const auto kind = [](const char* name) {
+        return std::get<check_options>(parse({"check", name, "--host", "h"}).command).kind;
+    };
+    EXPECT_EQ(kind("connection"), "connection_check");
+    EXPECT_EQ(kind("endpoint"), "endpoint_validation_check");
+    const auto demo = std::get<demo_options>(parse({"demo", "--log-level", "7"}).command);
+    EXPECT_EQ(demo.log.level, 7);
+    for (const auto& arguments : {std::vector{"--help"}, {"scan", "--help"}, {"--version"}}) {
+        EXPECT_NE(std::get<shown_text>(parse(arguments).command).text, "");
+    }
+}
+
+TEST(command_line, refuses_what_makes_no_sense) {
+    const std::vector<const char*> rows[] = {
+        {},
+        {"walk"},
+        {"scan"},
+        {"scan", "custom_sensor", "--channel", "i=1"},
+        {"scan", "custom_sensor", "--host", "h"},
+        {"scan", "certificate_sensor", "--host", "h", "--channel", "i=1"},
+        {"scan", "certificate_sensor", "--host", "h", "--message-node", "i=1"},
+        {"scan", "certificate_sensor", "--host", "h", "--port", "0"},
+        {"scan", "certificate_sensor", "--host", "h", "--port", "65536"},
+        {"scan", "certificate_sensor", "--host", "h", "--port", "4840x"},
+        {"scan", "certificate_sensor", "--host", "h", "--count", "0"},
+        {"scan", "certificate_sensor", "--host", "h", "--interval", "0"},
+        {"scan", "certificate_sensor", "--host", "h", "--interval", "nan"},
+        {"scan", "certificate_sensor", "--host", "h", "--log-level", "8"},
+        {"scan", "certificate_sensor", "--host", "h", "--security-mode", "Sign"},
+        {"scan", "certificate_sensor", "--host", "h", "--password", "x"},
+        {"scan", "certificate_sensor", "--host", "h", "--password-file", "x"},
+        {"check", "else", "--host", "h"},
+        {"demo", "surplus"},
+    };
+    for (const auto& arguments : rows) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        expect_error([&] { (void)parse(arguments); }, exit_code::usage, "");
+    }
+}
+
+} // namespace
+} // namespace tarvik::monitoring_modules::probe

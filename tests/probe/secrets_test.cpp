@@ -1,0 +1,84 @@
+#include "probe/secrets.hpp"
+#include "tests/probe/expect_error.hpp"
+#include <sys/stat.h>
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace tarvik::monitoring_modules::probe {
+namespace {
+
+class secrets : public testing::Test {
+  protected:
+    secrets() {
+        std::string pattern = testing::TempDir() + "probe_secrets_XXXXXX";
+        folder_ = mkdtemp(pattern.data());
+        unsetenv("OPCUA_PASSWORD");
+        arguments_.user = "u";
+    }
+    ~secrets() override { std::filesystem::remove_all(folder_); }
+
+    [[nodiscard]] std::string file(const std::string& content, mode_t mode = 0600) const {
+        const std::string path = folder_ + "/file";
+        std::ofstream{path, std::ios::binary} << content;
+        EXPECT_EQ(chmod(path.c_str(), mode), 0);
+        return path;
+    }
+    [[nodiscard]] std::string password() { return read_secrets(arguments_, terminal_).password; }
+
+    std::string folder_;
+    connection_arguments arguments_;
+    console terminal_;
+};
+
+TEST_F(secrets, passwords_lose_one_line_end_and_nothing_else) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"", ""},
+        {"\n", ""},
+        {"pass", "pass"},
+        {"pass\n", "pass"},
+        {"pass\r\n", "pass"},
+        {"pass\n\n", "pass\n"},
+        {" pa ss \n", " pa ss "},
+    };
+    for (const auto& [content, expected] : rows) {
+        arguments_.password_file = file(content);
+        EXPECT_EQ(password(), expected);
+    }
+}
+
+TEST_F(secrets, come_from_the_environment_when_no_file_is_named) {
+    setenv("OPCUA_PASSWORD", "from environment\n", 1);
+    EXPECT_EQ(password(), "from environment\n");
+    arguments_.password_file = file("from file");
+    EXPECT_EQ(password(), "from file");
+    arguments_.user.clear();
+    EXPECT_EQ(password(), "");
+}
+
+TEST_F(secrets, warn_when_everybody_can_read_them) {
+    for (const mode_t mode : {0600U, 0640U, 0604U}) {
+        arguments_.password_file = file("geheim", mode);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(password(), "geheim");
+        const std::string warning = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(warning.find("everybody can read") != std::string::npos, mode == 0604U) << mode;
+        EXPECT_EQ(warning.find("geheim"), std::string::npos);
+    }
+}
+
+TEST_F(secrets, name_files_that_cannot_be_used) {
+    for (const std::string& path :
+         {folder_, folder_ + "/absent", file(std::string(1'048'577, 'x'))}) {
+        arguments_.password_file = path;
+        expect_error([this] { (void)password(); }, exit_code::usage, path);
+    }
+    arguments_.password_file = file(std::string(1'048'576, 'x'));
+    EXPECT_EQ(password().size(), 1'048'576U);
+}
+
+} // namespace
+} // namespace tarvik::monitoring_modules::probe

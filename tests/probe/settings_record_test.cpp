@@ -1,0 +1,97 @@
+#include "probe/settings_record.hpp"
+#include "tests/probe/expect_error.hpp"
+
+#include <nlohmann/json.hpp>
+
+namespace tarvik::monitoring_modules::probe {
+namespace {
+
+using testing::ElementsAre;
+using testing::Pair;
+
+TEST(settings_record, leaves_what_was_not_asked_for_to_the_module) {
+    connection_arguments arguments;
+    arguments.host = "h";
+    EXPECT_THAT(
+        connection_settings(arguments, {"unused password", "", "", ""}),
+        ElementsAre(
+            Pair("credentials.connection_opcua.port", "4840"),
+            Pair("credentials.connection_security.security_mode", "none"),
+            Pair("host", "h")
+        )
+    );
+}
+
+TEST(settings_record, carries_security_and_user) {
+    connection_arguments arguments;
+    arguments.host = "h";
+    arguments.path = "plant/1";
+    arguments.user = "u";
+    arguments.security_mode = "sign";
+    const settings made = connection_settings(arguments, {"p", "cert\n", "key\n", "kp"});
+    EXPECT_THAT(
+        made,
+        ElementsAre(
+            Pair("credentials.connection_opcua.port", "4840"),
+            Pair("credentials.connection_opcua.server_name", "plant/1"),
+            Pair("credentials.connection_security.client_certificate", "cert\n"),
+            Pair("credentials.connection_security.client_key", "key\n"),
+            Pair("credentials.connection_security.client_key_password", "kp"),
+            Pair("credentials.connection_security.security_mode", "sign"),
+            Pair("credentials.connection_security.security_policy", "Basic256Sha256"),
+            Pair("credentials.user_authentication.password", "p"),
+            Pair("credentials.user_authentication.user", "u"),
+            Pair("credentials.user_authentication.user_auth_mode", "username_password"),
+            Pair("host", "h")
+        )
+    );
+    arguments.security_policy = "none"; // a person may ask for what no server offers
+    EXPECT_EQ(
+        connection_settings(arguments, {}).at("credentials.connection_security.security_policy"),
+        "none"
+    );
+}
+
+TEST(settings_record, switches_further_channels_on) {
+    settings made;
+    add_channels(made, {{"", "i=1", "bar", ""}, {"N", "i=2", "", "0.1"}}, "i=3");
+    EXPECT_THAT(
+        made,
+        ElementsAre(
+            Pair("custom.connection_custom.channel1_nodeid", "i=1"),
+            Pair("custom.connection_custom.channel1_unit", "bar"),
+            Pair("custom.connection_custom.channel2", "enable"),
+            Pair("custom.connection_custom.channel2_name", "N"),
+            Pair("custom.connection_custom.channel2_nodeid", "i=2"),
+            Pair("custom.connection_custom.channel2_scale_factor", "0.1"),
+            Pair("custom.connection_custom.channel2_settings", "manual"),
+            Pair("custom.sensor_message_custom.nodeid", "i=3")
+        )
+    );
+}
+
+TEST(settings_record, raw_settings_win_but_carry_no_secrets) {
+    settings made{{"host", "h"}};
+    add_raw(made, {"host=", "x.y=a=b"});
+    EXPECT_THAT(made, ElementsAre(Pair("host", ""), Pair("x.y", "a=b")));
+    for (const char* bad :
+         {"",
+          "=x",
+          "x",
+          "a.password=x",
+          "a.client_key=x",
+          "client_key_password=x",
+          "tarvikcloudapikey=x"}) {
+        expect_error([&] { add_raw(made, {bad}); }, exit_code::usage, "--set");
+    }
+}
+
+TEST(settings_record, becomes_json) {
+    const auto json = nlohmann::json::parse(record("k\"", {{"a", "\n°"}}));
+    EXPECT_EQ(json, (nlohmann::json{{"kind", "k\""}, {"settings", {{"a", "\n°"}}}}));
+    expect_error([] { (void)record("k", {{"a", "\xff"}}); }, exit_code::usage, "text of a");
+    expect_error([] { (void)record("\xff", {}); }, exit_code::usage, "kind");
+}
+
+} // namespace
+} // namespace tarvik::monitoring_modules::probe
