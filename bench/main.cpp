@@ -1,0 +1,61 @@
+// opcua_bench [--pin] [--smoke] [Google Benchmark's options]
+//
+// --pin    client and server on one core, which takes the scheduler out of the figures
+// --smoke  shortest run: shows that the benchmarks work, the figures mean nothing
+
+#include "bench/bench_host.hpp"
+#include "bench/memory_report.hpp"
+#include "bench/report.hpp"
+
+#include <sched.h>
+
+#include <cstdio>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+bool pin_to_one_core() {
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    CPU_SET(0, &cores);
+    return sched_setaffinity(0, sizeof cores, &cores) == 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    bool pinned = false;
+    bool smoke = false;
+    std::vector<char*> arguments;
+    for (int i = 0; i < argc; ++i) {
+        const std::string_view argument{argv[i]};
+        pinned = pinned || argument == "--pin";
+        smoke = smoke || argument == "--smoke";
+        if (argument != "--pin" && argument != "--smoke") {
+            arguments.push_back(argv[i]);
+        }
+    }
+    char min_time[] = "--benchmark_min_time=0.1";
+    char smoke_time[] = "--benchmark_min_time=0.005";
+    char repetitions[] = "--benchmark_repetitions=21";
+    char smoke_repetitions[] = "--benchmark_repetitions=1";
+    char interleaved[] = "--benchmark_enable_random_interleaving=true";
+    arguments.insert(
+        arguments.begin() + 1,
+        {smoke ? smoke_time : min_time, smoke ? smoke_repetitions : repetitions, interleaved}
+    );
+    int count = static_cast<int>(arguments.size());
+    benchmark::Initialize(&count, arguments.data());
+    if (pinned && !pin_to_one_core()) {
+        std::puts("cannot pin to one core");
+        return 1;
+    }
+    std::printf(
+        "\n%s\n", pinned ? "Client and server on one core" : "As the scheduler places them"
+    );
+    tarvik::bench::table_reporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    reporter.print({{"sensor_scan", "bare_read", pinned ? 1.5 : 1.15}});
+    return tarvik::bench::print_memory_per_sensor(smoke ? 10 : 1000) ? 0 : 1;
+}

@@ -1,0 +1,14 @@
+#pragma once
+
+// Question: how much memory does one more sensor on a shared client take?
+
+#include <cstddef>
+
+namespace tarvik::bench {
+
+/// Creates sensors on one shared client and prints the growth of the resident memory for each.
+/// Goal: under 8 KiB.
+/// @return whether all sensors could be created.
+[[nodiscard]] bool print_memory_per_sensor(std::size_t sensors);
+
+} // namespace tarvik::bench
