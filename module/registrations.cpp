@@ -1,8 +1,10 @@
 #include "module/registrations.hpp"
 
 #include "common/liblog/log_interface.hpp"
+#include "opcua/checks/connection_checks.hpp"
 #include "opcua/client/client_open62541.hpp"
 #include "opcua/nodes/nodes_open62541.hpp"
+#include "opcua/sensors/certificate_sensor.hpp"
 #include "opcua/sensors/custom_sensor.hpp"
 
 #include <memory>
@@ -15,17 +17,14 @@ using libzunohelper::factory;
 
 namespace {
 
-/// Registers a sensor class under its kind.
-template <typename Sensor>
-void register_sensor(libzunohelper::sensor_dispatcher& dispatcher, std::string kind) {
-    dispatcher.register_sensor(
-        std::move(kind),
-        [](std::int32_t id,
-           const libzunohelper::sensor_data_wrapper& data,
-           std::shared_ptr<libzunohelper::service_container> container) {
-            return std::make_unique<Sensor>(id, data, std::move(container));
-        }
-    );
+/// Builds a sensor or check of one class, as the dispatcher asks for it.
+template <typename Kind>
+std::unique_ptr<Kind> make(
+    std::int32_t id,
+    const libzunohelper::sensor_data_wrapper& data,
+    std::shared_ptr<libzunohelper::service_container> container
+) {
+    return std::make_unique<Kind>(id, data, std::move(container));
 }
 
 } // namespace
@@ -48,7 +47,13 @@ void register_services(libzunohelper::service_container& container) {
 }
 
 void register_sensors(libzunohelper::sensor_dispatcher& dispatcher) {
-    register_sensor<opcua::custom_sensor>(dispatcher, "custom_sensor");
+    dispatcher.register_sensor("custom_sensor", make<opcua::custom_sensor>);
+    dispatcher.register_sensor("certificate_sensor", make<opcua::certificate_sensor>);
+}
+
+void register_checks(libzunohelper::sensor_dispatcher& dispatcher) {
+    dispatcher.register_check("connection_check", make<opcua::connection_check>);
+    dispatcher.register_check("endpoint_validation_check", make<opcua::endpoint_validation_check>);
 }
 
 } // namespace tarvik::monitoring_modules

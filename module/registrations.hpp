@@ -8,11 +8,13 @@
 namespace tarvik::monitoring_modules {
 
 /// Registers the factories of OPC UA clients and node objects.
-/// @param container must outlive nothing: the factories live in it and refer to it.
 /// @throws already_contains_factory when called twice.
 void register_services(libzunohelper::service_container& container);
 
 /// Registers the sensor kinds.
 void register_sensors(libzunohelper::sensor_dispatcher& dispatcher);
+
+/// Registers the check kinds.
+void register_checks(libzunohelper::sensor_dispatcher& dispatcher);
 
 } // namespace tarvik::monitoring_modules

@@ -9,6 +9,7 @@ ZunoModuleOPCUA::ZunoModuleOPCUA(std::uint64_t context, libzunohelper::probe_cal
     : module_instance{context, callback} {
     register_services(*service_container());
     register_sensors(*dispatcher());
+    register_checks(*dispatcher());
 }
 
 std::string ZunoModuleOPCUA::get_module_information() const {

@@ -35,6 +35,9 @@ constexpr libi18n::message_definition messages[] = {
 #define CATALOGUE_PREFIX "message."
 #include "common/catalogue/message.inc"
 #undef CATALOGUE_PREFIX
+#define CATALOGUE_PREFIX "channel."
+#include "common/catalogue/channel.inc"
+#undef CATALOGUE_PREFIX
 #define CATALOGUE_PREFIX "lookup."
 #include "common/catalogue/lookup.inc"
 #undef CATALOGUE_PREFIX

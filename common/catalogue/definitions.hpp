@@ -65,6 +65,12 @@ namespace message {
 #undef CATALOGUE_PREFIX
 } // namespace message
 
+namespace channel {
+#define CATALOGUE_PREFIX "channel."
+#include "common/catalogue/channel.inc"
+#undef CATALOGUE_PREFIX
+} // namespace channel
+
 namespace lookup {
 #define CATALOGUE_PREFIX "lookup."
 #include "common/catalogue/lookup.inc"

@@ -11,10 +11,21 @@
 #include "opcua/client/client_settings.hpp"
 #include "opcua/nodes/node_interfaces.hpp"
 
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace tarvik::monitoring_modules::opcua {
+
+/// What the certificate of a server says about it.
+struct server_certificate_summary {
+    std::int32_t days_to_expiration; ///< whole days from now; negative once expired
+    std::int32_t public_key_length;  ///< bits
+    bool self_signed;
+    std::string common_name; ///< as its issuer wrote it, not necessarily UTF-8
+    std::string thumbprint;  ///< SHA-1 as 40 lower-case hexadecimal digits
+};
 
 /// The nodes of one Read request, in order.
 using read_list = std::vector<std::shared_ptr<generic_node_interface>>;
@@ -45,6 +56,17 @@ class client_interface {
     /// @throws exceptions::opcua_connection_failed with the status name.
     /// @throws exceptions::opcua_request_failed when the client cannot be set up.
     virtual void ensure_connected() = 0;
+
+    /// Asks the server for its endpoints and reads the certificate of the one that fits the
+    /// settings; needs no session.
+    /// @throws exceptions::opcua_discovery_failed with the status code in decimal when they cannot
+    /// be fetched.
+    /// @throws exceptions::opcua_matching_endpoint_failed, std::out_of_range as
+    /// has_matching_endpoint.
+    /// @throws exceptions::opcua_missing_certificate when the endpoint has none.
+    /// @throws certificate_der_invalid for bytes that are no certificate; std::out_of_range without
+    /// a common name.
+    [[nodiscard]] virtual server_certificate_summary get_server_certificate() = 0;
 
     /// Writes the value that the node holds.
     /// @throws exceptions::prepare_request_failed for a node that is not writeable.

@@ -1,11 +1,13 @@
 #include "opcua/client/client_open62541.hpp"
 
 #include "common/catalogue/opcua_exceptions.hpp"
+#include "libcertificatehelper/allocator.hpp"
 #include "opcua/client/client_log.hpp"
 #include "opcua/client/connection.hpp"
 #include "opcua/client/read_request.hpp"
 #include "opcua/status_text.hpp"
 
+#include <chrono>
 #include <mutex>
 #include <utility>
 
@@ -51,6 +53,25 @@ class client_open62541::implementation {
         const std::lock_guard lock{mutex_};
         log_.refresh();
         connection_.ensure();
+    }
+
+    server_certificate_summary get_server_certificate() {
+        const std::lock_guard lock{mutex_};
+        log_.refresh();
+        const ua_endpoint_description endpoint = connection_.find_endpoint();
+        const UA_ByteString& der = endpoint->serverCertificate;
+        if (der.length == 0) {
+            throw exceptions::opcua_missing_certificate{};
+        }
+        const auto certificate =
+            allocator_->create_certificate_from_der(elements(der.data, der.length));
+        return {
+            certificate->get_days_until_expiry(std::chrono::system_clock::now()),
+            certificate->get_public_key_length(),
+            certificate->is_self_signed(),
+            certificate->get_common_name(),
+            certificate->get_thumbprint(),
+        };
     }
 
     void read(const read_list& nodes) {
@@ -138,8 +159,10 @@ class client_open62541::implementation {
     client_services services_;
     client_settings settings_;
     std::shared_ptr<liblog::log_interface> module_log_;
-    client_log log_;                                // guards itself
-    opcua::connection connection_{settings_, log_}; // guarded by mutex_
+    client_log log_; // guards itself
+    std::shared_ptr<libcertificatehelper::allocator> allocator_ =
+        libcertificatehelper::create_openssl_allocator();
+    opcua::connection connection_{settings_, *allocator_, log_}; // guarded by mutex_
 };
 
 client_open62541::client_open62541(
@@ -154,6 +177,10 @@ client_open62541::~client_open62541() = default;
 
 const client_settings& client_open62541::get_settings() const noexcept {
     return implementation_->settings();
+}
+
+server_certificate_summary client_open62541::get_server_certificate() {
+    return implementation_->get_server_certificate();
 }
 
 bool client_open62541::is_connected() const {

@@ -30,6 +30,7 @@ class client_open62541 final : public client_interface {
     [[nodiscard]] bool is_connected() const override;
     [[nodiscard]] bool has_matching_endpoint() override;
     void ensure_connected() override;
+    [[nodiscard]] server_certificate_summary get_server_certificate() override;
     void write_node_value(generic_node_interface& node) override;
     void read_node(const std::shared_ptr<generic_node_interface>& node) override;
     void read_node(const read_list& nodes) override;

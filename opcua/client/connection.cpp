@@ -13,8 +13,13 @@ bool may_have_missed_renewal(milliseconds age, milliseconds idle, milliseconds l
     return idle * 4 >= lifetime && age * 10 > lifetime * 7;
 }
 
-connection::connection(const client_settings& settings, liblog::log_interface& log)
+connection::connection(
+    const client_settings& settings,
+    libcertificatehelper::allocator& certificates,
+    liblog::log_interface& log
+)
     : settings_{settings},
+      certificates_{certificates},
       log_{log},
       url_{endpoint_url(settings)} {}
 
@@ -26,7 +31,7 @@ UA_Client* connection::ensure() {
         }
         client_.reset();
     }
-    auto client = make_configured_client(settings_, own_pair_, log_);
+    auto client = make_configured_client(settings_, certificates_, own_pair_, log_);
     const UA_StatusCode status =
         client->connect(url_, time_out_of(settings_), ua_client::until::session_activated);
     if (status != UA_STATUSCODE_GOOD) {
@@ -49,7 +54,7 @@ bool connection::can_be_relied_upon() const noexcept {
 
 ua_endpoint_description connection::find_endpoint() {
     liblog::write(&log_, severity::debug, "Fetching endpoints from server.");
-    const auto client = make_configured_client(settings_, own_pair_, log_);
+    const auto client = make_configured_client(settings_, certificates_, own_pair_, log_);
     const endpoint_requirements requirements = requirements_of(client->config());
     const ua_get_endpoints_response response = fetch_endpoints(*client);
     const auto endpoints = elements(response->endpoints, response->endpointsSize);

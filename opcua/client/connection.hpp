@@ -5,6 +5,7 @@
 // threads.
 
 #include "common/liblog/log_interface.hpp"
+#include "libcertificatehelper/allocator.hpp"
 #include "opcua/client/client_settings.hpp"
 #include "opcua/client/endpoint_selection.hpp"
 #include "opcua/client/generated_key_pair.hpp"
@@ -30,8 +31,13 @@ namespace tarvik::monitoring_modules::opcua {
 
 class connection {
   public:
-    /// @param settings and @param log are not owned and must outlive the connection.
-    connection(const client_settings& settings, liblog::log_interface& log);
+    /// Nothing of this is owned; all of it must outlive the connection.
+    /// @param certificates reads the client's own certificate and key.
+    connection(
+        const client_settings& settings,
+        libcertificatehelper::allocator& certificates,
+        liblog::log_interface& log
+    );
 
     /// Whether channel and session are up, as far as is known without asking the server.
     [[nodiscard]] bool is_connected() const noexcept { return client_ && client_->is_connected(); }
@@ -62,6 +68,7 @@ class connection {
     [[nodiscard]] ua_get_endpoints_response fetch_endpoints(ua_client& client) const;
 
     const client_settings& settings_;
+    libcertificatehelper::allocator& certificates_;
     liblog::log_interface& log_;
     const std::string url_;
     std::optional<generated_key_pair> own_pair_; // empty until needed, then kept for life

@@ -7,8 +7,6 @@
 #include <string.h>
 
 #include <array>
-#include <mutex>
-#include <optional>
 
 #include <open62541/plugin/create_certificate.h>
 
@@ -94,14 +92,17 @@ generated_key_pair generate(liblog::log_interface& log) {
 
 } // namespace
 
-generated_key_pair copy_generated_key_pair(liblog::log_interface& log) {
-    static std::mutex mutex;
-    static std::optional<generated_key_pair> pair; // guarded by mutex
-    const std::lock_guard lock{mutex};
-    if (!pair) {
-        pair = generate(log);
+generated_key_pair shared_key_pair::copy(liblog::log_interface& log) {
+    const std::lock_guard lock{mutex_};
+    if (!pair_) {
+        pair_ = make_(log);
     }
-    return *pair;
+    return *pair_;
+}
+
+generated_key_pair copy_generated_key_pair(liblog::log_interface& log) {
+    static shared_key_pair pair{generate};
+    return pair.copy(log);
 }
 
 } // namespace tarvik::monitoring_modules::opcua

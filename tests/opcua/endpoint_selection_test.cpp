@@ -178,9 +178,7 @@ TEST_F(endpoint_selection, matches_the_token_to_the_identity) {
 TEST_F(endpoint_selection, ends_at_numbers_that_the_standard_does_not_have) {
     for (const auto mode : {0, 4, -1}) {
         offered server;
-        server.add(
-                  mode, none_uri, {{anonymous}}
-        ).add(mode_encrypt, basic_uri, {{anonymous}});
+        server.add(mode, none_uri, {{anonymous}}).add(mode_encrypt, basic_uri, {{anonymous}});
         EXPECT_THROW(select(server), std::out_of_range) << mode;
     }
     offered server;
