@@ -13,7 +13,9 @@ namespace {
 
 constexpr double widest_fixed = 1e15;
 constexpr double narrowest_fixed = 1e-5;
-constexpr int multiplied_digits = 15; // what is left of a double's digits after a multiplication
+constexpr int shown_digits = 7;   // as many as a person reads at a glance
+constexpr int shown_decimals = 2; // at least, whatever the size
+constexpr int exact_digits = 15;  // what a double holds in decimal digits
 constexpr int growth_digits = 3;
 
 // Holds the longest fixed notation within the bounds above.
@@ -46,6 +48,13 @@ template <typename... Arguments>
     double result = value;
     std::from_chars(text.data(), text.data() + text.size(), result);
     return result;
+}
+
+/// The value without the digits that only a computer reads; the JSON output has them all.
+[[nodiscard]] double rounded_for_people(double value) {
+    const double size = std::abs(value);
+    const int whole_digits = size < 1 ? 0 : static_cast<int>(std::log10(size)) + 1;
+    return rounded(value, std::clamp(whole_digits + shown_decimals, shown_digits, exact_digits));
 }
 
 [[nodiscard]] bool came_from_float(double value) noexcept {
@@ -147,10 +156,10 @@ format_value(const channel_number& value, const channel_unit& unit, double multi
         std::abs(scaled) < widest_fixed) {
         return {format_time_span(scaled), ""};
     }
-    if (multiplier == 1.0) {
+    if (multiplier == 1.0 && std::holds_alternative<std::int64_t>(value)) {
         return {format_number(value), unit_text(unit)};
     }
-    return {format_number(rounded(scaled, multiplied_digits)), unit_text(unit)};
+    return {format_number(rounded_for_people(scaled)), unit_text(unit)};
 }
 
 formatted_value format_growth(double per_second, const channel_unit& unit) {

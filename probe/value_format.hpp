@@ -20,7 +20,8 @@ struct formatted_value {
 [[nodiscard]] std::string format_number(double value);
 [[nodiscard]] std::string format_number(const channel_number& value);
 
-/// @return value × multiplier in the words of the unit: "1.5" "GiB", "2 d 4 h" "", "21.5" "°C"
+/// @return value × multiplier in the words of the unit: "1.5" "GiB", "2 d 4 h" "", "21.5" "°C";
+/// integers whole, other numbers with seven digits or two decimals, whichever is more.
 [[nodiscard]] formatted_value
 format_value(const channel_number& value, const channel_unit& unit, double multiplier);
 

@@ -2,6 +2,7 @@
 
 #include "utf8.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -14,8 +15,34 @@ constexpr bool needs_no_escape(char c) {
     return byte >= 0x20 && byte < 0x80 && c != '"' && c != '\\';
 }
 
-/// The longest that std::to_chars writes for a 64-bit integer or the shortest form of a double.
+/// The longest that std::to_chars writes for a 64-bit integer or the shortest form of a double, and
+/// a ".0".
 constexpr std::size_t max_digits = 32;
+
+char* append(char* at, std::string_view text) {
+    return std::ranges::copy(text, at).out;
+}
+
+/// A finite number that looks like no integer.
+char* append_number(char* at, double value) {
+    char* const end = std::to_chars(at, at + max_digits, value).ptr;
+    const std::string_view written{at, end};
+    return written.find_first_of(".e") == std::string_view::npos ? append(end, ".0") : end;
+}
+
+/// Room for one channel's value, which stands between `begin` and `end` once it is written.
+struct value_text {
+    char bytes[sizeof "{\"id\":-2147483648,\"value\":}" + max_digits];
+    char* end;
+
+    explicit value_text(std::int32_t id) : end{append(bytes, "{\"id\":")} {
+        end = append(std::to_chars(end, end + max_digits, id).ptr, ",\"value\":");
+    }
+    [[nodiscard]] std::string_view closed() {
+        end = append(end, "}");
+        return {bytes, end};
+    }
+};
 
 } // namespace
 
@@ -115,11 +142,32 @@ void json_writer::boolean(bool value) {
 }
 
 void json_writer::number(double value) {
-    const std::size_t begin = out_.size();
-    short_number(value);
-    if (std::isfinite(value) && out_.find_first_of(".e", begin) == std::string::npos) {
-        out_.append(".0");
+    if (!std::isfinite(value)) {
+        short_number(value);
+        return;
     }
+    separate();
+    char digits[max_digits];
+    out_.append(digits, append_number(digits, value));
+}
+
+void json_writer::channel_value(std::int32_t id, std::int64_t value) {
+    value_text text{id};
+    text.end = std::to_chars(text.end, text.end + max_digits, value).ptr;
+    raw(text.closed());
+}
+
+void json_writer::channel_value(std::int32_t id, double value) {
+    if (!std::isfinite(value)) {
+        begin_object();
+        key("id").integer(id);
+        key("value").number(value);
+        end_object();
+        return;
+    }
+    value_text text{id};
+    text.end = append_number(text.end, value);
+    raw(text.closed());
 }
 
 void json_writer::short_number(double value) {

@@ -50,6 +50,10 @@ class json_writer {
     /// The same, but a whole number is written like one: "2".
     void short_number(double value);
 
+    /// {"id":1,"value":2}: the object that a scan writes most, put together before it is appended.
+    void channel_value(std::int32_t id, std::int64_t value);
+    void channel_value(std::int32_t id, double value);
+
     /// Something that is JSON already.
     void raw(std::string_view json);
 

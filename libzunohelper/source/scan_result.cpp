@@ -103,15 +103,11 @@ std::string sensor_scan_result::serialize() const {
     json.end_array();
     json.key("channels").begin_array();
     for (const channel_value& entry : values) {
-        json.begin_object();
-        json.key("id").integer(entry.id);
-        json.key("value");
         if (const auto* const integer = std::get_if<std::int64_t>(&entry.content)) {
-            json.integer(*integer);
+            json.channel_value(entry.id, *integer);
         } else {
-            json.number(std::get<double>(entry.content));
+            json.channel_value(entry.id, std::get<double>(entry.content));
         }
-        json.end_object();
     }
     json.end_array();
     json.end_object();

@@ -1,7 +1,6 @@
 #include "opcua/sensors/certificate_sensor.hpp"
 
 #include "common/catalogue/definitions.hpp"
-#include "zunohelper/message_service.hpp"
 #include "zunohelper/scan_result.hpp"
 
 #include <exception>
@@ -68,7 +67,7 @@ void certificate_sensor::execute_sensor_scan() {
     liblog::write(
         sensor_log().get(), severity::debug, "Response Message is: ", result.message().text()
     );
-    container().get<libzunohelper::message_service_interface>()->send(result);
+    send(result);
 }
 
 } // namespace tarvik::monitoring_modules::opcua

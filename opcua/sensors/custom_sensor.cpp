@@ -2,7 +2,6 @@
 
 #include "common/catalogue/definitions.hpp"
 #include "opcua/sensors/number_text.hpp"
-#include "zunohelper/message_service.hpp"
 
 #include <utility>
 
@@ -111,7 +110,7 @@ void custom_sensor::execute_sensor_scan() {
         set_channel(result, number, nodes_.at(node));
     }
     set_message(result);
-    container().get<libzunohelper::message_service_interface>()->send(result);
+    send(result);
 }
 
 void custom_sensor::set_message(sensor_scan_result& result) const {

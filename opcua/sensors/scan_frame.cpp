@@ -2,7 +2,6 @@
 
 #include "common/libi18n/i18n_exception.hpp"
 #include "common/version.hpp"
-#include "zunohelper/message_service.hpp"
 #include "zunohelper/scan_result.hpp"
 
 #include <exception>
@@ -16,7 +15,7 @@ namespace {
 template <typename Error>
 void send_error(
     std::int32_t sensor_id,
-    libzunohelper::service_container& container,
+    libzunohelper::message_service_interface& messages,
     liblog::log_interface* log,
     const Error& error
 ) {
@@ -24,7 +23,7 @@ void send_error(
     libzunohelper::sensor_scan_result result{sensor_id, error};
     result.set_error_code(0);
     result.set_response_code(libzunohelper::scan_response_codes::error);
-    container.get<libzunohelper::message_service_interface>()->send(result);
+    messages.send(result);
 }
 
 } // namespace
@@ -45,7 +44,7 @@ void log_sensor_end(liblog::log_interface* log) noexcept {
 
 void run_sensor_scan(
     std::int32_t sensor_id,
-    libzunohelper::service_container& container,
+    libzunohelper::message_service_interface& messages,
     liblog::log_interface* log,
     const std::function<void()>& work
 ) {
@@ -55,9 +54,9 @@ void run_sensor_scan(
     try {
         work();
     } catch (const libi18n::i18n_exception& error) {
-        send_error(sensor_id, container, log, error);
+        send_error(sensor_id, messages, log, error);
     } catch (const std::exception& error) {
-        send_error(sensor_id, container, log, error);
+        send_error(sensor_id, messages, log, error);
     }
     liblog::write(
         log, severity::debug, "#################### Exit sensor scan  ####################"

@@ -4,7 +4,7 @@
 // that an exception becomes.
 
 #include "common/liblog/log_interface.hpp"
-#include "zunohelper/service_container.hpp"
+#include "zunohelper/message_service.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -21,12 +21,12 @@ void log_sensor_start(liblog::log_interface* log, std::string_view display_name)
 void log_sensor_end(liblog::log_interface* log) noexcept;
 
 /// Runs a sensor's own work between the two scan banners. An exception of the standard family ends
-/// as one error result with its message, sent through the container's message service.
+/// as one error result with its message.
 /// @param log may be null.
 /// @throws what sending the error result throws; and anything that is no std::exception.
 void run_sensor_scan(
     std::int32_t sensor_id,
-    libzunohelper::service_container& container,
+    libzunohelper::message_service_interface& messages,
     liblog::log_interface* log,
     const std::function<void()>& work
 );

@@ -5,7 +5,9 @@
 
 #include "common/liblog/log_interface.hpp"
 #include "opcua/sensors/scan_frame.hpp"
+#include "zunohelper/message_service.hpp"
 #include "zunohelper/runtime_log.hpp"
+#include "zunohelper/scan_result.hpp"
 #include "zunohelper/sensor_data_wrapper.hpp"
 #include "zunohelper/sensor_interface.hpp"
 #include "zunohelper/service_container.hpp"
@@ -33,7 +35,7 @@ class sensor_base : public libzunohelper::sensor_interface {
     }
 
     void scan() final {
-        run_sensor_scan(id_, *container_, log_.get(), [this] { execute_sensor_scan(); });
+        run_sensor_scan(id_, *message_service_, log_.get(), [this] { execute_sensor_scan(); });
     }
 
   protected:
@@ -47,8 +49,14 @@ class sensor_base : public libzunohelper::sensor_interface {
         : id_{id},
           settings_{Settings::parse(data.settings())},
           container_{std::move(container)},
+          message_service_{container_->template get<libzunohelper::message_service_interface>()},
           log_{make_log()} {
         log_sensor_start(log_.get(), display_name);
+    }
+
+    /// Sends a result to the host.
+    void send(const libzunohelper::sensor_scan_result& result) const {
+        message_service_->send(result);
     }
 
     /// The kind's own work: fills one scan result and sends it.
@@ -73,6 +81,7 @@ class sensor_base : public libzunohelper::sensor_interface {
     std::int32_t id_;
     Settings settings_;
     std::shared_ptr<libzunohelper::service_container> container_;
+    std::shared_ptr<libzunohelper::message_service_interface> message_service_;
     std::shared_ptr<liblog::log_interface> log_;
 };
 

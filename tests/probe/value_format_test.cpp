@@ -60,6 +60,8 @@ TEST(value_format, speaks_the_language_of_the_unit) {
     constexpr auto span = unit_code::time_span;
     const row rows[] = {
         {12.5, unit(unit_code::custom, "bar"), 1, "12.5|bar"},
+        {75.87864168663120, unit(unit_code::custom, "K"), 1, "75.87864|K"},
+        {123456789.123456, unit(unit_code::custom, "K"), 1, "123456789.12|K"},
         {std::int64_t{1'234'567}, unit(unit_code::custom, "k"), 0.001, "1234.567|k"},
         {72.3, unit(unit_code::custom), 0.001, "0.0723|"}, // not 0.07229999999999999
         {std::int64_t{21}, unit(unit_code::temperature), 1, "21|°C"},
