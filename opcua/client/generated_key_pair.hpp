@@ -21,8 +21,9 @@ struct generated_key_pair {
     libzunohelper::secure_string private_key; ///< PEM
 };
 
-/// A key pair that is made once, on first need, and handed out as copies. Whoever asks while it is being made waits for
-/// it. A failure is not remembered: the next who asks tries again. Any thread may ask.
+/// A key pair that is made once, on first need, and handed out as copies. Whoever asks while it is
+/// being made waits for it. A failure is not remembered: the next who asks tries again. Any thread
+/// may ask.
 class shared_key_pair {
   public:
     using maker = std::function<generated_key_pair(liblog::log_interface&)>;
