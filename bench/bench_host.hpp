@@ -34,28 +34,36 @@ inline constexpr std::array<const char*, 11> node_ids{
 /// The one plant of the process.
 [[nodiscard]] simulator::plant_server& plant();
 
+enum class channel_security { none, sign_encrypt };
+
+/// A client certificate and its RSA 2048 key, both PEM, made once for the process.
+struct client_key_pair {
+    std::string certificate;
+    std::string private_key;
+};
+[[nodiscard]] const client_key_pair& own_key_pair();
+
 /// The settings record of a custom sensor with the ten channels and the message node.
-[[nodiscard]] std::string sensor_record();
+[[nodiscard]] std::string sensor_record(channel_security security);
 
 /// The module, initialised once for the process; its messages are counted.
 class module_host {
   public:
     static module_host& instance();
 
-    [[nodiscard]] bool create(std::int32_t id) const;
+    [[nodiscard]] bool create(std::int32_t id, channel_security security = {}) const;
     [[nodiscard]] bool scan(std::int32_t id) const;
     void destroy(std::int32_t id) const;
 
   private:
     module_host();
-
-    std::string record_;
 };
 
 /// A connected client of the stack that reads the same values with one Read request, prepared once.
 class bare_client {
   public:
-    bare_client();
+    /// Makes, configures and connects it.
+    explicit bare_client(channel_security security);
 
     /// @return whether all values were read.
     [[nodiscard]] bool read() const;

@@ -17,7 +17,7 @@ namespace framework = monitoring_modules::libzunohelper;
 using monitoring_modules::libi18n::i18n_msg;
 
 void settings_parse(benchmark::State& state) {
-    const std::string record = sensor_record();
+    const std::string record = sensor_record(channel_security::none);
     for (auto _ : state) {
         const framework::sensor_data_wrapper data{
             reinterpret_cast<const std::uint8_t*>(record.data()),

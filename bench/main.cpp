@@ -56,6 +56,11 @@ int main(int argc, char** argv) {
     );
     tarvik::bench::table_reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.print({{"sensor_scan", "bare_read", pinned ? 1.5 : 1.15}});
+    reporter.print({
+        {"sensor_scan", "bare_read", pinned ? 1.5 : 1.15},
+        {"secured_sensor_scan", "secured_bare_read", pinned ? 1.5 : 1.15},
+        {"connect", "bare_connect", 1.2},
+        {"secured_connect", "secured_bare_connect", 1.2},
+    });
     return tarvik::bench::print_memory_per_sensor(smoke ? 10 : 1000) ? 0 : 1;
 }

@@ -22,14 +22,16 @@ void run(benchmark::State& state, const Work& work) {
     state.counters["allocations"] = allocations / static_cast<double>(state.iterations());
 }
 
-void bare_read(benchmark::State& state) {
-    const bare_client client;
+template <channel_security Security>
+void read_bare(benchmark::State& state) {
+    const bare_client client{Security};
     run(state, [&] { return client.read(); });
 }
 
-void sensor_scan(benchmark::State& state) {
+template <channel_security Security>
+void scan_sensor(benchmark::State& state) {
     const auto& host = module_host::instance();
-    if (!host.create(1)) {
+    if (!host.create(1, Security)) {
         state.SkipWithError("the sensor cannot be created");
         return;
     }
@@ -51,8 +53,10 @@ void sensor_creation(benchmark::State& state) {
     host.destroy(1);
 }
 
-BENCHMARK(bare_read)->UseRealTime();
-BENCHMARK(sensor_scan)->UseRealTime();
+BENCHMARK(read_bare<channel_security::none>)->Name("bare_read")->UseRealTime();
+BENCHMARK(scan_sensor<channel_security::none>)->Name("sensor_scan")->UseRealTime();
+BENCHMARK(read_bare<channel_security::sign_encrypt>)->Name("secured_bare_read")->UseRealTime();
+BENCHMARK(scan_sensor<channel_security::sign_encrypt>)->Name("secured_sensor_scan")->UseRealTime();
 BENCHMARK(sensor_creation)->UseRealTime();
 
 } // namespace
