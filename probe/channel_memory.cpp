@@ -37,9 +37,10 @@ namespace {
     return difference >= 0 ? std::optional{difference} : std::nullopt;
 }
 
-/// @return whether the shown value is another text than the number that came
+/// @return whether the shown value is the number that came, rounded or not
 [[nodiscard]] bool tells_raw(const channel_view& view) {
-    return !view.difference && !view.lookup_text && view.value.number == format_number(view.raw);
+    const std::string unscaled = format_value(view.raw, channel_unit{}, 1).number;
+    return !view.difference && !view.lookup_text && view.value.number == unscaled;
 }
 
 } // namespace

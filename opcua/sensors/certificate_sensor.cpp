@@ -50,9 +50,25 @@ certificate_sensor::certificate_sensor(
     std::shared_ptr<libzunohelper::service_container> services
 )
     : sensor_base{id, data, std::move(services), display_name},
-      client_{container(), settings().connection, sensor_log()},
+      client_{create_client()},
       channels_{std::make_shared<libzunohelper::channel_map>()} {
+    log("Client creation successful.");
     define_channels(*channels_);
+}
+
+shared_client certificate_sensor::create_client() const {
+    log("Create OPC-UA client.");
+    try {
+        return shared_client{container(), settings().connection, sensor_log()};
+    } catch (const std::exception& error) {
+        liblog::write(
+            sensor_log().get(),
+            severity::error,
+            "Exception during creation of OPC-UA client: ",
+            error.what()
+        );
+        throw;
+    }
 }
 
 void certificate_sensor::execute_sensor_scan() {

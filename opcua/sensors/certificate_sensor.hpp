@@ -41,6 +41,7 @@ class certificate_sensor final : public sensor_base<settings::certificate_sensor
 
   private:
     void execute_sensor_scan() override;
+    [[nodiscard]] shared_client create_client() const;
 
     shared_client client_;
     std::shared_ptr<libzunohelper::channel_map> channels_;
