@@ -13,6 +13,8 @@ target_compile_options(
               $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
               # Unique symbols would keep a library in the process after dlclose.
               $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fno-gnu-unique>
+              # GCC 12 takes the assignment of a literal to a std::string for overlapping memory.
+              $<$<AND:$<COMPILE_LANG_AND_ID:CXX,GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
 )
 if(OPCUA_WARNINGS_AS_ERRORS)
     target_compile_options(project_options INTERFACE -Werror)

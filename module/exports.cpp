@@ -15,6 +15,7 @@ using tarvik::monitoring_modules::ZunoModuleOPCUA;
 
 // Null before InitializeModule and after CleanupModule. Destroyed when the library is unloaded. Not
 // guarded: the host keeps initialising and cleaning up apart from every other call.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
 std::unique_ptr<module_instance_adapter> adapter;
 
 /// Runs the work; anything thrown becomes the given number.

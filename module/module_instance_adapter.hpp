@@ -36,14 +36,14 @@ class module_instance_adapter {
     /// @param bytes, size  the settings; see sensor_data_wrapper
     /// @return the dispatcher's status
     /// @{
-    std::int32_t
+    [[nodiscard]] std::int32_t
     create_sensor_instance(std::int32_t id, const std::uint8_t* bytes, std::uint32_t size) const;
-    std::int32_t execute_sensor_scan(std::int32_t id) const;
-    std::int32_t destroy_sensor_instance(std::int32_t id) const;
-    std::int32_t execute_meta_scan(
+    [[nodiscard]] std::int32_t execute_sensor_scan(std::int32_t id) const;
+    [[nodiscard]] std::int32_t destroy_sensor_instance(std::int32_t id) const;
+    [[nodiscard]] std::int32_t execute_meta_scan(
         std::int32_t id, std::uint32_t kind, const std::uint8_t* bytes, std::uint32_t size
     ) const;
-    std::int32_t
+    [[nodiscard]] std::int32_t
     execute_check(std::int32_t id, const std::uint8_t* bytes, std::uint32_t size) const;
     /// @}
 

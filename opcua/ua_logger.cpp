@@ -49,7 +49,7 @@ void ua_logger::take(bool tells_lifetime, const char* format, va_list arguments)
     if (!tells_lifetime && !taken) {
         return;
     }
-    std::array<char, 1024> text; // NOLINT(cppcoreguidelines-pro-type-member-init): filled below
+    std::array<char, 1024> text;
     if (std::vsnprintf(text.data(), text.size(), format, arguments) < 0) {
         return;
     }

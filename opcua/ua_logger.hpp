@@ -21,6 +21,7 @@ class ua_logger {
     explicit ua_logger(liblog::log_interface& target);
     ua_logger(const ua_logger&) = delete;
     ua_logger& operator=(const ua_logger&) = delete;
+    ~ua_logger() = default;
 
     [[nodiscard]] UA_Logger* handle() noexcept { return &handle_; }
 

@@ -44,7 +44,9 @@ struct pipe_ends {
     setpgid(0, 0);
     sigset_t none{};
     sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
+    sigprocmask(
+        SIG_SETMASK, &none, nullptr
+    ); // NOLINT(concurrency-mt-unsafe): one thread, just forked
     const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
     if (nothing >= 0 && dup2(nothing, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0) {
         execv(arguments[0], arguments);
@@ -96,6 +98,7 @@ child_process::child_process(
     std::vector<std::string> texts{program.string()};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
+    pointers.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         pointers.push_back(text.data());
     }
@@ -109,7 +112,7 @@ child_process::child_process(
     file_descriptor report_write{report.write};
 
     const pid_t parent = getpid();
-    id_ = fork();
+    id_ = fork(); // NOLINT(cppcoreguidelines-prefer-member-initializer): after the pipes
     if (id_ == 0) {
         become(pointers.data(), output.write, report.write, parent);
     }

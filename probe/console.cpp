@@ -13,8 +13,9 @@ namespace tarvik::monitoring_modules::probe {
 namespace {
 
 void write(std::string_view text) noexcept {
-    std::fwrite(text.data(), 1, text.size(), stderr);
-    std::fflush(stderr);
+    // Where standard error cannot be written, there is nobody to tell.
+    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
+    static_cast<void>(std::fflush(stderr));
 }
 
 } // namespace

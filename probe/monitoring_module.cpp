@@ -29,7 +29,9 @@ struct byte_view {
 extern "C" {
 
 static void receive_message(std::uint64_t context, const std::uint8_t* bytes, std::uint32_t size) {
-    reinterpret_cast<monitoring_module*>(static_cast<std::uintptr_t>(context))->take(bytes, size);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the module hands our own pointer back as a number
+    auto* const self = reinterpret_cast<monitoring_module*>(static_cast<std::uintptr_t>(context));
+    self->take(bytes, size);
 }
 
 } // extern "C"
@@ -76,8 +78,10 @@ std::string monitoring_module::information() const {
 }
 
 call_result monitoring_module::create_sensor(std::int32_t id, std::string_view settings) {
-    const auto [bytes, size] = bytes_of(settings);
-    return collect([&] { return functions_.create_sensor_instance(id, bytes, size); });
+    return collect([&] {
+        const auto [bytes, size] = bytes_of(settings);
+        return functions_.create_sensor_instance(id, bytes, size);
+    });
 }
 
 call_result monitoring_module::scan_sensor(std::int32_t id) {
@@ -85,11 +89,13 @@ call_result monitoring_module::scan_sensor(std::int32_t id) {
 }
 
 call_result monitoring_module::check(std::int32_t id, std::string_view settings) {
-    const auto [bytes, size] = bytes_of(settings);
-    return collect([&] { return functions_.execute_check(id, bytes, size); });
+    return collect([&] {
+        const auto [bytes, size] = bytes_of(settings);
+        return functions_.execute_check(id, bytes, size);
+    });
 }
 
-void monitoring_module::destroy_sensor(std::int32_t id) noexcept {
+void monitoring_module::destroy_sensor(std::int32_t id) const noexcept {
     functions_.destroy_sensor_instance(id);
 }
 

@@ -41,7 +41,7 @@ class monitoring_module final {
     [[nodiscard]] call_result create_sensor(std::int32_t id, std::string_view settings);
     [[nodiscard]] call_result scan_sensor(std::int32_t id);
     [[nodiscard]] call_result check(std::int32_t id, std::string_view settings);
-    void destroy_sensor(std::int32_t id) noexcept;
+    void destroy_sensor(std::int32_t id) const noexcept;
 
     void take(const std::uint8_t* bytes, std::uint32_t size) noexcept;
 

@@ -35,7 +35,7 @@ template <typename... Arguments>
 }
 
 // A number with a point in it shows that the channel is no counter.
-[[nodiscard]] std::string with_point(std::string text) {
+[[nodiscard]] std::string with_point(const std::string& text) {
     return text.find_first_of(".e") == std::string::npos ? text + ".0" : text;
 }
 

@@ -58,7 +58,7 @@ void add_extension(X509& certificate, X509& issuer, int kind, const std::string&
 
 /// Version 3, a random serial number, a life time and a public key; no subject, issuer or signature
 /// yet.
-x509_ptr blank_certificate(EVP_PKEY& key, int first_day, int last_day) {
+x509_ptr blank_certificate(EVP_PKEY& key, long first_day, long last_day) {
     x509_ptr certificate{X509_new()};
     require(certificate != nullptr, "certificate");
     std::array<unsigned char, 8> serial{};

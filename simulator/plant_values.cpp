@@ -127,6 +127,7 @@ variant matrix(const std::vector<std::int32_t>& four_items) {
 
 variant array_of_variants(const std::vector<variant>& items) {
     std::vector<UA_Variant> borrowed;
+    borrowed.reserve(items.size());
     for (const variant& item : items) {
         borrowed.push_back(item.get());
     }

@@ -14,12 +14,15 @@ namespace tarvik::monitoring_modules::libzunohelper::log_sink {
 
 namespace {
 
+// NOLINTBEGIN(cppcoreguidelines-avoid-non-const-global-variables): the host sets one sink for the
+// process
 /// Writers share the mutex while they call the sink, so whoever replaces the sink, holding it
 /// alone, knows that the former one is not called any more.
 std::shared_mutex sink_mutex;
 zuno_log_sink sink = nullptr; // guarded by sink_mutex
 void* sink_user = nullptr;    // likewise
 std::atomic<bool> has_sink{false};
+// NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
 void append_severity(std::string& line, liblog::severity level) {
     switch (level) {

@@ -21,16 +21,16 @@ class client_open62541::implementation {
   public:
     implementation(
         client_settings settings,
-        const std::shared_ptr<liblog::log_interface>& log,
+        std::shared_ptr<liblog::log_interface> log,
         client_services services
     )
         : services_{std::move(services)},
           settings_{std::move(settings)},
-          module_log_{log} {
+          module_log_{std::move(log)} {
         log_.attach(module_log_, severity::debug);
     }
 
-    const client_settings& settings() const noexcept { return settings_; }
+    [[nodiscard]] const client_settings& settings() const noexcept { return settings_; }
     client_log& log() noexcept { return log_; }
 
     bool is_connected() {

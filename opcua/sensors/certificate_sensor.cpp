@@ -77,7 +77,7 @@ void certificate_sensor::execute_sensor_scan() {
     libzunohelper::sensor_scan_result result{id(), channels_};
     result.set_value(days_to_expiration, std::int64_t{certificate.days_to_expiration});
     result.set_value(public_key_length, std::int64_t{certificate.public_key_length});
-    result.set_value(self_signed, std::int64_t{certificate.self_signed});
+    result.set_value(self_signed, std::int64_t{certificate.self_signed ? 1 : 0});
     result.set_message(libi18n::i18n_msg{
         catalogue::message::certificate_ok, certificate.common_name, certificate.thumbprint});
     liblog::write(

@@ -36,7 +36,7 @@ class certificate_sensor final : public sensor_base<settings::certificate_sensor
     certificate_sensor(
         std::int32_t id,
         const libzunohelper::sensor_data_wrapper& data,
-        std::shared_ptr<libzunohelper::service_container> container
+        std::shared_ptr<libzunohelper::service_container> services
     );
 
   private:

@@ -43,7 +43,7 @@ void set_channel(
 ) {
     switch (node.data_type()) {
     case value_kind::boolean:
-        result.set_value(channel, std::int64_t{node.value_as_bool()});
+        result.set_value(channel, std::int64_t{node.value_as_bool() ? 1 : 0});
         return;
     case value_kind::integer:
         result.set_value(channel, node.value_as_int64());

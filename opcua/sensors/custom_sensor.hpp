@@ -28,7 +28,7 @@ class custom_sensor final : public sensor_base<settings::custom_sensor> {
     custom_sensor(
         std::int32_t id,
         const libzunohelper::sensor_data_wrapper& data,
-        std::shared_ptr<libzunohelper::service_container> container
+        std::shared_ptr<libzunohelper::service_container> services
     );
 
   private:
