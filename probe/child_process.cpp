@@ -44,9 +44,8 @@ struct pipe_ends {
     setpgid(0, 0);
     sigset_t none{};
     sigemptyset(&none);
-    sigprocmask(
-        SIG_SETMASK, &none, nullptr
-    ); // NOLINT(concurrency-mt-unsafe): one thread, just forked
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): one thread, just forked
+    sigprocmask(SIG_SETMASK, &none, nullptr);
     const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
     if (nothing >= 0 && dup2(nothing, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0) {
         execv(arguments[0], arguments);

@@ -32,11 +32,11 @@ char* append_number(char* at, double value) {
 
 /// Room for one channel's value, which stands between `begin` and `end` once it is written.
 struct value_text {
-    char bytes[sizeof "{\"id\":-2147483648,\"value\":}" + max_digits];
+    char bytes[sizeof R"({"id":-2147483648,"value":})" + max_digits];
     char* end;
 
-    explicit value_text(std::int32_t id) : end{append(bytes, "{\"id\":")} {
-        end = append(std::to_chars(end, end + max_digits, id).ptr, ",\"value\":");
+    explicit value_text(std::int32_t id) : end{append(bytes, R"({"id":)")} {
+        end = append(std::to_chars(end, end + max_digits, id).ptr, R"(,"value":)");
     }
     [[nodiscard]] std::string_view closed() {
         end = append(end, "}");

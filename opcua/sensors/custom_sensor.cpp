@@ -1,6 +1,7 @@
 #include "opcua/sensors/custom_sensor.hpp"
 
 #include "common/catalogue/definitions.hpp"
+#include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/sensors/number_text.hpp"
 
 #include <utility>
@@ -15,8 +16,14 @@ namespace {
 
 libi18n::i18n_msg
 channel_name(const settings::custom_channel& channel, const generic_node_interface& node) {
-    return libi18n::i18n_msg{
-        channel.naming == settings::channel_naming::manual ? channel.name : node.display_name()};
+    if (channel.naming == settings::channel_naming::manual) {
+        return libi18n::i18n_msg{channel.name};
+    }
+    std::string name = node.display_name();
+    if (name.empty()) { // a server that has none sends an empty one
+        throw exceptions::display_name_not_set{};
+    }
+    return libi18n::i18n_msg{std::move(name)};
 }
 
 dynamic_channel make_definition(

@@ -106,6 +106,7 @@ TEST_F(custom_sensor, cannot_be_created_from_what_it_cannot_show) {
 
 TEST_F(custom_sensor, names_a_channel_after_its_node_or_fails) {
     server.set_display_name("ns=2;s=Pump.Speed", "");
+    EXPECT_EQ(creation_error({"ns=2;s=Pump.Speed"}), "No DisplayName is set.");
     const json result = scan_of(
         {"ns=2;s=Pump.Speed"},
         {{"custom.connection_custom.channel1_settings", "manual"},

@@ -1,0 +1,81 @@
+// What happens between two scans: restarts, sessions that the server ends, servers that are gone.
+
+#include "tests/interop/interop_support.hpp"
+
+#include <chrono>
+
+#include <gtest/gtest.h>
+
+namespace tarvik::monitoring_modules::tests {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+
+constexpr server_options all_modes{.sign = true, .sign_encrypt = true, .users = true};
+constexpr std::int32_t sensor = 1;
+
+class between_two_scans : public testing::TestWithParam<std::tuple<maker, const char*>> {
+  protected:
+    void SetUp() override {
+        const auto settings = custom_settings(
+            server_.port(),
+            {server_.node_id("Pump.Speed")},
+            settings_for(with_mode(user1, std::get<const char*>(GetParam())))
+        );
+        ASSERT_EQ(host_.create(sensor, make_record("custom_sensor", settings)), 0U);
+        ASSERT_EQ(error_of_scan("usual_scan_us"), "");
+    }
+
+    /// Scans; the time that it takes is reported under the name.
+    std::string error_of_scan(const char* name) {
+        const auto start = steady_clock::now();
+        EXPECT_EQ(host_.scan(sensor), 0U);
+        const auto taken = steady_clock::now() - start;
+        EXPECT_LT(taken, 12s);
+        RecordProperty(name, static_cast<int>(taken / 1us));
+        return error_of(host_.take_message());
+    }
+
+    tested_server& server_ = running_server(std::get<maker>(GetParam()), all_modes);
+    recording_host host_;
+};
+
+TEST_P(between_two_scans, a_restart_costs_no_scan) {
+    server_.stop();
+    server_.start();
+    EXPECT_EQ(error_of_scan("scan_after_restart_us"), "");
+}
+
+TEST_P(between_two_scans, sessions_that_the_server_ends_cost_no_scan) {
+    server_.close_sessions();
+    EXPECT_EQ(error_of_scan("scan_without_session_us"), "");
+    EXPECT_EQ(error_of_scan("scan_after_that_us"), "");
+}
+
+TEST_P(between_two_scans, a_server_that_goes_is_an_error_until_it_is_back) {
+    server_.stop();
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(
+            error_of_scan("scan_without_server_us"),
+            "The sensor could not connect to the OPC UA server (BadConnectionRejected)."
+        );
+    }
+    server_.start();
+    EXPECT_EQ(error_of_scan("scan_of_returned_server_us"), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    servers,
+    between_two_scans,
+    testing::Combine(
+        testing::Values(maker::open62541, maker::node_opcua),
+        testing::Values("none", "sign", "sign_encrypt")
+    ),
+    [](const auto& param) {
+        return name_of(std::get<maker>(param.param)) + "_" + std::get<const char*>(param.param);
+    }
+);
+
+} // namespace
+} // namespace tarvik::monitoring_modules::tests

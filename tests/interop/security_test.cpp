@@ -1,0 +1,272 @@
+// Who gets in: every mode and identity, as a sensor and as the two checks see it; and what the
+// certificate sensor makes of the server's certificate.
+
+#include "tests/interop/interop_support.hpp"
+
+#include <optional>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace tarvik::monitoring_modules::tests {
+namespace {
+
+using json = nlohmann::json;
+
+std::string not_connected(const std::string& status) {
+    return "The sensor could not connect to the OPC UA server (" + status + ").";
+}
+
+const std::string denied = not_connected("BadUserAccessDenied");
+const std::string no_token = not_connected("BadIdentityTokenRejected");
+
+constexpr server_options all_modes{.sign = true, .sign_encrypt = true, .users = true};
+constexpr server_options users_only{
+    .sign = true, .sign_encrypt = true, .anonymous = false, .users = true};
+constexpr server_options nobody_known{.sign_encrypt = true};
+constexpr server_options encrypted_only{.none = false, .sign_encrypt = true, .users = true};
+constexpr server_options distrusting{.sign = true, .sign_encrypt = true, .trust_clients = false};
+constexpr server_options unsecured{.users = true};
+
+const login wrong_password{.user = "user1", .password = "password2"};
+const login unknown_user{.user = "user2", .password = "password1"};
+const login without_policy{.policy = "none"};
+const login locked_key{.user = "user1", .password = "password1", .key_password = "k3y"};
+
+struct outcome {
+    std::string error{};      ///< of a sensor; empty: it measures
+    bool has_endpoint = true; ///< the endpoint check's answer
+};
+
+/// One login at one kind of server.
+struct login_row {
+    const char* name;
+    server_options server;
+    login as;
+    const char* mode;
+    outcome expected{};
+    std::optional<outcome> at_node_opcua{}; ///< where it is another
+};
+
+void PrintTo(const login_row& row, std::ostream* out) {
+    *out << row.name;
+}
+
+const outcome refused{denied};
+const outcome no_match{no_token, false};
+const outcome no_trust{not_connected("BadSecurityChecksFailed")};
+const outcome no_answer{not_connected("BadTimeout")};
+
+// clang-format off
+const login_row rows[] = {
+    {"anonymous", all_modes, anonymous, "none"},
+    {"anonymous", all_modes, anonymous, "sign"},
+    {"anonymous", all_modes, anonymous, "sign_encrypt"},
+    {"user", all_modes, user1, "none"},
+    {"user", all_modes, user1, "sign"},
+    {"user", all_modes, user1, "sign_encrypt"},
+    {"user_with_locked_key", all_modes, locked_key, "sign_encrypt"},
+    {"wrong_password", all_modes, wrong_password, "none", refused},
+    {"wrong_password", all_modes, wrong_password, "sign", refused},
+    {"wrong_password", all_modes, wrong_password, "sign_encrypt", refused},
+    {"unknown_user", all_modes, unknown_user, "sign_encrypt", refused},
+    {"policy_none", all_modes, without_policy, "sign", no_match},
+    {"policy_none", all_modes, without_policy, "sign_encrypt", no_match},
+    {"anonymous_where_users_only", users_only, anonymous, "none", no_match},
+    {"anonymous_where_users_only", users_only, anonymous, "sign_encrypt", no_match},
+    {"user_where_users_only", users_only, user1, "none"},
+    {"user_where_users_only", users_only, user1, "sign"},
+    {"user_where_users_only", users_only, user1, "sign_encrypt"},
+    // node-opcua offers user names even where it knows no user.
+    {"user_where_there_are_none", nobody_known, user1, "none", no_match, refused},
+    {"user_where_there_are_none", nobody_known, user1, "sign_encrypt", no_match, refused},
+    {"sign_where_it_is_not_offered", nobody_known, anonymous, "sign", no_match},
+    {"none_where_encrypted_only", encrypted_only, anonymous, "none", no_match},
+    {"encrypted_where_encrypted_only", encrypted_only, user1, "sign_encrypt"},
+    {"untrusted", distrusting, anonymous, "none"},
+    {"untrusted", distrusting, anonymous, "sign", no_trust, no_answer},
+    {"untrusted", distrusting, anonymous, "sign_encrypt", no_trust, no_answer},
+    {"where_nothing_is_secured", unsecured, user1, "none"},
+    {"where_nothing_is_secured", unsecured, user1, "sign_encrypt", no_match},
+};
+// clang-format on
+
+class logging_in : public testing::TestWithParam<std::tuple<maker, login_row>> {};
+
+TEST_P(logging_in, works_or_tells_why) {
+    const auto& [made_by, row] = GetParam();
+    const tested_server& server = running_server(made_by, row.server);
+    const setting_map settings = custom_settings(
+        server.port(), {server.node_id("Pump.Speed")}, settings_for(with_mode(row.as, row.mode))
+    );
+    const outcome expected =
+        made_by == maker::node_opcua ? row.at_node_opcua.value_or(row.expected) : row.expected;
+    recording_host host;
+    host.record_log();
+
+    const json result = scan_once(host, "custom_sensor", settings);
+    EXPECT_EQ(error_of(result), expected.error);
+    EXPECT_EQ(result["channels"].size(), expected.error.empty() ? 1U : 0U);
+
+    static_cast<void>(host.take_log());
+    EXPECT_EQ(answers_yes(host, "connection_check", settings), expected.error.empty());
+    std::string reason;
+    for (const log_line& line : host.take_log()) {
+        reason += line.severity == 0 ? line.text : "";
+    }
+    EXPECT_EQ(reason, expected.error);
+    EXPECT_EQ(answers_yes(host, "endpoint_validation_check", settings), expected.has_endpoint);
+}
+
+std::string name_of_case(const testing::TestParamInfo<logging_in::ParamType>& info) {
+    const auto& [made_by, row] = info.param;
+    return name_of(made_by) + "_" + row.name + "_" + row.mode;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    servers,
+    logging_in,
+    testing::Combine(testing::Values(maker::open62541, maker::node_opcua), testing::ValuesIn(rows)),
+    name_of_case
+);
+
+class by_maker : public testing::TestWithParam<maker> {
+  protected:
+    /// The lines that a check writes, with their severity before them: "7 Rejecting ...".
+    std::vector<std::string> lines_of(const std::string& kind, const setting_map& settings) {
+        host.record_log();
+        answer = answers_yes(host, kind, settings);
+        std::vector<std::string> lines;
+        for (const log_line& line : host.take_log()) {
+            lines.push_back(std::to_string(line.severity) + " " + line.text);
+        }
+        return lines;
+    }
+
+    recording_host host;
+    bool answer = false;
+};
+
+using checks = by_maker;
+
+TEST_P(checks, tell_which_endpoints_do_not_fit_and_why) {
+    const tested_server& server = running_server(GetParam(), encrypted_only);
+    const auto lines =
+        lines_of("endpoint_validation_check", custom_settings(server.port(), {}, {}));
+    EXPECT_FALSE(answer);
+    EXPECT_THAT(
+        lines,
+        testing::IsSupersetOf(
+            {testing::MatchesRegex("7 Rejecting Endpoint opc.tcp://127.0.0.1:[0-9]+/?.* with "
+                                   "SecurityMode SignAndEncrypt and SecurityPolicy "
+                                   "http://opcfoundation.org/UA/SecurityPolicy#Basic256Sha256: "
+                                   "security mode doesn't match"),
+             testing::MatchesRegex("3 No matching endpoint found"),
+             testing::MatchesRegex("0 The sensor could not find the endpoint .*")}
+        )
+    );
+}
+
+TEST_P(checks, tell_which_identities_do_not_fit) {
+    const tested_server& server = running_server(GetParam(), users_only);
+    const auto lines =
+        lines_of("endpoint_validation_check", custom_settings(server.port(), {}, {}));
+    EXPECT_FALSE(answer);
+    EXPECT_THAT(
+        lines,
+        testing::Contains(testing::MatchesRegex(
+            "7 Rejecting identity token with UserTokenType UserName and SecurityPolicy "
+            "http://opcfoundation.org/UA/SecurityPolicy#Basic256Sha256: configuration doesn't match"
+        ))
+    );
+}
+
+TEST_P(checks, name_the_endpoint_that_fits) {
+    const tested_server& server = running_server(GetParam(), all_modes);
+    const auto lines = lines_of(
+        "endpoint_validation_check",
+        custom_settings(server.port(), {}, settings_for(with_mode(user1, "sign_encrypt")))
+    );
+    EXPECT_TRUE(answer);
+    EXPECT_THAT(
+        lines,
+        testing::IsSupersetOf(
+            {testing::MatchesRegex("6 Selected Endpoint .* with SecurityMode SignAndEncrypt and "
+                                   "SecurityPolicy .*#Basic256Sha256"),
+             testing::MatchesRegex("6 Selected identity token with UserTokenType UserName.*")}
+        )
+    );
+}
+
+TEST_P(checks, fail_without_a_server_and_only_the_connection_check_says_so) {
+    std::uint16_t free_port = 0;
+    {
+        tested_server& server = running_server(GetParam(), unsecured);
+        free_port = server.port();
+        server.stop();
+    }
+    const setting_map settings = custom_settings(free_port, {}, {});
+    const auto is_reason = testing::StartsWith("0 ");
+    EXPECT_THAT(
+        lines_of("connection_check", settings),
+        testing::Contains("0 " + not_connected("BadConnectionRejected"))
+    );
+    EXPECT_FALSE(answer);
+    EXPECT_THAT(
+        lines_of("endpoint_validation_check", settings), testing::Not(testing::Contains(is_reason))
+    );
+    EXPECT_FALSE(answer);
+    running_server(GetParam(), unsecured).start();
+}
+
+using certificate_sensor = by_maker;
+
+TEST_P(certificate_sensor, shows_the_servers_certificate) {
+    server_options options = all_modes;
+    options.key_bits = GetParam() == maker::node_opcua ? 3072 : 4096;
+    tested_server& server = running_server(GetParam(), options);
+    const std::string common_name =
+        GetParam() == maker::node_opcua ? "Interop Plant" : "Tarvik plant simulator";
+    const std::string expected = "Certificate Common Name: " + common_name +
+                                 " - Certificate Thumbprint: " + server.thumbprint();
+    for (const char* mode : {"none", "sign", "sign_encrypt"}) {
+        const json result = scan_once(
+            host,
+            "certificate_sensor",
+            custom_settings(server.port(), {}, settings_for(with_mode(anonymous, mode)))
+        );
+        EXPECT_EQ(result["message"]["text"], expected) << mode;
+        ASSERT_EQ(result["channels"].size(), 3U) << result;
+        // The certificate was made moments ago, and whole days are counted.
+        const int days = result["channels"][0]["value"];
+        EXPECT_TRUE(days == server.certificate_days() || days == server.certificate_days() - 1)
+            << days;
+        EXPECT_EQ(result["channels"][1]["value"], options.key_bits);
+        EXPECT_EQ(result["channels"][2]["value"], 1);
+    }
+}
+
+TEST_P(certificate_sensor, needs_a_certificate_at_the_endpoint) {
+    server_options nothing_secret;
+    const tested_server& server = running_server(GetParam(), nothing_secret);
+    const json result =
+        scan_once(host, "certificate_sensor", custom_settings(server.port(), {}, {}));
+    // node-opcua shows its certificate at unsecured endpoints too.
+    EXPECT_EQ(
+        error_of(result),
+        GetParam() == maker::node_opcua ? ""
+                                        : "The sensor could not retrieve the server certificate."
+    );
+}
+
+const auto makers = testing::Values(maker::open62541, maker::node_opcua);
+
+std::string name_of_maker(const testing::TestParamInfo<maker>& info) {
+    return name_of(info.param);
+}
+
+INSTANTIATE_TEST_SUITE_P(servers, checks, makers, name_of_maker);
+INSTANTIATE_TEST_SUITE_P(servers, certificate_sensor, makers, name_of_maker);
+
+} // namespace
+} // namespace tarvik::monitoring_modules::tests
