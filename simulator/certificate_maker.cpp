@@ -18,7 +18,7 @@ namespace {
 constexpr std::array allowed_key_bits{1024U, 2048U, 4096U};
 constexpr unsigned authority_key_bits = 2048;
 constexpr const char* organisation = "Tarvik";
-constexpr int days = 24 * 60 * 60; // seconds
+constexpr long days = 24L * 60 * 60; // seconds
 
 enum class key_use { server, authority };
 
@@ -81,7 +81,7 @@ void sign(X509& certificate, EVP_PKEY& key) {
 }
 
 x509_ptr make_authority(EVP_PKEY& key) {
-    x509_ptr authority = blank_certificate(key, -3 * 365, 365);
+    x509_ptr authority = blank_certificate(key, -3L * 365, 365);
     X509_NAME* name = X509_get_subject_name(authority.get());
     add_name_part(name, "O", organisation);
     add_name_part(name, "CN", "Tarvik simulator test CA");
@@ -138,7 +138,7 @@ server_identity make_identity(
     }
     EVP_PKEY& key = shared_key(key_use::server, options.key_bits);
     const x509_ptr server =
-        options.expired ? blank_certificate(key, -2 * 365, -1) : blank_certificate(key, -1, 365);
+        options.expired ? blank_certificate(key, -2L * 365, -1) : blank_certificate(key, -1, 365);
     X509_NAME* name = X509_get_subject_name(server.get());
     add_name_part(name, "O", organisation);
     if (options.common_name) {

@@ -4,11 +4,11 @@
 #include "libcertificatehelper/source/decoding.hpp"
 #include "libcertificatehelper/source/encoding.hpp"
 #include "libcertificatehelper/source/extensions.hpp"
+#include "libcertificatehelper/source/keys.hpp"
 #include "libcertificatehelper/source/openssl_error.hpp"
 
 #include <algorithm>
 #include <array>
-#include <map>
 #include <set>
 #include <span>
 #include <string_view>
@@ -148,19 +148,8 @@ std::int32_t certificate::get_public_key_length() const {
 }
 
 key_type certificate::get_public_key_type() const {
-    static const std::map<int, key_type> types{
-        {EVP_PKEY_RSA, key_type::rsa},
-        {EVP_PKEY_RSA_PSS, key_type::rsa},
-        {EVP_PKEY_DSA, key_type::dsa},
-        {EVP_PKEY_EC, key_type::ec},
-        {EVP_PKEY_DH, key_type::dh},
-        {EVP_PKEY_ED25519, key_type::ed25519},
-        {EVP_PKEY_ED448, key_type::ed448},
-    };
     const error_scope scope;
-    const EVP_PKEY* key = X509_get0_pubkey(x509_.get());
-    const auto found = types.find(key != nullptr ? EVP_PKEY_get_base_id(key) : EVP_PKEY_NONE);
-    return found != types.end() ? found->second : key_type::other;
+    return type_of(X509_get0_pubkey(x509_.get()));
 }
 
 std::int32_t certificate::get_days_until_expiry(time_point now) const {

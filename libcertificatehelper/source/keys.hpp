@@ -10,12 +10,16 @@
 
 namespace tarvik::monitoring_modules::libcertificatehelper {
 
+/// What a key is for; null counts as other.
+[[nodiscard]] key_type type_of(const EVP_PKEY* key);
+
 class private_key final : public key_interface {
   public:
     /// @param key, allocator not null.
     private_key(evp_pkey_ptr key, std::shared_ptr<allocator> allocator);
 
     [[nodiscard]] byte_vector to_der() const override;
+    [[nodiscard]] key_type get_type() const override { return type_of(key_.get()); }
 
   private:
     std::shared_ptr<allocator> allocator_;
@@ -28,6 +32,7 @@ class public_key final : public key_interface {
     public_key(evp_pkey_ptr key, std::shared_ptr<allocator> allocator);
 
     [[nodiscard]] byte_vector to_der() const override;
+    [[nodiscard]] key_type get_type() const override { return type_of(key_.get()); }
 
   private:
     std::shared_ptr<allocator> allocator_;

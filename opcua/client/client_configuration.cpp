@@ -7,6 +7,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -69,6 +70,11 @@ bool offers_encryption(const UA_ClientConfig& config) {
     });
 }
 
+[[noreturn]] void fail_encryption(UA_StatusCode status, liblog::log_interface& log) {
+    liblog::write(&log, severity::error, "failed to set default encryption");
+    throw exceptions::opcua_request_failed{status_name(status)};
+}
+
 /// Installs certificate and key: once for each client, the stack does not survive a second time.
 void install_key_pair(
     UA_ClientConfig& config,
@@ -84,8 +90,7 @@ void install_key_pair(
         status = UA_STATUSCODE_BADSECURITYCHECKSFAILED;
     }
     if (status != UA_STATUSCODE_GOOD) {
-        liblog::write(&log, severity::error, "failed to set default encryption");
-        throw exceptions::opcua_request_failed{status_name(status)};
+        fail_encryption(status, log);
     }
 }
 
@@ -146,6 +151,10 @@ void set_channel_encryption(
     const auto key = certificates.create_private_key(
         bytes_of(settings.client_key), settings.client_key_password.view()
     );
+    // The stack can use no other key, and leaks one that it cannot read.
+    if (key->get_type() != libcertificatehelper::key_type::rsa) {
+        fail_encryption(UA_STATUSCODE_BADSECURITYCHECKSFAILED, log);
+    }
     const private_key_bytes key_der{key->to_der()};
     install_key_pair(config, text_of(certificate.to_der()), key_der.view(), log);
 }

@@ -66,6 +66,7 @@ TEST_F(revocation_list, gives_its_times_in_utc) {
 class unusable_key final : public key_interface {
   public:
     [[nodiscard]] byte_vector to_der() const override { return {}; }
+    [[nodiscard]] key_type get_type() const override { return key_type::other; }
 };
 
 TEST_F(revocation_list, is_checked_against_the_key_of_its_issuer) {

@@ -15,16 +15,6 @@
 
 namespace tarvik::monitoring_modules::libcertificatehelper {
 
-enum class key_type : std::int32_t {
-    other = 0,
-    rsa = 1, ///< also RSA restricted to PSS signatures
-    dsa = 2,
-    ec = 3,
-    dh = 4,
-    ed25519 = 5,
-    ed448 = 6,
-};
-
 /// @note thread: an object serves one thread at a time.
 class certificate_interface {
   public:

@@ -4,7 +4,19 @@
 
 #include "libcertificatehelper/bytes.hpp"
 
+#include <cstdint>
+
 namespace tarvik::monitoring_modules::libcertificatehelper {
+
+enum class key_type : std::int32_t {
+    other = 0,
+    rsa = 1, ///< also RSA restricted to PSS signatures
+    dsa = 2,
+    ec = 3,
+    dh = 4,
+    ed25519 = 5,
+    ed448 = 6,
+};
 
 /// @note thread: an object serves one thread at a time.
 class key_interface {
@@ -20,6 +32,8 @@ class key_interface {
     /// caller wipes the returned vector (exactly its size() bytes were written, once) before it
     /// goes.
     [[nodiscard]] virtual byte_vector to_der() const = 0;
+
+    [[nodiscard]] virtual key_type get_type() const = 0;
 };
 
 } // namespace tarvik::monitoring_modules::libcertificatehelper
