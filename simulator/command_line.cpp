@@ -35,6 +35,7 @@ struct choices {
     bool no_anonymous = false;
     bool certificate_ca = false;
     bool no_common_name = false;
+    bool no_raid = false;
     bool quiet = false;
 };
 
@@ -61,6 +62,7 @@ void add_options(CLI::App& app, plant_options& plant, choices& chosen) {
     );
     app.add_flag("--certificate-ca", chosen.certificate_ca, "Issued by a test CA, not self-signed");
     app.add_flag("--no-common-name", chosen.no_common_name, "The subject has no common name");
+    app.add_flag("--no-raid", chosen.no_raid, "The industrial PC has no RAID controller");
     app.add_flag("--quiet", chosen.quiet, "Print the endpoint alone: no table, no log");
     std::vector<std::string> names;
     std::transform(
@@ -94,6 +96,7 @@ void apply(const choices& chosen, plant_options& plant) {
     };
     plant.anonymous = !chosen.no_anonymous;
     plant.diagnostics = chosen.diagnostics == "on";
+    plant.raid_controller = !chosen.no_raid;
     plant.certificate.issuer =
         chosen.certificate_ca ? certificate_issuer::test_ca : certificate_issuer::self_signed;
     plant.certificate.common_name = !chosen.no_common_name;

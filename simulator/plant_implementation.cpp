@@ -3,7 +3,6 @@
 #include "simulator/plant_rows.hpp"
 #include "simulator/plant_values.hpp"
 #include "simulator/server_setup.hpp"
-#include "simulator/server_status.hpp"
 
 #include <utility>
 
@@ -37,16 +36,19 @@ plant_server::implementation::implementation(plant_options options)
               : server_identity{}
       ),
       logger_(options_.log, options_.lowest_level),
-      diagnostics_(options_.diagnostics),
+      state_{options_.diagnostics, UA_DateTime_now()},
       port_(options_.port) {
-    for (plant_tree& tree : plant_trees()) {
+    for (plant_tree& tree : plant_trees(options_)) {
         namespaces_.push_back(tree.namespace_uri);
         for (plant_row& row : tree.rows) {
             plant_node::source source = source_of(row);
             plant_.emplace_back(std::move(row), std::move(source), &value_reads_);
         }
     }
-    for (status_node& row : status_nodes(diagnostics_)) {
+    const status_reader read_node = [this](const std::string& id, UA_Server* server) {
+        return by_id_.at(canonical_node_id(id))->read(server).value;
+    };
+    for (status_node& row : status_nodes(state_, read_node)) {
         status_.emplace_back(plant_row{.node_id = row.node_id}, std::move(row.source), nullptr);
     }
     for (std::deque<plant_node>* nodes : {&plant_, &status_}) {
@@ -82,6 +84,7 @@ void plant_server::implementation::start() {
     }
     port_reservation reserved{port_};
     next_step_ = std::chrono::steady_clock::now() + step_interval;
+    state_.started = UA_DateTime_now();
     loop_.emplace(
         [&] {
             server_ptr server =

@@ -8,6 +8,7 @@
 #include "simulator/plant_server.hpp"
 #include "simulator/port_reservation.hpp"
 #include "simulator/server_loop.hpp"
+#include "simulator/server_status.hpp"
 #include "simulator/session_list.hpp"
 #include "simulator/stack_logger.hpp"
 
@@ -56,7 +57,7 @@ class plant_server::implementation final {
     const session_list& sessions() const { return sessions_; }
     const stack_logger& logger() const { return logger_; }
     std::uint64_t value_reads() const { return value_reads_; }
-    void set_diagnostics(bool enabled) { diagnostics_ = enabled; }
+    void set_diagnostics(bool enabled) { state_.diagnostics = enabled; }
 
   private:
     void fill(UA_Server& server);
@@ -67,7 +68,7 @@ class plant_server::implementation final {
     stack_logger logger_;
     session_list sessions_;
     std::atomic<std::uint64_t> value_reads_{0};
-    std::atomic<bool> diagnostics_;
+    server_state state_;
     std::atomic<std::uint16_t> port_;
 
     // The containers stay as they are after construction; the nodes have their own locks.

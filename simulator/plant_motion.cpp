@@ -4,12 +4,15 @@
 
 #include <cmath>
 #include <concepts>
+#include <limits>
+#include <optional>
 #include <type_traits>
 
 namespace tarvik::simulator {
 namespace {
 
 constexpr double wave_height = 0.05; // part of the base
+constexpr double dip_depth = 0.2;    // part of the base
 constexpr double wave_pace = 0.2;    // radians for each step
 constexpr std::uint64_t toggle_steps = 10;
 
@@ -39,21 +42,48 @@ void with_number(const UA_Variant& value, const Action& action) {
     );
 }
 
+/// What a swinging number is of its base; nothing for motions that do not swing.
+std::optional<double> part_of_base(motion moves, std::uint64_t step) {
+    const double angle = static_cast<double>(step) * wave_pace;
+    switch (moves) {
+    case motion::wave:
+        return 1.0 + wave_height * std::sin(angle);
+    case motion::dip:
+        return 1.0 - dip_depth * (1.0 - std::cos(angle)) / 2.0;
+    default:
+        return std::nullopt;
+    }
+}
+
+/// Integers lose the fraction and end at the limits of their type.
+template <typename Number>
+Number limited(double number) {
+    if constexpr (std::integral<Number>) {
+        // The largest 64-bit numbers are no doubles: what they are compared with is one more.
+        if (number >= static_cast<double>(std::numeric_limits<Number>::max())) {
+            return std::numeric_limits<Number>::max();
+        }
+        if (number <= static_cast<double>(std::numeric_limits<Number>::min())) {
+            return std::numeric_limits<Number>::min();
+        }
+    }
+    return static_cast<Number>(number);
+}
+
 } // namespace
 
 void move_value(motion moves, std::uint64_t step, const UA_Variant& base, variant& value) {
     variant next = value;
-    with_number(moves == motion::wave ? base : value.get(), [&](auto number) {
+    const std::optional<double> part = part_of_base(moves, step);
+    with_number(part ? base : value.get(), [&](auto number) {
         using number_type = decltype(number);
         if constexpr (std::same_as<number_type, bool>) {
             if (moves == motion::toggle && step % toggle_steps == 0) {
                 next = value_of(!number);
             }
         } else {
-            if (moves == motion::wave) {
-                const double swing = std::sin(static_cast<double>(step) * wave_pace);
-                const double here = static_cast<double>(number) * (1.0 + wave_height * swing);
-                next = value_of(static_cast<number_type>(here));
+            if (part) {
+                next = value_of(limited<number_type>(static_cast<double>(number) * *part));
             } else if (std::integral<number_type> && moves == motion::count_up) {
                 // In unsigned arithmetic: the largest number is followed by the smallest.
                 next = value_of(static_cast<number_type>(static_cast<std::uint64_t>(number) + 1));

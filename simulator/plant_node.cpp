@@ -12,6 +12,11 @@ bool is_bad(UA_StatusCode status) {
     return UA_StatusCode_isBad(status);
 }
 
+/// The server's own session is in namespace 0.
+bool is_client(const UA_NodeId* session) {
+    return session != nullptr && session->namespaceIndex != 0;
+}
+
 // Called by the stack, which knows no exceptions. An empty variant is sent as "no value".
 UA_StatusCode read_callback(
     UA_Server* server,
@@ -28,10 +33,9 @@ UA_StatusCode read_callback(
             return UA_STATUSCODE_BADINTERNALERROR;
         }
         const auto& node = *static_cast<const plant_node*>(node_context);
-        // The server's own session is in namespace 0. It checks the type of a node that is added,
-        // which must succeed even if the node has been given a bad status or a value of another
-        // type before a restart.
-        const bool by_client = session != nullptr && session->namespaceIndex != 0;
+        // The server itself checks the type of a node that is added, which must succeed even if
+        // the node has been given a bad status or a value of another type before a restart.
+        const bool by_client = is_client(session);
         reading now = by_client ? node.read(server) : reading{node.declared().value};
         if (by_client) {
             node.count_read();
@@ -59,7 +63,7 @@ UA_StatusCode read_callback(
 
 UA_StatusCode write_callback(
     UA_Server* /*server*/,
-    const UA_NodeId* /*session*/,
+    const UA_NodeId* session,
     void* /*session_context*/,
     const UA_NodeId* /*id*/,
     void* node_context,
@@ -67,6 +71,10 @@ UA_StatusCode write_callback(
     const UA_DataValue* written
 ) noexcept {
     try {
+        // At its start the server itself writes StartTime, which may have been set already.
+        if (!is_client(session)) {
+            return UA_STATUSCODE_GOOD;
+        }
         if (index_range != nullptr) {
             return UA_STATUSCODE_BADWRITENOTSUPPORTED;
         }

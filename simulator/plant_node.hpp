@@ -61,7 +61,7 @@ class plant_node final {
 
     mutable std::mutex mutex_; // guards all below
     variant value_;
-    variant base_; // around which a wave swings
+    variant base_; // around which a wave swings and from which a dip sinks
     bool set_by_hand_ = false;
     UA_StatusCode status_ = UA_STATUSCODE_GOOD;
     std::string display_name_;

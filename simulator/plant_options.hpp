@@ -47,7 +47,8 @@ struct plant_options {
     certificate_options certificate{};
     bool trust_clients = true; ///< false: refuse every client certificate
 
-    bool diagnostics = true; ///< see plant_server::set_diagnostics
+    bool diagnostics = true;     ///< see plant_server::set_diagnostics
+    bool raid_controller = true; ///< false: the industrial PC has none, nor the nodes of one
     bool auto_change = true; ///< values move every 500 ms by themselves; false: only by advance()
 
     std::chrono::milliseconds security_token_lifetime{600'000}; ///< longest a client gets

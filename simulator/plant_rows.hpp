@@ -1,6 +1,7 @@
 #pragma once
 // The plant as data: one row for each variable, in the order in which it is shown.
 
+#include "simulator/plant_options.hpp"
 #include "simulator/stack_owners.hpp"
 
 #include <cstdint>
@@ -13,6 +14,7 @@ namespace tarvik::simulator {
 enum class motion : std::uint8_t {
     fixed,
     wave,     ///< numbers: swings by 5 % around the last value that was set
+    dip,      ///< numbers: sinks by up to 20 % below the last value that was set, and returns
     count_up, ///< integers: one more; wraps around
     toggle,   ///< booleans: the other one at every tenth step
     clock,    ///< the time of reading
@@ -33,7 +35,12 @@ struct plant_row {
 /// URI of namespace 2, in which all the rows' node ids are.
 inline constexpr const char* plant_namespace = "urn:tarvik:simulator:plant";
 
+/// The machines of the plant and values of every kind.
 [[nodiscard]] std::vector<plant_row> plant_rows();
+/// The device management of the industrial PC that runs the plant: load, temperatures, memory,
+/// RAID.
+/// @param raid_controller whether the PC has one; its nodes come last
+[[nodiscard]] std::vector<plant_row> ipc_rows(bool raid_controller);
 
 /// One namespace with its variables.
 struct plant_tree {
@@ -43,6 +50,6 @@ struct plant_tree {
 
 /// All that the server shows below Objects; the first tree has namespace index 2, the next one 3
 /// and so on. A further device is one file with its rows and one line in simulator/plant_trees.cpp.
-[[nodiscard]] std::vector<plant_tree> plant_trees();
+[[nodiscard]] std::vector<plant_tree> plant_trees(const plant_options& options = {});
 
 } // namespace tarvik::simulator

@@ -4,9 +4,9 @@
 // sessions dropped, values gone bad).
 //
 // All members may be called from any thread. Nothing is written to stdout or stderr. Node ids are
-// texts such as "ns=2;s=Boiler.Temperature"; simulator/plant_rows.cpp lists the nodes. The nodes of
-// the server's own diagnostics and state (simulator/server_status.cpp) may be named as well
-// wherever a node id is asked for.
+// texts such as "ns=2;s=Boiler.Temperature"; simulator/plant_rows.cpp and simulator/ipc_rows.cpp
+// list the nodes. The nodes of the server's own diagnostics and state (simulator/server_status.cpp)
+// may be named as well wherever a node id is asked for.
 
 #include "simulator/plant_error.hpp"
 #include "simulator/plant_options.hpp"
@@ -100,6 +100,7 @@ class plant_server final {
     void set_description(std::string_view node_id, std::string_view text);
 
     /// EnabledFlag (ns=0;i=2294). Switched off, the counters are not readable: BadNodeIdUnknown.
+    /// Nodes that set_value() has set keep their values either way.
     void set_diagnostics(bool enabled);
 
     /// All changing values move one step on; the same number of steps always gives the same values

@@ -33,6 +33,7 @@ constexpr std::array counters{
 
 constexpr UA_UInt32 summary_id = 2275;
 constexpr UA_UInt32 enabled_flag_id = 2294;
+constexpr UA_UInt32 status_id = 2256;
 constexpr UA_UInt32 start_time_id = 2257;
 constexpr UA_UInt32 current_time_id = 2258;
 constexpr UA_UInt32 state_id = 2259;
@@ -55,25 +56,52 @@ std::string server_node(UA_UInt32 id) {
     return "ns=0;i=" + std::to_string(id);
 }
 
+/// Sets the field if the value is one of its type; anything else leaves it at 0.
+template <typename Field>
+void set_field(Field& field, const variant& value, UA_DataTypeKind kind) {
+    if (value->type != nullptr && value->type->typeKind == kind &&
+        UA_Variant_isScalar(&value.get())) {
+        field = *static_cast<const Field*>(value->data);
+    }
+}
+
+/// ServerStatus says the same as the nodes of its fields, also when those have been set.
+reading read_server_status(UA_Server* server, const status_reader& read_node) {
+    UA_ServerStatusDataType status{};
+    const auto read = [&](UA_UInt32 id) { return read_node(server_node(id), server); };
+    set_field(status.startTime, read(start_time_id), UA_DATATYPEKIND_DATETIME);
+    set_field(status.currentTime, read(current_time_id), UA_DATATYPEKIND_DATETIME);
+    UA_Int32 state = UA_SERVERSTATE_RUNNING;
+    const variant shown = read(state_id);
+    set_field(state, shown, UA_DATATYPEKIND_INT32);
+    set_field(state, shown, UA_DATATYPEKIND_ENUM);
+    status.state = static_cast<UA_ServerState>(state);
+    if (server != nullptr) {
+        status.buildInfo = UA_Server_getConfig(server)->buildInfo; // borrowed until it is copied
+    }
+    return {scalar(status, UA_TYPES_SERVERSTATUSDATATYPE)};
+}
+
 } // namespace
 
-std::vector<status_node> status_nodes(const std::atomic<bool>& diagnostics) {
-    const UA_DateTime started = UA_DateTime_now();
+std::vector<status_node> status_nodes(const server_state& state, const status_reader& read_node) {
     std::vector<status_node> nodes{
-        {server_node(start_time_id), [started](UA_Server*) { return reading{date_time(started)}; }},
+        {server_node(status_id),
+         [read_node](UA_Server* server) { return read_server_status(server, read_node); }},
+        {server_node(start_time_id),
+         [&state](UA_Server*) { return reading{date_time(state.started)}; }},
         {server_node(current_time_id),
          [](UA_Server*) { return reading{date_time(UA_DateTime_now())}; }},
         {server_node(state_id),
          [](UA_Server*) { return reading{scalar(UA_SERVERSTATE_RUNNING, UA_TYPES_SERVERSTATE)}; }},
         {server_node(enabled_flag_id),
-         [&diagnostics](UA_Server*) { return reading{value_of(diagnostics.load())}; }},
+         [&state](UA_Server*) { return reading{value_of(state.diagnostics.load())}; }},
     };
     for (const counter& row : counters) {
-        nodes
-            .push_back({server_node(row.id), [&diagnostics, member = row.value](UA_Server* server) {
-                            return diagnostics ? read_counter(server, member)
-                                               : reading{{}, UA_STATUSCODE_BADNODEIDUNKNOWN};
-                        }});
+        nodes.push_back({server_node(row.id), [&state, member = row.value](UA_Server* server) {
+                             return state.diagnostics ? read_counter(server, member)
+                                                      : reading{{}, UA_STATUSCODE_BADNODEIDUNKNOWN};
+                         }});
     }
     return nodes;
 }

@@ -6,10 +6,20 @@
 #include "simulator/plant_node.hpp"
 
 #include <atomic>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace tarvik::simulator {
+
+/// What the nodes show; changed from any thread.
+struct server_state {
+    std::atomic<bool> diagnostics; ///< EnabledFlag; while false the counters give BadNodeIdUnknown
+    std::atomic<UA_DateTime> started; ///< StartTime
+};
+
+/// Reads one of the status nodes by its node id; empty while that node has no value.
+using status_reader = std::function<variant(const std::string& node_id, UA_Server* server)>;
 
 /// A node that the stack has made already, with the source of its value.
 struct status_node {
@@ -17,8 +27,10 @@ struct status_node {
     plant_node::source source;
 };
 
-/// @param diagnostics EnabledFlag; while false the counters give BadNodeIdUnknown. Must outlive the
-/// nodes.
-[[nodiscard]] std::vector<status_node> status_nodes(const std::atomic<bool>& diagnostics);
+/// @param state must outlive the nodes
+/// @param read_node how ServerStatus gets at its fields, which are nodes as well: called when it is
+/// read
+[[nodiscard]] std::vector<status_node>
+status_nodes(const server_state& state, const status_reader& read_node);
 
 } // namespace tarvik::simulator

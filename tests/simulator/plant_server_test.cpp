@@ -98,19 +98,27 @@ TEST(plant_server, counts_read_requests_and_the_values_in_them) {
     test_client client;
     ASSERT_EQ(client.connect(plant.endpoint_url()), UA_STATUSCODE_GOOD);
     const std::uint64_t requests = plant.read_request_count();
-    const stack_node_id node = parse_node_id(temperature);
-    std::vector<UA_ReadValueId> items(3);
-    for (UA_ReadValueId& item : items) {
-        item.nodeId = node.get();
-        item.attributeId = UA_ATTRIBUTEID_VALUE;
-    }
-    UA_ReadRequest request{};
-    request.nodesToRead = items.data();
-    request.nodesToReadSize = items.size();
-    stack_value<UA_ReadResponse, UA_TYPES_READRESPONSE> response;
-    *response.out() = UA_Client_Service_read(client.get(), request);
+    client.read_all({temperature, temperature, temperature});
     EXPECT_EQ(plant.read_request_count(), requests + 1);
     EXPECT_EQ(plant.value_read_count(), 3U);
+}
+
+std::string id(int number) {
+    return "ns=0;i=" + std::to_string(number);
+}
+
+UA_ServerStatusDataType status_of(test_client& client) {
+    variant value;
+    client.read(id(2256), value);
+    if (!UA_Variant_hasScalarType(&value.get(), &UA_TYPES[UA_TYPES_SERVERSTATUSDATATYPE])) {
+        ADD_FAILURE() << client.shown(id(2256));
+        return {};
+    }
+    auto status = *static_cast<const UA_ServerStatusDataType*>(value->data);
+    EXPECT_EQ(view(status.buildInfo.manufacturerName), "Tarvik");
+    status.buildInfo = {}; // is gone with the value, as is the reason
+    status.shutdownReason = {};
+    return status;
 }
 
 TEST(plant_server, tells_of_itself_and_hides_its_counters) {
@@ -118,7 +126,6 @@ TEST(plant_server, tells_of_itself_and_hides_its_counters) {
     plant.start();
     test_client client;
     ASSERT_EQ(client.connect(plant.endpoint_url()), UA_STATUSCODE_GOOD);
-    const auto id = [](int number) { return "ns=0;i=" + std::to_string(number); };
     const std::vector<int> counters{
         2276, 2277, 2278, 2279, 3705, 2281, 2282, 2284, 2285, 2286, 2287, 2288};
     for (const int counter : counters) {
@@ -134,14 +141,56 @@ TEST(plant_server, tells_of_itself_and_hides_its_counters) {
         const UA_DateTime age = UA_DateTime_now() - *static_cast<const UA_DateTime*>(time->data);
         EXPECT_TRUE(age >= 0 && age < 30 * UA_DATETIME_SEC) << clock;
     }
+    std::vector<std::string> all{id(2256), id(2257), id(2258), id(2259), id(2294)};
+    std::vector<UA_StatusCode> statuses(all.size(), UA_STATUSCODE_GOOD);
+    for (const int counter : counters) {
+        all.push_back(id(counter));
+    }
+    EXPECT_EQ(client.read_all(all), std::vector(all.size(), UA_StatusCode{UA_STATUSCODE_GOOD}));
     plant.set_diagnostics(false);
     EXPECT_EQ(client.shown(id(2294)), "Boolean false");
-    for (const int counter : counters) {
-        EXPECT_EQ(client.shown(id(counter)), "BadNodeIdUnknown") << counter;
-    }
+    statuses.resize(all.size(), UA_STATUSCODE_BADNODEIDUNKNOWN);
+    EXPECT_EQ(client.read_all(all), statuses);
     plant.set_value(id(2277), std::uint32_t{99});
     plant.set_diagnostics(true);
     EXPECT_EQ(client.shown(id(2277)), "UInt32 99");
+}
+
+TEST(plant_server, tells_of_itself_what_is_set) {
+    plant_server plant{still()};
+    plant.start();
+    test_client before;
+    ASSERT_EQ(before.connect(plant.endpoint_url()), UA_STATUSCODE_GOOD);
+    const UA_DateTime started = status_of(before).startTime;
+    plant.restart();
+    test_client client;
+    ASSERT_EQ(client.connect(plant.endpoint_url()), UA_STATUSCODE_GOOD);
+    EXPECT_GT(status_of(client).startTime, started);
+    EXPECT_EQ(status_of(client).state, UA_SERVERSTATE_RUNNING);
+
+    plant.set_value(id(2257), date_time(0).get());
+    plant.set_value(id(2258), date_time(UA_DATETIME_SEC).get());
+    plant.set_value(id(2259), std::int32_t{UA_SERVERSTATE_FAILED});
+    plant.set_value(id(2294), "no Boolean");
+    EXPECT_EQ(client.shown(id(2257)), "DateTime 1601-01-01T00:00:00Z");
+    EXPECT_EQ(client.shown(id(2258)), "DateTime 1601-01-01T00:00:01Z");
+    EXPECT_EQ(client.shown(id(2259)), "Int32 1");
+    EXPECT_EQ(client.shown(id(2294)), "String \"no Boolean\"");
+    const UA_ServerStatusDataType status = status_of(client);
+    EXPECT_EQ(status.startTime, 0);
+    EXPECT_EQ(status.currentTime, UA_DATETIME_SEC);
+    EXPECT_EQ(status.state, UA_SERVERSTATE_FAILED);
+    for (const int counter : {2277, 3705, 2281, 2282, 2279, 2288, 2287, 2285}) {
+        plant.set_value(id(counter), static_cast<std::uint32_t>(counter));
+        EXPECT_EQ(client.shown(id(counter)), "UInt32 " + std::to_string(counter));
+    }
+
+    plant.set_value(id(2259), "no number");
+    EXPECT_EQ(status_of(client).state, UA_SERVERSTATE_RUNNING);
+    plant.set_value(id(2256), 1.5);
+    EXPECT_EQ(client.shown(id(2256)), "Double 1.5");
+    plant.stop();
+    EXPECT_EQ(value_text(plant.get_value(id(2277)).get()), "2277");
 }
 
 TEST(plant_server, is_silent_unless_a_log_is_asked_for) {
@@ -191,12 +240,11 @@ TEST(plant_server, may_be_used_from_many_threads) {
         EXPECT_FALSE(plant.nodes().empty());
         plant.close_all_sessions();
     }));
-    int connected = 0;
     for (int round = 0; round < 10; ++round) {
         test_client client{1s};
-        connected += client.connect(plant.endpoint_url()) == UA_STATUSCODE_GOOD ? 1 : 0;
+        client.connect(plant.endpoint_url());
         client.read(temperature);
-        client.read("ns=0;i=2277");
+        client.read_all({"ns=0;i=2256", "ns=0;i=2257", "ns=0;i=2277"});
         if (round == 5) {
             plant.restart();
         }

@@ -5,6 +5,7 @@
 #include "simulator/plant_server.hpp"
 #include "tests/simulator/test_client.hpp"
 
+#include <limits>
 #include <set>
 
 namespace tarvik::simulator {
@@ -22,7 +23,11 @@ class plant_values : public testing::Test {
 
 TEST_F(plant_values, every_row_is_readable_with_its_declared_type_and_texts) {
     std::set<UA_UInt32> kinds;
-    for (const plant_row& row : plant_rows()) {
+    std::vector<plant_row> rows;
+    for (const plant_tree& tree : plant_trees()) {
+        rows.insert(rows.end(), tree.rows.begin(), tree.rows.end());
+    }
+    for (const plant_row& row : rows) {
         SCOPED_TRACE(row.node_id);
         variant value;
         EXPECT_EQ(client_.read(row.node_id, value), UA_STATUSCODE_GOOD);
@@ -98,6 +103,69 @@ TEST_F(plant_values, move_by_steps_and_only_those_that_should) {
     }));
 }
 
+TEST_F(plant_values, stay_within_sensible_limits_while_they_move) {
+    const std::string load = "ns=2;s=Modules|CPU|CPU0|0x8nn1|0x02";
+    const std::string temperature = "ns=2;s=Modules|CPU|CPU0|0x8nn1|0x03";
+    const std::string available = "ns=2;s=Modules|Memory|Memory|0x8nn1|0x07";
+    const auto number = [&](const std::string& id) {
+        return std::stoll(value_text(plant_.get_value(id).get()));
+    };
+    const auto moved = [&](const std::string& id) {
+        std::set<long long> seen;
+        for (int step = 0; step < 40; ++step) { // more than one whole swing
+            plant_.advance();
+            seen.insert(number(id));
+        }
+        return std::pair{*seen.begin(), *seen.rbegin()};
+    };
+    EXPECT_EQ(moved(load), (std::pair{32LL, 39LL}));
+    EXPECT_EQ(moved(temperature), (std::pair{51LL, 56LL}));
+    const auto [least, most] = moved(available);
+    EXPECT_LT(least, most);
+    EXPECT_GT(least, 2147483647) << "or the first set would have to move";
+    EXPECT_LT(most, number("ns=2;s=Modules|Memory|Memory|0x8nn1|0x06"));
+
+    plant_.set_value(load, std::uint16_t{100});
+    EXPECT_LE(moved(load).second, 100);
+    plant_.set_value(temperature, std::int16_t{-32768});
+    EXPECT_EQ(moved(temperature).first, -32768) << "the type's limit, not beyond";
+    plant_.set_value("ns=2;s=Pump.Speed", std::numeric_limits<std::int64_t>::max());
+    EXPECT_EQ(moved("ns=2;s=Pump.Speed").second, std::numeric_limits<std::int64_t>::max());
+}
+
+TEST(industrial_pc, has_its_nodes_and_raid_ones_if_there_is_a_controller) {
+    const std::vector<std::pair<std::string, std::string>> nodes{
+        {"CPU|CPU0|0x8nn1|0x02", "UInt16 40"},
+        {"CPU|CPU0|0x8nn1|0x03", "Int16 54"},
+        {"MAINBOARD|MAINBOARD|0x8nn1|0x0a", "Int16 38"},
+        {"Memory|Memory|0x8nn1|0x01", "Int32 2147483647"},
+        {"Memory|Memory|0x8nn1|0x02", "UInt32 2147483647"},
+        {"Memory|Memory|0x8nn1|0x06", "UInt64 17179869184"},
+        {"Memory|Memory|0x8nn1|0x07", "Int64 9663676416"},
+        {"RAID Controller|Scsi0:|0x8nn1|0x01", "Byte 1"},
+        {"RAID Controller|Scsi0:|0x8nn1|0x02", "Byte 0"},
+    };
+    for (const bool raid : {true, false}) {
+        plant_server plant{{.raid_controller = raid, .auto_change = false}};
+        plant.start();
+        test_client client;
+        ASSERT_EQ(client.connect(plant.endpoint_url()), UA_STATUSCODE_GOOD);
+        for (const auto& [name, shown] : nodes) {
+            const std::string id = "ns=2;s=Modules|" + name;
+            if (!raid && name.starts_with("RAID")) {
+                EXPECT_EQ(client.shown(id), "BadNodeIdUnknown") << id;
+                EXPECT_THROW(plant.set_value(id, std::uint8_t{2}), plant_error) << id;
+                continue;
+            }
+            EXPECT_EQ(client.shown(id), shown) << id;
+            plant.set_value(id, "no number");
+            EXPECT_EQ(client.shown(id), "String \"no number\"") << id;
+            plant.remove_node(id);
+            EXPECT_EQ(client.shown(id), "BadNodeIdUnknown") << id;
+        }
+    }
+}
+
 TEST_F(plant_values, clients_write_what_they_may) {
     EXPECT_EQ(client_.write("ns=2;s=Write.Int64", value_of(std::int64_t{-7})), UA_STATUSCODE_GOOD);
     EXPECT_EQ(client_.write("ns=2;s=Write.String", value_of("on")), UA_STATUSCODE_GOOD);
@@ -112,6 +180,7 @@ TEST_F(plant_values, clients_write_what_they_may) {
 TEST_F(plant_values, what_is_set_is_what_clients_see_also_after_a_restart) {
     plant_.set_value("ns=2;s=Tank.Level", std::uint8_t{200});
     plant_.set_value("ns=2;s=Clock.Now", date_time(0).get());
+    plant_.set_value("ns=0;i=2257", date_time(0).get());
     plant_.set_value("ns=0;i=2259", std::int32_t{UA_SERVERSTATE_SUSPENDED});
     plant_.set_read_status("ns=2;s=Boiler.Pressure", UA_STATUSCODE_BADSENSORFAILURE);
     plant_.set_display_name("ns=2;s=Pump.Speed", "");
@@ -121,6 +190,7 @@ TEST_F(plant_values, what_is_set_is_what_clients_see_also_after_a_restart) {
     const auto check = [](test_client& client) {
         EXPECT_EQ(client.shown("ns=2;s=Tank.Level"), "Byte 200");
         EXPECT_EQ(client.shown("ns=2;s=Clock.Now"), "DateTime 1601-01-01T00:00:00Z");
+        EXPECT_EQ(client.shown("ns=0;i=2257"), "DateTime 1601-01-01T00:00:00Z");
         EXPECT_EQ(client.shown("ns=0;i=2259"), "Int32 3");
         EXPECT_EQ(client.shown("ns=2;s=Boiler.Pressure"), "BadSensorFailure");
         EXPECT_EQ(client.shown("ns=2;s=Text.Status"), "BadNodeIdUnknown");

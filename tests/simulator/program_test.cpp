@@ -17,6 +17,7 @@ namespace tarvik::simulator {
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 /// Runs the simulator with its stdout and stderr in one pipe; ends it if a test does not.
@@ -51,7 +52,7 @@ class program final {
     program& operator=(const program&) = delete;
 
     /// What has been printed up to this text, or, if it is empty or never comes, to the end.
-    std::string read_to(std::string_view end) {
+    [[nodiscard]] std::string read_to(std::string_view end) const {
         std::string text;
         char byte = 0;
         while ((end.empty() || !text.ends_with(end)) && ::read(output_, &byte, 1) == 1) {
@@ -59,7 +60,7 @@ class program final {
         }
         return text;
     }
-    std::string read_all() { return read_to(""); }
+    [[nodiscard]] std::string read_all() const { return read_to(""); }
     void signal(int number) const { kill(id_, number); }
     int exit_code() {
         int status = 0;
@@ -75,7 +76,7 @@ class program final {
 
 TEST(simulator_program, prints_its_endpoint_first_and_ends_cleanly_by_a_signal) {
     for (const int number : {SIGTERM, SIGINT}) {
-        program simulator{{"--port", "0", "--users", "--diagnostics", "off"}};
+        program simulator{{"--port", "0", "--users", "--diagnostics", "off", "--no-raid"}};
         const std::string first = simulator.read_to("\n");
         ASSERT_THAT(first, StartsWith("Endpoint: opc.tcp://127.0.0.1:"));
         const std::string url = first.substr(10, first.size() - 11);
@@ -88,13 +89,15 @@ TEST(simulator_program, prints_its_endpoint_first_and_ends_cleanly_by_a_signal) 
         EXPECT_EQ(simulator.exit_code(), 0);
         const std::string table = simulator.read_all();
         EXPECT_THAT(table, HasSubstr("\nns=2;s=Text.Status  "));
+        EXPECT_THAT(table, HasSubstr("\nns=2;s=Modules|CPU|"));
+        EXPECT_THAT(table, Not(HasSubstr("RAID")));
         EXPECT_THAT(table, HasSubstr("  \"All systems normal\"  "));
     }
 }
 
 TEST(simulator_program, is_quiet_when_asked) {
     program simulator{{"--port=0", "--quiet", "--security", "none,sign", "--log-level", "trace"}};
-    simulator.read_to("\n");
+    EXPECT_THAT(simulator.read_to("\n"), StartsWith("Endpoint: "));
     simulator.signal(SIGTERM);
     EXPECT_EQ(simulator.exit_code(), 0);
     EXPECT_EQ(simulator.read_all(), "");

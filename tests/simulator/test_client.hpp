@@ -77,6 +77,27 @@ class test_client final {
         variant ignored;
         return read(id, ignored);
     }
+    /// Reads all values in one request.
+    /// @return one status for each; none if the service failed
+    std::vector<UA_StatusCode> read_all(const std::vector<std::string>& ids) {
+        std::vector<stack_node_id> nodes;
+        std::vector<UA_ReadValueId> items(ids.size());
+        nodes.reserve(ids.size());
+        for (std::size_t index = 0; index < ids.size(); ++index) {
+            items[index].nodeId = nodes.emplace_back(parse_node_id(ids[index])).get();
+            items[index].attributeId = UA_ATTRIBUTEID_VALUE;
+        }
+        UA_ReadRequest request{};
+        request.nodesToRead = items.data();
+        request.nodesToReadSize = items.size();
+        stack_value<UA_ReadResponse, UA_TYPES_READRESPONSE> response;
+        *response.out() = UA_Client_Service_read(client_.get(), request);
+        std::vector<UA_StatusCode> statuses;
+        for (std::size_t index = 0; index < response->resultsSize; ++index) {
+            statuses.push_back(response->results[index].status);
+        }
+        return statuses;
+    }
     /// The value as type and text, or the status: "Double 72.5", "BadNodeIdUnknown".
     std::string shown(std::string_view id) {
         variant value;
