@@ -79,6 +79,16 @@ std::string module_instance_adapter::get_module_information_as_bytes(bool includ
     });
 }
 
+sensor_data_wrapper
+module_instance_adapter::read_record(const std::uint8_t* bytes, std::uint32_t size) const {
+    try {
+        return sensor_data_wrapper{bytes, size};
+    } catch (const std::exception& error) {
+        liblog::write(current_log().get(), severity::error, error.what());
+        throw;
+    }
+}
+
 sensor_data_wrapper module_instance_adapter::read_sensor_data(
     std::int32_t id, const std::uint8_t* bytes, std::uint32_t size
 ) const {
@@ -116,7 +126,7 @@ std::int32_t module_instance_adapter::execute_meta_scan(
     std::int32_t id, std::uint32_t kind, const std::uint8_t* bytes, std::uint32_t size
 ) const {
     return operation("execute_meta_scan", [&] {
-        const sensor_data_wrapper data{bytes, size};
+        const sensor_data_wrapper data = read_record(bytes, size);
         log_settings(data);
         return module_->dispatcher()->execute_meta_scan(id, kind, data);
     });
@@ -126,7 +136,7 @@ std::int32_t module_instance_adapter::execute_check(
     std::int32_t id, const std::uint8_t* bytes, std::uint32_t size
 ) const {
     return operation("execute_check", [&] {
-        const sensor_data_wrapper data{bytes, size};
+        const sensor_data_wrapper data = read_record(bytes, size);
         log_settings(data);
         return module_->dispatcher()->execute_check(id, data);
     });

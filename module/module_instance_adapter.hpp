@@ -54,6 +54,8 @@ class module_instance_adapter {
     [[nodiscard]] std::shared_ptr<liblog::log_interface> current_log() const;
     void log_settings(const libzunohelper::sensor_data_wrapper& data) const;
     [[nodiscard]] libzunohelper::sensor_data_wrapper
+    read_record(const std::uint8_t* bytes, std::uint32_t size) const;
+    [[nodiscard]] libzunohelper::sensor_data_wrapper
     read_sensor_data(std::int32_t id, const std::uint8_t* bytes, std::uint32_t size) const;
 
     std::unique_ptr<libzunohelper::module_instance> module_;

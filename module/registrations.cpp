@@ -2,10 +2,13 @@
 
 #include "common/liblog/log_interface.hpp"
 #include "opcua/checks/connection_checks.hpp"
+#include "opcua/checks/opcua_notification.hpp"
 #include "opcua/client/client_open62541.hpp"
 #include "opcua/nodes/nodes_open62541.hpp"
+#include "opcua/sensors/beckhoff_ipc_system_status_sensor.hpp"
 #include "opcua/sensors/certificate_sensor.hpp"
 #include "opcua/sensors/custom_sensor.hpp"
+#include "opcua/sensors/server_status_sensor.hpp"
 
 #include <memory>
 #include <string>
@@ -47,13 +50,25 @@ void register_services(libzunohelper::service_container& container) {
 }
 
 void register_sensors(libzunohelper::sensor_dispatcher& dispatcher) {
+    dispatcher.register_sensor("server_status_sensor", make<opcua::server_status_sensor>);
     dispatcher.register_sensor("custom_sensor", make<opcua::custom_sensor>);
     dispatcher.register_sensor("certificate_sensor", make<opcua::certificate_sensor>);
+    dispatcher
+        .register_sensor("beckhoff_ipc_system_status_sensor", make<opcua::beckhoff_ipc_system_status_sensor>);
 }
 
 void register_checks(libzunohelper::sensor_dispatcher& dispatcher) {
     dispatcher.register_check("connection_check", make<opcua::connection_check>);
     dispatcher.register_check("endpoint_validation_check", make<opcua::endpoint_validation_check>);
+}
+
+void register_notifications(libzunohelper::sensor_dispatcher& dispatcher) {
+    dispatcher.register_notification(
+        std::string{opcua::opcua_notification::name},
+        [](std::shared_ptr<libzunohelper::service_container> container) {
+            return std::make_unique<opcua::opcua_notification>(std::move(container));
+        }
+    );
 }
 
 } // namespace tarvik::monitoring_modules

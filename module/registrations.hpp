@@ -1,6 +1,7 @@
 #pragma once
 
-// What the module offers: its services, sensor kinds and check kinds, by name.
+// What the module offers: its services and its kinds of sensors, checks and notifications, by
+// name.
 
 #include "zunohelper/sensor_dispatcher.hpp"
 #include "zunohelper/service_container.hpp"
@@ -16,5 +17,8 @@ void register_sensors(libzunohelper::sensor_dispatcher& dispatcher);
 
 /// Registers the check kinds.
 void register_checks(libzunohelper::sensor_dispatcher& dispatcher);
+
+/// Registers the notification kind.
+void register_notifications(libzunohelper::sensor_dispatcher& dispatcher);
 
 } // namespace tarvik::monitoring_modules

@@ -10,6 +10,7 @@ ZunoModuleOPCUA::ZunoModuleOPCUA(std::uint64_t context, libzunohelper::probe_cal
     register_services(*service_container());
     register_sensors(*dispatcher());
     register_checks(*dispatcher());
+    register_notifications(*dispatcher());
 }
 
 std::string ZunoModuleOPCUA::get_module_information() const {

@@ -54,6 +54,10 @@ void sensor_dispatcher::register_check(std::string kind, check_factory make) {
     add_kind(check_kinds_, "check", std::move(kind), std::move(make));
 }
 
+void sensor_dispatcher::register_notification(std::string kind, notification_factory make) {
+    add_kind(notification_kinds_, "notification", std::move(kind), std::move(make));
+}
+
 std::int32_t
 sensor_dispatcher::create_sensor_instance(std::int32_t id, const sensor_data_wrapper& data) {
     auto place = sensors_.reserve(id);
@@ -90,9 +94,33 @@ std::int32_t sensor_dispatcher::destroy_sensor_instance(std::int32_t id) {
     return sensors_.remove(id) ? done : refuse(sensor_not_in_sensor_stock{std::to_string(id)});
 }
 
-std::int32_t
-sensor_dispatcher::execute_meta_scan(std::int32_t, std::uint32_t kind, const sensor_data_wrapper&) {
-    return refuse(kind_error("meta-scan", std::to_string(kind), "is not registered"));
+std::int32_t sensor_dispatcher::execute_meta_scan(
+    std::int32_t id, std::uint32_t kind, const sensor_data_wrapper& data
+) {
+    if (kind != notification_meta_scan) {
+        return refuse(kind_error("meta-scan", std::to_string(kind), "is not registered"));
+    }
+    const auto notification = notification_kinds_.find(data.kind());
+    if (notification == notification_kinds_.end()) {
+        return refuse(kind_error("notification", data.kind(), "is not registered"));
+    }
+    const auto service = notification->second(container_);
+    if (!service) {
+        throw sensor_registry{"The factory of the notification kind returned nothing."};
+    }
+    std::exception_ptr failure;
+    try {
+        service->send_notification(notifications::request{data});
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    service->build_response();
+    container_->get<message_service_interface>()->send(notifications::response_message{
+        id, service->take_response()});
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+    return done;
 }
 
 std::int32_t sensor_dispatcher::execute_check(std::int32_t id, const sensor_data_wrapper& data) {

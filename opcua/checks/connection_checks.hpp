@@ -13,24 +13,8 @@ namespace tarvik::monitoring_modules::opcua {
 
 namespace settings {
 
-struct connection_check {
-    settings::connection connection;
-
-    /// @throws the errors of parse_connection.
-    [[nodiscard]] static connection_check parse(const libzunohelper::settings_reader& reader) {
-        return {parse_connection(reader)};
-    }
-};
-
-struct endpoint_validation_check {
-    settings::connection connection;
-
-    /// @throws the errors of parse_connection.
-    [[nodiscard]] static endpoint_validation_check
-    parse(const libzunohelper::settings_reader& reader) {
-        return {parse_connection(reader)};
-    }
-};
+struct connection_check : connection_only<connection_check> {};
+struct endpoint_validation_check : connection_only<endpoint_validation_check> {};
 
 } // namespace settings
 

@@ -3,6 +3,7 @@
 #include "common/catalogue/framework_exceptions.hpp"
 #include "common/catalogue/opcua_exceptions.hpp"
 
+#include <exception>
 #include <string_view>
 #include <tuple>
 
@@ -75,6 +76,32 @@ void client_settings::set_security(
     client_certificate = security.client_certificate;
     client_key = security.client_key;
     client_key_password = security.client_key_password;
+}
+
+client_settings create_client_settings(
+    const libzunohelper::notifications::request& request, liblog::log_interface* log
+) {
+    using settings::credentials_prefix;
+    try {
+        const auto& reader = request.settings();
+        client_settings built;
+        const std::string host_key = std::string{credentials_prefix} + ".connection_opcua.host";
+        built.host = std::string{reader.get(host_key)};
+        built.timeout_s = request.get_timeout_s();
+        const auto server = settings::parse_connection_opcua(reader, credentials_prefix);
+        built.port = server.port;
+        built.set_server_name(server.server_name);
+        built.set_security(
+            settings::parse_connection_security(reader, credentials_prefix),
+            settings::parse_user_authentication(reader, credentials_prefix)
+        );
+        return built;
+    } catch (const std::exception& error) {
+        liblog::write(
+            log, liblog::severity::error, "Exception in create_client_settings: ", error.what()
+        );
+        throw;
+    }
 }
 
 bool operator==(const client_settings& left, const client_settings& right) noexcept {

@@ -3,7 +3,9 @@
 // The value that names one OPC UA connection: where the server is, how the channel is secured, and
 // who the user is. Equal settings share one client (see client_cache.hpp).
 
+#include "common/liblog/log_interface.hpp"
 #include "opcua/client/connection_settings.hpp"
+#include "zunohelper/notifications/request.hpp"
 #include "zunohelper/secure_string.hpp"
 
 #include <cstddef>
@@ -61,6 +63,15 @@ class client_settings {
   private:
     std::string server_name_{};
 };
+
+/// For a notification: host and groups of its settings, the host as
+/// "credentials.connection_opcua.host", and the request's time-out.
+/// @param log gets a line (error) when that fails; may be null.
+/// @throws setting_not_available without a host; the errors of the groups, of the setters and of
+/// get_timeout_s.
+[[nodiscard]] client_settings create_client_settings(
+    const libzunohelper::notifications::request& request, liblog::log_interface* log
+);
 
 /// "opc.tcp://" host ":" port "/" server path; the "/" also without a path.
 [[nodiscard]] std::string endpoint_url(const client_settings& settings);

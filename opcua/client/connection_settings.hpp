@@ -71,6 +71,18 @@ parse_user_authentication(const libzunohelper::settings_reader& reader, std::str
 /// @throws setting_not_available without a host; otherwise as the groups.
 [[nodiscard]] connection parse_connection(const libzunohelper::settings_reader& reader);
 
+/// The settings of a kind that has none but these.
+/// @tparam Kind the kind's settings record, derived from this.
+template <typename Kind>
+struct connection_only {
+    settings::connection connection;
+
+    /// @throws the errors of parse_connection.
+    [[nodiscard]] static Kind parse(const libzunohelper::settings_reader& reader) {
+        return Kind{{parse_connection(reader)}};
+    }
+};
+
 /// @name Texts of selections, exact and case-sensitive
 /// @throws setting_selection_parse_error with the text and the setting's name.
 /// @{

@@ -16,14 +16,7 @@ namespace tarvik::monitoring_modules::opcua {
 
 namespace settings {
 
-struct certificate_sensor {
-    settings::connection connection;
-
-    /// @throws the errors of parse_connection.
-    [[nodiscard]] static certificate_sensor parse(const libzunohelper::settings_reader& reader) {
-        return {parse_connection(reader)};
-    }
-};
+struct certificate_sensor : connection_only<certificate_sensor> {};
 
 } // namespace settings
 

@@ -2,8 +2,9 @@
 
 #include "common/catalogue/definitions.hpp"
 #include "common/catalogue/opcua_exceptions.hpp"
-#include "opcua/sensors/number_text.hpp"
+#include "common/libstringutils/number.hpp"
 
+#include <stdexcept>
 #include <utility>
 
 namespace tarvik::monitoring_modules::opcua {
@@ -45,6 +46,14 @@ dynamic_channel make_definition(
     return definition;
 }
 
+double number_in(const std::string& text) {
+    try {
+        return libstringutils::leading_double(text);
+    } catch (const std::logic_error&) { // no number, or one that no double can hold
+        throw exceptions::conversion_failure{};
+    }
+}
+
 void set_channel(
     sensor_scan_result& result, std::int32_t channel, const readable_variable_node_interface& node
 ) {
@@ -59,7 +68,7 @@ void set_channel(
         result.set_value(channel, node.value_as_double());
         return;
     case value_kind::string:
-        result.set_value(channel, leading_number(node.value_as_string()));
+        result.set_value(channel, number_in(node.value_as_string()));
         return;
     }
 }
@@ -71,11 +80,9 @@ custom_sensor::custom_sensor(
     const libzunohelper::sensor_data_wrapper& data,
     std::shared_ptr<libzunohelper::service_container> services
 )
-    : sensor_base{id, data, std::move(services), display_name},
-      client_{container(), settings().connection, sensor_log()},
-      channels_{std::make_shared<libzunohelper::channel_map>()} {
+    : node_sensor{id, data, std::move(services), display_name} {
     create_nodes();
-    nodes_.read(*client_, sensor_log().get());
+    read(nodes_);
     define_channels();
 }
 
@@ -102,17 +109,15 @@ void custom_sensor::create_nodes() {
 }
 
 void custom_sensor::define_channels() {
-    channels_->initialize();
     for (const auto& [number, node] : channel_nodes_) {
         const auto& channel = settings().channels.at(static_cast<std::size_t>(number) - 1);
-        channels_->define(make_definition(number, channel, nodes_.at(node)));
+        channels().define(make_definition(number, channel, nodes_.at(node)));
     }
 }
 
 void custom_sensor::execute_sensor_scan() {
-    nodes_.read(*client_, sensor_log().get());
-    log("Adding results.");
-    sensor_scan_result result{id(), channels_};
+    read(nodes_);
+    auto result = begin_result();
     for (const auto& [number, node] : channel_nodes_) {
         set_channel(result, number, nodes_.at(node));
     }

@@ -5,11 +5,7 @@
 // created, from the first values read.
 
 #include "opcua/sensors/custom_sensor_settings.hpp"
-#include "opcua/sensors/node_set.hpp"
-#include "opcua/sensors/sensor_base.hpp"
-#include "opcua/sensors/shared_client.hpp"
-#include "zunohelper/channel_map.hpp"
-#include "zunohelper/scan_result.hpp"
+#include "opcua/sensors/node_sensor.hpp"
 
 #include <cstddef>
 #include <cstdint>
@@ -19,7 +15,7 @@
 
 namespace tarvik::monitoring_modules::opcua {
 
-class custom_sensor final : public sensor_base<settings::custom_sensor> {
+class custom_sensor final : public node_sensor<settings::custom_sensor> {
   public:
     static constexpr std::string_view display_name = "OPC UA Custom";
 
@@ -42,11 +38,9 @@ class custom_sensor final : public sensor_base<settings::custom_sensor> {
     void define_channels();
     void set_message(libzunohelper::sensor_scan_result& result) const;
 
-    shared_client client_;
     node_set nodes_;
     std::vector<channel_node> channel_nodes_;
     std::optional<std::size_t> message_node_;
-    std::shared_ptr<libzunohelper::channel_map> channels_;
 };
 
 } // namespace tarvik::monitoring_modules::opcua

@@ -1,27 +1,16 @@
 #pragma once
 
-// A loaded module and a running plant for tests of custom sensors.
+// What tests of custom sensors do with a loaded module and a running plant.
 
-#include "simulator/plant_server.hpp"
-#include "tests/module/recording_host.hpp"
+#include "tests/module/plant_fixture.hpp"
 
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 namespace tarvik::monitoring_modules::tests {
 
-using json = nlohmann::json;
-
-inline constexpr int done = OPCUA_MODULE_DONE;
-inline constexpr int failed = OPCUA_MODULE_FAILED;
-inline constexpr int refused = OPCUA_MODULE_REFUSED;
-
-class custom_sensor : public testing::Test {
+class custom_sensor : public plant_fixture {
   protected:
-    custom_sensor() { server.start(); }
-
     std::uint32_t
     create(std::int32_t id, const std::vector<std::string>& nodes, const setting_map& more = {}) {
         return host.create(
@@ -47,13 +36,6 @@ class custom_sensor : public testing::Test {
         EXPECT_TRUE(message["channels"].empty());
         return message["message"]["text"];
     }
-
-    simulator::plant_server server{[] {
-        simulator::plant_options options;
-        options.auto_change = false;
-        return options;
-    }()};
-    recording_host host;
 };
 
 } // namespace tarvik::monitoring_modules::tests

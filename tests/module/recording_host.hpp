@@ -101,6 +101,14 @@ class recording_host {
           static_cast<std::uint32_t>(record.size()));
     }
 
+    std::uint32_t meta_scan(std::int32_t id, std::uint32_t kind, const std::string& record) {
+        return function<decltype(ExecuteMetaScan)>("ExecuteMetaScan"
+        )(id,
+          kind,
+          reinterpret_cast<const std::uint8_t*>(record.data()),
+          static_cast<std::uint32_t>(record.size()));
+    }
+
     /// Keeps log lines from now on.
     void record_log() { set_log_sink_(&recording_host::receive_line, this); }
 

@@ -1,9 +1,11 @@
 #pragma once
 
-// Knows the kinds of sensors and checks by name, builds them from settings and runs them.
+// Knows the kinds of sensors, checks and notifications by name, builds them from settings and runs
+// them.
 
 #include "zunohelper/check_interface.hpp"
 #include "zunohelper/export.hpp"
+#include "zunohelper/notifications/service_interface.hpp"
 #include "zunohelper/sensor_data_wrapper.hpp"
 #include "zunohelper/sensor_interface.hpp"
 #include "zunohelper/sensor_stock.hpp"
@@ -28,6 +30,10 @@ using sensor_factory = std::function<std::unique_ptr<
 using check_factory = std::function<std::unique_ptr<
     check_interface>(std::int32_t, const sensor_data_wrapper&, std::shared_ptr<service_container>)>;
 
+/// Builds what sends one notification.
+using notification_factory = std::function<
+    std::unique_ptr<notifications::service_interface>(std::shared_ptr<service_container>)>;
+
 /// Kinds are registered while the module is built, before any other use. Everything else is
 /// thread-safe: no lock is held while a sensor is built, and scans of different sensors run at the
 /// same time.
@@ -38,6 +44,9 @@ class ZUNOHELPER_API sensor_dispatcher {
   public:
     static constexpr std::int32_t done = 0;
     static constexpr std::int32_t refused = 1;
+
+    /// The sort of meta-scan that sends a notification; there is no other.
+    static constexpr std::uint32_t notification_meta_scan = 1;
 
     /// @param container handed on to each sensor and check; supplies the message service and the
     /// runtime log.
@@ -53,6 +62,7 @@ class ZUNOHELPER_API sensor_dispatcher {
     /// @throws std::invalid_argument for an empty factory.
     void register_sensor(std::string kind, sensor_factory make);
     void register_check(std::string kind, check_factory make);
+    void register_notification(std::string kind, notification_factory make);
 
     /// Builds the sensor that the settings describe and keeps it under the id. When building fails,
     /// the id stays free, and the reason reaches the log and the host (report_creation_failure).
@@ -72,8 +82,13 @@ class ZUNOHELPER_API sensor_dispatcher {
     /// @throws std::logic_error from inside a scan of the same sensor.
     std::int32_t destroy_sensor_instance(std::int32_t id);
 
-    /// @param kind the sort of meta-scan; none exists yet.
-    /// @return refused.
+    /// Sends the notification that the settings describe, then its response, whether or not
+    /// sending worked.
+    /// @param id handed back in the response.
+    /// @param kind notification_meta_scan.
+    /// @return refused for every other sort of meta-scan and for an unknown kind of notification.
+    /// @throws what the factory or the notification throws, the latter once the response is sent;
+    /// what sending the response throws.
     std::int32_t
     execute_meta_scan(std::int32_t id, std::uint32_t kind, const sensor_data_wrapper& data);
 
@@ -97,6 +112,7 @@ class ZUNOHELPER_API sensor_dispatcher {
     std::shared_ptr<service_container> container_;
     std::map<std::string, sensor_factory> sensor_kinds_; // fixed once the module is built
     std::map<std::string, check_factory> check_kinds_;   // likewise
+    std::map<std::string, notification_factory> notification_kinds_; // likewise
     sensor_stock sensors_;
 };
 
