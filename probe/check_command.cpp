@@ -1,7 +1,6 @@
 #include "probe/commands.hpp"
 #include "probe/message.hpp"
 #include "probe/message_json.hpp"
-#include "probe/monitoring_module.hpp"
 #include "probe/secrets.hpp"
 #include "probe/settings_record.hpp"
 #include "probe/table.hpp"
@@ -58,10 +57,7 @@ struct delivered_check {
 [[nodiscard]] std::string
 render(const check_options& options, bool success, const std::vector<log_line>& log, bool colours) {
     const std::string name = options.kind == "connection_check" ? "Connection" : "Endpoint";
-    std::string text = fit(name + " check of " + options.connection.host + ":" +
-                               std::to_string(options.connection.port),
-                           120) +
-                       ": " +
+    std::string text = fit(name + " check of " + address_of(options.connection), 120) + ": " +
                        (success ? painted("success", colour::green, colours)
                                 : painted("failed", colour::red, colours)) +
                        "\n";
@@ -75,18 +71,18 @@ render(const check_options& options, bool success, const std::vector<log_line>& 
     return text;
 }
 
-} // namespace
-
-exit_code run_check(const command_context& context, const check_options& options) {
-    const std::string settings_record = make_record(options, context.terminal);
-    session loaded{context.module, context.terminal, -1};
+[[nodiscard]] exit_code
+run(const command_context& context,
+    session& loaded,
+    const check_options& options,
+    const std::string& settings_record) {
     call_result call;
     {
         const wait_notice notice{context.terminal, waiting_for(options.connection)};
         call = loaded.module.check(check_id, settings_record);
     }
     const std::optional<delivered_check> result = find_result(call);
-    std::vector<log_line> log = reasons(loaded.log.lines(), options);
+    std::vector<log_line> log = reasons(loaded.log.take_lines(), options);
     if (call.status != OPCUA_MODULE_DONE || !result) {
         for (const log_line& line : log) {
             context.terminal.line(to_text(line));
@@ -106,6 +102,16 @@ exit_code run_check(const command_context& context, const check_options& options
             : render(options, result->success, log, context.out.colours())
     );
     return result->success ? exit_code::ok : exit_code::error;
+}
+
+} // namespace
+
+module_step prepare(const check_options& options, console& terminal) {
+    return {
+        -1,
+        [options, settings_record = make_record(options, terminal)](
+            const command_context& context, session& loaded
+        ) { return run(context, loaded, options, settings_record); }};
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -3,20 +3,22 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-inline constexpr const char* description =
-    "Scans sensors and runs checks of the OPC UA monitoring module and shows what comes back.";
+inline constexpr const char* description = "Scans sensors, runs checks and sends notifications of "
+                                           "the OPC UA monitoring module and shows what "
+                                           "comes back.";
 
 inline constexpr const char* general_footer = R"(
 Examples:
   opcua-probe demo
   opcua-probe check connection --host 192.0.2.7
   opcua-probe scan custom_sensor --host 192.0.2.7 --channel 'ns=2;s=Boiler.Temperature' --unit 1=°C
+  opcua-probe notify --host 192.0.2.7 --target 'ns=2;s=Lamp.Text' --type String --message 'Door open'
   opcua-probe scan --help
 
 Exit codes:
   0   ok
   1   a scan delivered a warning
-  2   a scan delivered an error, or a check answered no
+  2   a scan delivered an error, a check answered no, or a value was not written
   3   the module refused or failed a call, or sent something unusable
   64  the command line is wrong, or a file that it names cannot be read
   70  the module or the simulator could not be loaded or started
@@ -43,5 +45,15 @@ Examples:
   opcua-probe scan certificate_sensor --host plc.example --format json
   opcua-probe scan custom_sensor --host plc.example --channel i=2258 \
       --security-mode sign_encrypt --client-certificate client.pem --client-key client.key)";
+
+inline constexpr const char* notify_footer = R"(
+The last line tells whether the value was written, and if not, why; before it stand the log lines that the module
+collected on the way. With --format json the response has the members "status" ("done", "failed", "refused"),
+"written" and, when the value was not written, "reason".
+
+Examples:
+  opcua-probe notify --host plc.example --target 'ns=2;s=Lamp.On' --type Boolean --message True
+  opcua-probe notify --host plc.example --target 'ns=2;s=Set.Point' --type FloatingPoint --message -2.5 --timeout 10
+  opcua-probe notify --host plc.example --target 'ns=2;s=Lamp.Text' --type String --message "" --log-level info)";
 
 } // namespace tarvik::monitoring_modules::probe

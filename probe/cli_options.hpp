@@ -51,6 +51,16 @@ struct check_options {
     log_arguments log;
 };
 
+struct notify_options {
+    connection_arguments connection;
+    std::string target;                   ///< node id
+    std::string type;                     ///< as the module calls it
+    std::string message;                  ///< the value as text; may be empty
+    std::optional<std::uint32_t> timeout; ///< seconds
+    output_format format = output_format::table;
+    log_arguments log; ///< the level: of the lines that the module collects; nothing: all
+};
+
 struct demo_options {
     std::string simulator; ///< path; empty: beside this program
     output_format format = output_format::table;
@@ -64,7 +74,7 @@ struct shown_text {
 
 struct command_line {
     std::string module; ///< path; empty: to be found
-    std::variant<shown_text, scan_options, check_options, demo_options> command;
+    std::variant<shown_text, scan_options, check_options, notify_options, demo_options> command;
 };
 
 /// @throws probe_error (usage)

@@ -1,5 +1,6 @@
 #include "probe/cli_help.hpp"
 #include "probe/cli_options.hpp"
+#include "probe/cli_shared_options.hpp"
 #include "probe/probe_error.hpp"
 
 #include <cmath>
@@ -11,94 +12,17 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-/// Texts as they stand on the command line, for what CLI11 does not check.
+/// As they stand on the command line, for what CLI11 does not check.
 struct raw_arguments {
     std::vector<std::string> channels;
     std::vector<std::string> units;
     std::vector<std::string> scales;
-    std::string log_level;
-    std::string format = "table";
     std::uint32_t count = 1;
     std::string check_kind;
+    output_arguments output;
     CLI::Option* count_option = nullptr;
     CLI::Option* interval_option = nullptr;
 };
-
-// One value for each use of the option, so that no positional argument is taken for another value.
-void add_repeatable(
-    CLI::App& command,
-    const char* name,
-    std::vector<std::string>& values,
-    const char* help,
-    const char* shape
-) {
-    command.add_option(name, values, help)->allow_extra_args(false)->type_name(shape);
-}
-
-void add_security_options(CLI::App& command, connection_arguments& to) {
-    command.add_option("--security-mode", to.security_mode, "How messages are secured")
-        ->check(CLI::IsMember({"none", "sign", "sign_encrypt"}))
-        ->capture_default_str();
-    command
-        .add_option(
-            "--security-policy",
-            to.security_policy,
-            "Default: Basic256Sha256 when messages are secured, else none"
-        )
-        ->check(CLI::IsMember({"none", "Basic256Sha256"}));
-    command
-        .add_option("--client-certificate", to.client_certificate_file, "Client certificate, PEM")
-        ->type_name("FILE");
-    command.add_option("--client-key", to.client_key_file, "Private key of the client, PEM")
-        ->type_name("FILE");
-    command
-        .add_option(
-            "--client-key-password-file",
-            to.client_key_password_file,
-            "File with the key's password; else $OPCUA_CLIENT_KEY_PASSWORD"
-        )
-        ->type_name("FILE");
-}
-
-void add_connection_options(CLI::App& command, connection_arguments& to) {
-    command.add_option("--host", to.host, "Name or address of the server")
-        ->required()
-        ->type_name("HOST");
-    command.add_option("--port", to.port, "Port of the server")
-        ->check(CLI::Range(1, 65535))
-        ->capture_default_str();
-    command.add_option("--path", to.path, "Path of the server, if it has one")->type_name("PATH");
-    CLI::Option* const user =
-        command.add_option("--user", to.user, "User name; default: anonymous")->type_name("USER");
-    command
-        .add_option(
-            "--password-file", to.password_file, "File with the password; else $OPCUA_PASSWORD"
-        )
-        ->type_name("FILE")
-        ->needs(user);
-    add_security_options(command, to);
-    add_repeatable(
-        command,
-        "--set",
-        to.raw,
-        "Any setting of the module, as KEY=VALUE (no secrets)",
-        "KEY=VALUE"
-    );
-}
-
-void add_output_options(CLI::App& command, log_arguments& log, raw_arguments& raw) {
-    command.add_option("--format", raw.format, "json: one object in each line")
-        ->check(CLI::IsMember({"table", "json"}))
-        ->capture_default_str();
-    command
-        .add_option(
-            "--log-level",
-            raw.log_level,
-            "Show log lines up to this level: error, warning, info, debug, or 0 to 7"
-        )
-        ->type_name("LEVEL");
-    command.add_flag("--logging", log.logging, "Let the sensor write its own log lines, too");
-}
 
 void add_scan(CLI::App& program, scan_options& scan, raw_arguments& raw) {
     CLI::App& command = *program.add_subcommand("scan", "Create a sensor and scan it");
@@ -132,7 +56,8 @@ void add_scan(CLI::App& program, scan_options& scan, raw_arguments& raw) {
     raw.count_option = command.add_option("--count", raw.count, "Number of scans; default: 1")
                            ->check(CLI::Range(1, 1'000'000'000))
                            ->type_name("N");
-    add_output_options(command, scan.log, raw);
+    add_output_options(command, raw.output, show_lines);
+    add_logging_option(command, scan.log);
     command.footer(scan_footer);
 }
 
@@ -148,36 +73,45 @@ void add_check(CLI::App& program, check_options& check, raw_arguments& raw) {
         ->required()
         ->check(CLI::IsMember({"connection", "endpoint"}));
     add_connection_options(command, check.connection);
-    add_output_options(command, check.log, raw);
+    add_output_options(command, raw.output, show_lines);
+    add_logging_option(command, check.log);
+}
+
+void add_notify(CLI::App& program, notify_options& notify, raw_arguments& raw) {
+    CLI::App& command = *program.add_subcommand("notify", "Write a value into a node");
+    add_connection_options(command, notify.connection);
+    command.add_option("--target", notify.target, "Node to write into")
+        ->required()
+        ->type_name("NODEID");
+    command.add_option("--type", notify.type, "Type of the value")
+        ->required()
+        ->check(CLI::IsMember({"Boolean", "String", "Integer64", "FloatingPoint"}));
+    command
+        .add_option(
+            "--message",
+            notify.message,
+            "The value as text: True or False, a number, any text (\"\" is an empty String)"
+        )
+        ->required()
+        ->type_name("TEXT");
+    command.add_option("--timeout", notify.timeout, "Longest time; default: 5")
+        ->check(CLI::Range(1, 4'294'967))
+        ->type_name("SECONDS");
+    add_output_options(command, raw.output, collect_lines);
+    command.footer(notify_footer);
 }
 
 void add_demo(CLI::App& program, demo_options& demo, raw_arguments& raw) {
-    CLI::App& command =
-        *program.add_subcommand("demo", "Start the plant simulator and scan it three times");
+    CLI::App& command = *program.add_subcommand(
+        "demo", "Start the plant simulator and show every sensor, check and notification"
+    );
     command
         .add_option(
             "--simulator", demo.simulator, "Path of opcua-simulator; default: beside this program"
         )
         ->type_name("PATH");
-    add_output_options(command, demo.log, raw);
-}
-
-[[nodiscard]] std::optional<std::int32_t> parse_level(const std::string& text) {
-    if (text.empty()) {
-        return std::nullopt;
-    }
-    if (text.size() == 1 && text.front() >= '0' && text.front() <= '7') {
-        return text.front() - '0';
-    }
-    const std::pair<const char*, std::int32_t> names[] = {
-        {"error", 3}, {"warning", 4}, {"info", 6}, {"debug", 7}};
-    for (const auto& [name, level] : names) {
-        if (text == name) {
-            return level;
-        }
-    }
-    throw probe_error{
-        exit_code::usage, "--log-level " + text + ": none of error, warning, info, debug, 0 to 7"};
+    add_output_options(command, raw.output, show_lines);
+    add_logging_option(command, demo.log);
 }
 
 void complete(scan_options& scan, const raw_arguments& raw) {
@@ -198,6 +132,14 @@ void complete(scan_options& scan, const raw_arguments& raw) {
     }
 }
 
+/// The module takes any text but "True" for false, which nobody means who types "true".
+void check_value(const notify_options& notify) {
+    if (notify.type == "Boolean" && notify.message != "True" && notify.message != "False") {
+        throw probe_error{
+            exit_code::usage, "--message " + notify.message + ": a Boolean is True or False"};
+    }
+}
+
 } // namespace
 
 command_line parse_command_line(int count, const char* const* arguments) {
@@ -205,6 +147,7 @@ command_line parse_command_line(int count, const char* const* arguments) {
     raw_arguments raw;
     scan_options scan;
     check_options check;
+    notify_options notify;
     demo_options demo;
     CLI::App program{description, "opcua-probe"};
     program.fallthrough();
@@ -218,6 +161,7 @@ command_line parse_command_line(int count, const char* const* arguments) {
         ->type_name("PATH");
     add_scan(program, scan, raw);
     add_check(program, check, raw);
+    add_notify(program, notify, raw);
     add_demo(program, demo, raw);
     try {
         program.parse(count, arguments);
@@ -230,23 +174,23 @@ command_line parse_command_line(int count, const char* const* arguments) {
         result.command = shown_text{text.str()};
         return result;
     }
-    log_arguments& log = program.got_subcommand("scan")    ? scan.log
-                         : program.got_subcommand("check") ? check.log
-                                                           : demo.log;
-    log.level = parse_level(raw.log_level);
-    const output_format format = raw.format == "json" ? output_format::json : output_format::table;
+    const auto choose = [&result, &raw](auto& options) {
+        options.format = raw.output.format == "json" ? output_format::json : output_format::table;
+        options.log.level = parse_level(raw.output.log_level);
+        result.command = std::move(options);
+    };
     if (program.got_subcommand("scan")) {
         complete(scan, raw);
-        scan.format = format;
-        result.command = std::move(scan);
+        choose(scan);
     } else if (program.got_subcommand("check")) {
         check.kind =
             raw.check_kind == "connection" ? "connection_check" : "endpoint_validation_check";
-        check.format = format;
-        result.command = std::move(check);
+        choose(check);
+    } else if (program.got_subcommand("notify")) {
+        check_value(notify);
+        choose(notify);
     } else {
-        demo.format = format;
-        result.command = std::move(demo);
+        choose(demo);
     }
     return result;
 }

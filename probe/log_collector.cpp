@@ -1,30 +1,13 @@
 #include "probe/log_collector.hpp"
 
 #include <exception>
+#include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
 constexpr std::size_t most_lines = 10'000;
-
-[[nodiscard]] std::string_view severity_name(std::int32_t severity) noexcept {
-    if (severity < severity_error) {
-        return "failure";
-    }
-    switch (severity) {
-    case severity_error:
-        return "error";
-    case severity_warning:
-        return "warning";
-    case severity_warning + 1:
-        return "notice";
-    case severity_info:
-        return "info";
-    default:
-        return "debug";
-    }
-}
 
 } // namespace
 
@@ -41,12 +24,6 @@ static void receive_line(
 }
 
 } // extern "C"
-
-std::string to_text(const log_line& line) {
-    std::string text{severity_name(line.severity)};
-    text.resize(9, ' ');
-    return text + line.source + ": " + line.text;
-}
 
 log_collector::log_collector(const module_library& library, console& terminal, std::int32_t shown)
     : library_{library},
@@ -65,9 +42,10 @@ log_collector::~log_collector() {
     }
 }
 
-std::vector<log_line> log_collector::lines() const {
+std::vector<log_line> log_collector::take_lines() {
     const std::lock_guard lock{mutex_};
-    return {lines_.begin(), lines_.end()};
+    const std::deque<log_line> taken = std::exchange(lines_, {});
+    return {taken.begin(), taken.end()};
 }
 
 void log_collector::take(

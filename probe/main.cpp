@@ -16,9 +16,11 @@ struct command_runner {
         context.out.write(shown.text);
         return exit_code::ok;
     }
-    exit_code operator()(const scan_options& options) const { return run_scan(context, options); }
-    exit_code operator()(const check_options& options) const { return run_check(context, options); }
     exit_code operator()(const demo_options& options) const { return run_demo(context, options); }
+    template <typename Options>
+    exit_code operator()(const Options& options) const {
+        return run_alone(context, prepare(options, context.terminal));
+    }
 };
 
 [[nodiscard]] exit_code report(console& terminal, exit_code code, const std::exception& error) {

@@ -115,6 +115,22 @@ namespace {
     return result;
 }
 
+[[nodiscard]] log_line read_log_line(const json_object& entry) {
+    const std::int64_t severity = entry.integer("severity");
+    if (severity < 0 || severity > severity_debug) {
+        entry.fail("severity", "is none of 0 to 7");
+    }
+    return {"", static_cast<std::int32_t>(severity), entry.text("text", "")};
+}
+
+[[nodiscard]] notification_response read_notification_response(const json_object& object) {
+    notification_response response{object.integer("id"), {}};
+    object.each("log", [&response](const json_object& entry) {
+        response.log.push_back(read_log_line(entry));
+    });
+    return response;
+}
+
 } // namespace
 
 double as_double(const channel_number& value) noexcept {
@@ -137,6 +153,9 @@ any_message parse_message(std::string_view text) {
     }
     if (type == "check_result") {
         return check_result{object.integer("check_id"), object.boolean("success")};
+    }
+    if (type == "notification_response") {
+        return read_notification_response(object);
     }
     return other_message{std::move(type)};
 }

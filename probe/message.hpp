@@ -2,6 +2,8 @@
 // The messages of the module as plain structs. Parsing forgives what is absent or unknown and names
 // what is wrong.
 
+#include "probe/log_line.hpp"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -70,12 +72,17 @@ struct check_result {
     bool success = false;
 };
 
+struct notification_response {
+    std::int64_t id = 0;
+    std::vector<log_line> log; ///< what was logged on the way, in order; without sources
+};
+
 /// A message of a type that this program has no use for.
 struct other_message {
     std::string type;
 };
 
-using any_message = std::variant<scan_result, check_result, other_message>;
+using any_message = std::variant<scan_result, check_result, notification_response, other_message>;
 
 /// @param text one message of the module
 /// @throws probe_error (call_failed) naming the member that is missing or has a wrong type

@@ -77,4 +77,14 @@ std::string check_json(std::string_view message, const std::vector<log_line>& lo
     return line(document);
 }
 
+std::string notification_json(std::string_view message, const notification_outcome& outcome) {
+    ordered_json document = message.empty() ? ordered_json::object() : ordered_json::parse(message);
+    document["status"] = outcome.status;
+    document["written"] = outcome.written;
+    if (!outcome.written) {
+        document["reason"] = outcome.reason;
+    }
+    return line(document);
+}
+
 } // namespace tarvik::monitoring_modules::probe

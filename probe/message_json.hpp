@@ -22,6 +22,19 @@ namespace tarvik::monitoring_modules::probe {
 [[nodiscard]] std::string
 scan_json(std::string_view message, const std::vector<channel_view>& channels, std::size_t scan);
 
+/// What became of a notification.
+struct notification_outcome {
+    std::string status; ///< of the call, as a word
+    bool written = false;
+    std::string reason; ///< why it was not written
+};
+
+/// @param message a notification_response that parse_message accepted; empty: there is none
+/// @return the message with "status", "written" and, unless it was written, "reason"; ends with a
+/// line end
+[[nodiscard]] std::string
+notification_json(std::string_view message, const notification_outcome& outcome);
+
 /// @return the message with "log": what the module logged; ends with a line end
 [[nodiscard]] std::string check_json(std::string_view message, const std::vector<log_line>& log);
 

@@ -10,6 +10,8 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
+constexpr std::uint32_t notification = 1; // the meta-scan that sends one
+
 struct byte_view {
     const std::uint8_t* bytes;
     std::uint32_t size;
@@ -92,6 +94,13 @@ call_result monitoring_module::check(std::int32_t id, std::string_view settings)
     return collect([&] {
         const auto [bytes, size] = bytes_of(settings);
         return functions_.execute_check(id, bytes, size);
+    });
+}
+
+call_result monitoring_module::notify(std::int32_t id, std::string_view settings) {
+    return collect([&] {
+        const auto [bytes, size] = bytes_of(settings);
+        return functions_.execute_meta_scan(id, notification, bytes, size);
     });
 }
 

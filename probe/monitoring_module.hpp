@@ -7,6 +7,7 @@
 #include "probe/module_library.hpp"
 
 #include <cstdint>
+#include <list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,6 +42,7 @@ class monitoring_module final {
     [[nodiscard]] call_result create_sensor(std::int32_t id, std::string_view settings);
     [[nodiscard]] call_result scan_sensor(std::int32_t id);
     [[nodiscard]] call_result check(std::int32_t id, std::string_view settings);
+    [[nodiscard]] call_result notify(std::int32_t id, std::string_view settings);
     void destroy_sensor(std::int32_t id) const noexcept;
 
     void take(const std::uint8_t* bytes, std::uint32_t size) noexcept;
@@ -69,7 +71,7 @@ class sensor_owner final {
     std::int32_t id_;
 };
 
-/// A loaded, logging and initialised module; taken down in the opposite order.
+/// A loaded, logging and initialised module with its sensors; taken down in the opposite order.
 struct session {
     /// @see find_module, log_collector
     session(const std::string& chosen_module, console& terminal, std::int32_t shown_severity)
@@ -80,6 +82,7 @@ struct session {
     module_library library;
     log_collector log;
     monitoring_module module;
+    std::list<sensor_owner> sensors; ///< numbered from 1; while they live, they share connections
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,7 +1,6 @@
 #include "probe/channel_memory.hpp"
 #include "probe/commands.hpp"
 #include "probe/message_json.hpp"
-#include "probe/monitoring_module.hpp"
 #include "probe/scan_table.hpp"
 #include "probe/secrets.hpp"
 #include "probe/settings_record.hpp"
@@ -12,8 +11,6 @@
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
-
-constexpr std::int32_t sensor_id = 1;
 
 using clock = std::chrono::steady_clock;
 
@@ -59,10 +56,14 @@ read_information(const monitoring_module& module, console& terminal) {
 class scan_display final {
   public:
     scan_display(
-        const command_context& context, const scan_options& options, information_document document
+        const command_context& context,
+        const scan_options& options,
+        std::int32_t sensor_id,
+        information_document document
     )
         : context_{context},
           options_{options},
+          sensor_id_{sensor_id},
           document_{std::move(document)} {}
 
     /// @return the worst state that was shown; nothing when there was no result for the sensor
@@ -71,7 +72,7 @@ class scan_display final {
         for (const std::string& text : call.messages) {
             const any_message parsed = parse_message(text);
             const auto* result = std::get_if<scan_result>(&parsed);
-            if (result == nullptr || result->sensor_id != sensor_id) {
+            if (result == nullptr || result->sensor_id != sensor_id_) {
                 continue;
             }
             show(text, *result);
@@ -94,9 +95,8 @@ class scan_display final {
     }
 
     [[nodiscard]] std::string title() const {
-        std::string text = document_.sensor_name(options_.kind) + " at " +
-                           options_.connection.host + ":" +
-                           std::to_string(options_.connection.port);
+        std::string text =
+            document_.sensor_name(options_.kind) + " at " + address_of(options_.connection);
         if (options_.count != 1U) {
             text += ", scan " + std::to_string(scan_);
         }
@@ -108,6 +108,7 @@ class scan_display final {
 
     const command_context& context_;
     const scan_options& options_;
+    const std::int32_t sensor_id_;
     const information_document document_;
     channel_memory memory_{document_};
     std::size_t scan_ = 0;
@@ -146,19 +147,20 @@ class scan_display final {
     return worst;
 }
 
-} // namespace
-
-exit_code run_scan(const command_context& context, const scan_options& options) {
-    const std::string settings_record = make_record(options, context.terminal);
-    session loaded{context.module, context.terminal, shown_severity(options.log)};
-    scan_display display{context, options, read_information(loaded.module, context.terminal)};
+[[nodiscard]] exit_code
+run(const command_context& context,
+    session& loaded,
+    const scan_options& options,
+    const std::string& settings_record) {
+    const auto id = static_cast<std::int32_t>(loaded.sensors.size() + 1);
+    scan_display display{context, options, id, read_information(loaded.module, context.terminal)};
     call_result created;
     {
         const wait_notice notice{context.terminal, waiting_for(options.connection)};
-        created = loaded.module.create_sensor(sensor_id, settings_record);
+        created = loaded.module.create_sensor(id, settings_record);
     }
     if (created.status == OPCUA_MODULE_DONE) {
-        sensor_owner sensor{loaded.module, sensor_id};
+        sensor_owner& sensor = loaded.sensors.emplace_back(loaded.module, id);
         return scan_repeatedly(context, options, sensor, display);
     }
     const std::optional<exit_code> shown = display.show(created);
@@ -168,6 +170,16 @@ exit_code run_scan(const command_context& context, const scan_options& options) 
     throw probe_error{
         exit_code::call_failed,
         "The module " + status_text(created.status) + " the sensor \"" + options.kind + "\""};
+}
+
+} // namespace
+
+module_step prepare(const scan_options& options, console& terminal) {
+    return {
+        shown_severity(options.log),
+        [options, settings_record = make_record(options, terminal)](
+            const command_context& context, session& loaded
+        ) { return run(context, loaded, options, settings_record); }};
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -33,10 +33,11 @@ void set(settings& to, std::string_view group, const char* name, const std::stri
 
 } // namespace
 
-settings
-connection_settings(const connection_arguments& arguments, const connection_secrets& secrets) {
+settings connection_settings(
+    const connection_arguments& arguments, const connection_secrets& secrets, const char* host_key
+) {
     settings result;
-    result.emplace("host", arguments.host);
+    result.emplace(host_key, arguments.host);
     set(result, opcua, "port", std::to_string(arguments.port));
     set(result, opcua, "server_name", arguments.path);
     set(result, security, "security_mode", arguments.security_mode);
@@ -73,6 +74,18 @@ void add_channels(
         set(to, channel, "_unit", channels[i].unit);
         set(to, channel, "_scale_factor", channels[i].scale);
         set(to, channel, "_nodeid", channels[i].node_id);
+    }
+}
+
+void add_notification(settings& to, const notify_options& options) {
+    to.insert_or_assign("target", options.target);
+    to.insert_or_assign("message", options.message);
+    to.insert_or_assign("write.type", options.type);
+    if (options.timeout) {
+        to.insert_or_assign("timeout", std::to_string(*options.timeout));
+    }
+    if (options.log.level) {
+        to.insert_or_assign("log_level", std::to_string(*options.log.level));
     }
 }
 

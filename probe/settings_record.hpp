@@ -15,15 +15,25 @@ namespace tarvik::monitoring_modules::probe {
 /// Dotted keys and their texts.
 using settings = std::map<std::string, std::string>;
 
+// Where the address of the server stands.
+inline constexpr const char* host_of_sensor = "host"; // and of checks
+inline constexpr const char* host_of_notification = "credentials.connection_opcua.host";
+
 /// Settings of the connection; what was not asked for is left to the module's defaults.
-[[nodiscard]] settings
-connection_settings(const connection_arguments& arguments, const connection_secrets& secrets);
+[[nodiscard]] settings connection_settings(
+    const connection_arguments& arguments,
+    const connection_secrets& secrets,
+    const char* host_key = host_of_sensor
+);
 
 /// Adds those of a custom sensor.
 /// @param channels at most 10
 void add_channels(
     settings& to, const std::vector<channel_argument>& channels, const std::string& message_node
 );
+
+/// Adds those of a notification.
+void add_notification(settings& to, const notify_options& options);
 
 /// Adds settings given as KEY=VALUE; they replace those that are there.
 /// @throws probe_error (usage) without a key, and for the keys of secrets

@@ -91,6 +91,37 @@ TEST_F(channel_memory_of, definitions_shows_values_that_have_none) {
     EXPECT_TRUE(view.raw_is_shown);
 }
 
+TEST(channel_memory, follows_channels_that_come_and_go) {
+    const information_document document{information};
+    channel_memory memory{document};
+    const auto counter = [](std::int64_t id, const char* name) {
+        return channel_definition{id, name, {}, true, "", 1, {}};
+    };
+    struct row {
+        std::vector<channel_definition> definitions;
+        std::vector<channel_value> channels;
+        std::string names_and_values;
+    };
+    constexpr std::int64_t five = 5;
+    const row rows[] = {
+        {{counter(1, "A")}, {{1, five}}, "A - "},
+        {{counter(2, "B")}, {{1, five + 1}, {2, five}}, "A 1.0 B - "},
+        {{}, {{2, five + 2}}, "B 2.0 "},
+        {{}, {}, ""},
+        {{}, {{1, five + 7}, {2, five + 2}}, "A 2.0 B 0.0 "}, // A: since three seconds ago
+    };
+    const clock::time_point start = clock::now();
+    int seconds = 0;
+    for (const row& each : rows) {
+        std::string seen;
+        const scan_result result{1, 0, scan_state::warning, "", each.definitions, each.channels};
+        for (const channel_view& view : memory.take(result, start + ++seconds * 1s)) {
+            seen += view.name + " " + view.value.number + " ";
+        }
+        EXPECT_EQ(seen, each.names_and_values);
+    }
+}
+
 TEST_F(channel_memory_of, lookups_shows_their_texts_and_unknown_values_as_numbers) {
     define().lookup = "state";
     const channel_view failed = take(std::int64_t{1}, 0);

@@ -103,6 +103,38 @@ TEST(command_line, knows_how_often_to_scan) {
     EXPECT_EQ(count({"--count", "3", "--interval", "2"}), 3U);
 }
 
+TEST(command_line, reads_a_notification) {
+    const auto read = [](std::vector<const char*> more) {
+        more.insert(more.begin(), {"notify", "--host", "h", "--target", "ns=2;s=X", "--type"});
+        return std::get<notify_options>(parse(more).command);
+    };
+    const notify_options all = read(
+        {"String",
+         "--message",
+         "--help",
+         "--timeout",
+         "7",
+         "--log-level",
+         "info",
+         "--format",
+         "json",
+         "--security-mode",
+         "sign"}
+    );
+    EXPECT_EQ(all.target, "ns=2;s=X");
+    EXPECT_EQ(all.type, "String");
+    EXPECT_EQ(all.message, "--help") << "any text may be written";
+    EXPECT_EQ(all.timeout, 7U);
+    EXPECT_EQ(all.log.level, 6);
+    EXPECT_EQ(all.format, output_format::json);
+    EXPECT_EQ(all.connection.security_mode, "sign");
+    const notify_options least = read({"FloatingPoint", "--message", "-2.5"});
+    EXPECT_EQ(least.message, "-2.5");
+    EXPECT_FALSE(least.timeout || least.log.level);
+    EXPECT_EQ(read({"String", "--message", ""}).message, "");
+    EXPECT_EQ(read({"Boolean", "--message", "True"}).message, "True");
+}
+
 TEST(command_line, reads_checks_demo_help_and_version) {
     const auto kind = [](const char* name) {
         return std::get<check_options>(parse({"check", name, "--host", "h"}).command).kind;
@@ -136,6 +168,33 @@ TEST(command_line, refuses_what_makes_no_sense) {
         {"scan", "certificate_sensor", "--host", "h", "--password", "x"},
         {"scan", "certificate_sensor", "--host", "h", "--password-file", "x"},
         {"check", "else", "--host", "h"},
+        {"notify", "--host", "h", "--target", "i=1", "--type", "String"},
+        {"notify", "--host", "h", "--target", "i=1", "--message", "x"},
+        {"notify", "--host", "h", "--type", "String", "--message", "x"},
+        {"notify", "--target", "i=1", "--type", "String", "--message", "x"},
+        {"notify", "--host", "h", "--target", "i=1", "--type", "Text", "--message", "x"},
+        {"notify", "--host", "h", "--target", "i=1", "--type", "Boolean", "--message", "true"},
+        {"notify",
+         "--host",
+         "h",
+         "--target",
+         "i=1",
+         "--type",
+         "String",
+         "--message",
+         "x",
+         "--timeout",
+         "0"},
+        {"notify",
+         "--host",
+         "h",
+         "--target",
+         "i=1",
+         "--type",
+         "String",
+         "--message",
+         "x",
+         "--logging"},
         {"demo", "surplus"},
     };
     for (const auto& arguments : rows) {

@@ -58,6 +58,13 @@ TEST(message, tells_other_types_apart) {
         parse_message(R"({"type": "check_result", "check_id": 3, "success": true})");
     EXPECT_EQ(std::get<check_result>(check).check_id, 3);
     EXPECT_TRUE(std::get<check_result>(check).success);
+    const any_message response = parse_message(R"({"type": "notification_response", "id": 5,
+        "log": [{"severity": 7, "text": "a"}, {"severity": 3, "text": "b"}]})");
+    const auto& answer = std::get<notification_response>(response);
+    EXPECT_EQ(answer.id, 5);
+    ASSERT_EQ(answer.log.size(), 2U);
+    EXPECT_EQ(to_text(answer.log[0]), "debug    a");
+    EXPECT_EQ(to_text(answer.log[1]), "error    b");
     EXPECT_EQ(std::get<other_message>(parse_message(R"({"type": "news"})")).type, "news");
 }
 
@@ -71,10 +78,16 @@ TEST(message, names_what_is_wrong) {
         {R"({"type": 1})", "\"type\" is no text"},
         {R"({"type": "check_result", "success": true})", "\"check_id\" is missing"},
         {R"({"type": "check_result", "check_id": 1, "success": 1})", "neither true nor false"},
+        {R"({"type": "notification_response", "log": []})", "\"id\" is missing"},
+        {R"({"type": "notification_response", "id": 1, "log": {}})", "\"log\" is no list"},
+        {R"({"type": "notification_response", "id": 1, "log": [{"severity": 8}]})",
+         "\"log[0].severity\""},
         {R"({"type": "sensor_scan_result"})", "\"sensor_id\" is missing"},
     };
     for (const auto& [text, problem] : rows) {
-        expect_error([&] { (void)parse_message(text); }, exit_code::call_failed, problem);
+        expect_error(
+            [&text = text] { (void)parse_message(text); }, exit_code::call_failed, problem
+        );
     }
     const std::pair<std::string, std::string> scan_rows[] = {
         {R"(, "response_code": 2)", "\"response_code\""},
@@ -92,7 +105,9 @@ TEST(message, names_what_is_wrong) {
          "\"channel_definitions[0].limits.enabled\""},
     };
     for (const auto& [members, problem] : scan_rows) {
-        expect_error([&] { (void)parse_scan(members); }, exit_code::call_failed, problem);
+        expect_error(
+            [&members = members] { (void)parse_scan(members); }, exit_code::call_failed, problem
+        );
     }
 }
 

@@ -115,5 +115,20 @@ TEST(message_json, adds_the_log_to_a_check) {
     );
 }
 
+TEST(message_json, tells_what_became_of_a_notification) {
+    EXPECT_EQ(
+        notification_json(
+            R"({"type":"notification_response","id":1,"log":[]})", {"done", true, "unused"}
+        ),
+        R"({"type":"notification_response","id":1,"log":[],"status":"done","written":true})"
+        "\n"
+    );
+    EXPECT_EQ(
+        notification_json("", {"refused", false, "why"}),
+        R"({"status":"refused","written":false,"reason":"why"})"
+        "\n"
+    );
+}
+
 } // namespace
 } // namespace tarvik::monitoring_modules::probe

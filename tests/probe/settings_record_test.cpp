@@ -70,6 +70,28 @@ TEST(settings_record, switches_further_channels_on) {
     );
 }
 
+TEST(settings_record, carries_a_notification_whose_address_has_another_key) {
+    notify_options options;
+    options.connection.host = "h";
+    options.target = "ns=2;s=X";
+    options.type = "String";
+    settings made = connection_settings(options.connection, {}, host_of_notification);
+    add_notification(made, options);
+    const auto required = {
+        Pair("credentials.connection_opcua.host", "h"),
+        Pair("credentials.connection_opcua.port", "4840"),
+        Pair("credentials.connection_security.security_mode", "none"),
+        Pair("message", ""), // an empty value, not a value left out
+        Pair("target", "ns=2;s=X"),
+        Pair("write.type", "String")};
+    EXPECT_THAT(made, testing::UnorderedElementsAreArray(required));
+    options.timeout = 7;
+    options.log.level = 0;
+    add_notification(made, options);
+    EXPECT_EQ(made.at("timeout"), "7");
+    EXPECT_EQ(made.at("log_level"), "0");
+}
+
 TEST(settings_record, raw_settings_win_but_carry_no_secrets) {
     settings made{{"host", "h"}};
     add_raw(made, {"host=", "x.y=a=b"});

@@ -1,0 +1,109 @@
+#include "probe/cli_shared_options.hpp"
+
+#include "probe/probe_error.hpp"
+
+#include <utility>
+
+#include <CLI/CLI.hpp>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+void add_security_options(CLI::App& command, connection_arguments& to) {
+    command.add_option("--security-mode", to.security_mode, "How messages are secured")
+        ->check(CLI::IsMember({"none", "sign", "sign_encrypt"}))
+        ->capture_default_str();
+    command
+        .add_option(
+            "--security-policy",
+            to.security_policy,
+            "Default: Basic256Sha256 when messages are secured, else none"
+        )
+        ->check(CLI::IsMember({"none", "Basic256Sha256"}));
+    command
+        .add_option("--client-certificate", to.client_certificate_file, "Client certificate, PEM")
+        ->type_name("FILE");
+    command.add_option("--client-key", to.client_key_file, "Private key of the client, PEM")
+        ->type_name("FILE");
+    command
+        .add_option(
+            "--client-key-password-file",
+            to.client_key_password_file,
+            "File with the key's password; else $OPCUA_CLIENT_KEY_PASSWORD"
+        )
+        ->type_name("FILE");
+}
+
+} // namespace
+
+void add_repeatable(
+    CLI::App& command,
+    const char* name,
+    std::vector<std::string>& values,
+    const char* help,
+    const char* shape
+) {
+    command.add_option(name, values, help)->allow_extra_args(false)->type_name(shape);
+}
+
+void add_connection_options(CLI::App& command, connection_arguments& to) {
+    command.add_option("--host", to.host, "Name or address of the server")
+        ->required()
+        ->type_name("HOST");
+    command.add_option("--port", to.port, "Port of the server")
+        ->check(CLI::Range(1, 65535))
+        ->capture_default_str();
+    command.add_option("--path", to.path, "Path of the server, if it has one")->type_name("PATH");
+    CLI::Option* const user =
+        command.add_option("--user", to.user, "User name; default: anonymous")->type_name("USER");
+    command
+        .add_option(
+            "--password-file", to.password_file, "File with the password; else $OPCUA_PASSWORD"
+        )
+        ->type_name("FILE")
+        ->needs(user);
+    add_security_options(command, to);
+    add_repeatable(
+        command,
+        "--set",
+        to.raw,
+        "Any setting of the module, as KEY=VALUE (no secrets)",
+        "KEY=VALUE"
+    );
+}
+
+void add_output_options(CLI::App& command, output_arguments& to, const std::string& log_help) {
+    command.add_option("--format", to.format, "json: one object in each line")
+        ->check(CLI::IsMember({"table", "json"}))
+        ->capture_default_str();
+    command
+        .add_option(
+            "--log-level", to.log_level, log_help + "error, warning, info, debug, or 0 to 7"
+        )
+        ->type_name("LEVEL");
+}
+
+void add_logging_option(CLI::App& command, log_arguments& to) {
+    command.add_flag("--logging", to.logging, "Let the sensor write its own log lines, too");
+}
+
+std::optional<std::int32_t> parse_level(const std::string& text) {
+    if (text.empty()) {
+        return std::nullopt;
+    }
+    if (text.size() == 1 && text.front() >= '0' && text.front() <= '7') {
+        return text.front() - '0';
+    }
+    const std::pair<const char*, std::int32_t> names[] = {
+        {"error", 3}, {"warning", 4}, {"info", 6}, {"debug", 7}};
+    for (const auto& [name, level] : names) {
+        if (text == name) {
+            return level;
+        }
+    }
+    throw probe_error{
+        exit_code::usage, "--log-level " + text + ": none of error, warning, info, debug, 0 to 7"};
+}
+
+} // namespace tarvik::monitoring_modules::probe
