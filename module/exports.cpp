@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <string_view>
 
 namespace {
 
@@ -79,7 +80,7 @@ GetModuleInformationSync(std::uint8_t* buffer, std::uint32_t* size, bool include
         return OPCUA_MODULE_INFORMATION_NOT_INITIALISED;
     }
     return guard(OPCUA_MODULE_INFORMATION_FAILED, [&]() -> std::uint32_t {
-        const std::string message = adapter->get_module_information_as_bytes(include_texts);
+        const std::string_view message = adapter->get_module_information_as_bytes(include_texts);
         const std::uint32_t capacity = *size;
         *size = static_cast<std::uint32_t>(message.size());
         if (buffer == nullptr) {

@@ -1,7 +1,6 @@
 #include "module/module_instance_adapter.hpp"
 
 #include "zunohelper/message_service.hpp"
-#include "zunohelper/module_information_message.hpp"
 #include "zunohelper/runtime_log.hpp"
 
 #include <exception>
@@ -63,20 +62,30 @@ void module_instance_adapter::get_module_information(bool load_languages) const 
             current_log().get(), severity::debug, "Do loadLanguages: ", yes_or_no(load_languages)
         );
         module_->service_container()->get<libzunohelper::message_service_interface>()->send(
-            module_information_message{module_->get_module_information(), load_languages}
+            information(load_languages)
         );
         return true;
     });
 }
 
-std::string module_instance_adapter::get_module_information_as_bytes(bool include_texts) const {
+std::string_view module_instance_adapter::get_module_information_as_bytes(bool include_texts
+) const {
     return operation("get_module_information_as_bytes", [&] {
         liblog::write(
             current_log().get(), severity::debug, "Include texts: ", yes_or_no(include_texts)
         );
-        return module_information_message{module_->get_module_information(), include_texts}
-            .serialize();
+        return std::string_view{information(include_texts).bytes()};
     });
+}
+
+const module_information_message& module_instance_adapter::information(bool texts) const {
+    lazy_message& form = texts ? with_texts_ : without_texts_;
+    std::call_once(form.once, [&] {
+        form.message = std::make_unique<const module_information_message>(
+            module_->get_module_information(), texts
+        );
+    });
+    return *form.message;
 }
 
 sensor_data_wrapper

@@ -5,12 +5,13 @@
 // module's log.
 
 #include "common/liblog/log_interface.hpp"
+#include "zunohelper/module_information_message.hpp"
 #include "zunohelper/module_instance.hpp"
 #include "zunohelper/sensor_data_wrapper.hpp"
 
 #include <cstdint>
 #include <memory>
-#include <string>
+#include <mutex>
 #include <string_view>
 
 namespace tarvik::monitoring_modules {
@@ -29,8 +30,8 @@ class module_instance_adapter {
     /// Sends the module information through the callback.
     void get_module_information(bool load_languages) const;
 
-    /// The same message as bytes.
-    [[nodiscard]] std::string get_module_information_as_bytes(bool include_texts) const;
+    /// The same message as bytes; valid as long as this object.
+    [[nodiscard]] std::string_view get_module_information_as_bytes(bool include_texts) const;
 
     /// @name Operations of the dispatcher
     /// @param bytes, size  the settings; see sensor_data_wrapper
@@ -58,7 +59,17 @@ class module_instance_adapter {
     [[nodiscard]] libzunohelper::sensor_data_wrapper
     read_sensor_data(std::int32_t id, const std::uint8_t* bytes, std::uint32_t size) const;
 
+    /// The message, made at its first use: it never changes.
+    [[nodiscard]] const libzunohelper::module_information_message& information(bool texts) const;
+
+    struct lazy_message {
+        std::once_flag once;
+        std::unique_ptr<const libzunohelper::module_information_message> message;
+    };
+
     std::unique_ptr<libzunohelper::module_instance> module_;
+    mutable lazy_message with_texts_;
+    mutable lazy_message without_texts_;
 };
 
 } // namespace tarvik::monitoring_modules

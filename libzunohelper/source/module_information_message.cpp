@@ -4,6 +4,8 @@
 #include "json_errors.hpp"
 #include "json_writer.hpp"
 
+#include <utility>
+
 #include <nlohmann/json.hpp>
 
 namespace tarvik::monitoring_modules::libzunohelper {
@@ -30,16 +32,13 @@ module_information_message::module_information_message(
     if (!include_texts) {
         information.erase("Text");
     }
-    information_ = information.dump();
-}
-
-std::string module_information_message::serialize() const {
-    json_writer json{64 + information_.size()};
+    const std::string text = information.dump();
+    json_writer json{64 + text.size()};
     json.begin_object();
     json.key("type").text("module_information");
-    json.key("module_information").raw(information_);
+    json.key("module_information").raw(text);
     json.end_object();
-    return std::move(json).take();
+    bytes_ = std::move(json).take();
 }
 
 } // namespace tarvik::monitoring_modules::libzunohelper

@@ -5,6 +5,9 @@
 #include "zunohelper/message_service.hpp"
 #include "zunohelper/scan_result.hpp"
 
+#include <algorithm>
+#include <iterator>
+#include <ranges>
 #include <stdexcept>
 #include <utility>
 
@@ -35,6 +38,13 @@ void add_kind(
     }
 }
 
+template <typename Factory>
+std::vector<std::string> names_of(const std::map<std::string, Factory>& kinds) {
+    std::vector<std::string> names;
+    std::ranges::copy(kinds | std::views::keys, std::back_inserter(names));
+    return names;
+}
+
 } // namespace
 
 sensor_dispatcher::sensor_dispatcher(std::shared_ptr<service_container> container)
@@ -56,6 +66,14 @@ void sensor_dispatcher::register_check(std::string kind, check_factory make) {
 
 void sensor_dispatcher::register_notification(std::string kind, notification_factory make) {
     add_kind(notification_kinds_, "notification", std::move(kind), std::move(make));
+}
+
+std::vector<std::string> sensor_dispatcher::sensor_kinds() const {
+    return names_of(sensor_kinds_);
+}
+
+std::vector<std::string> sensor_dispatcher::check_kinds() const {
+    return names_of(check_kinds_);
 }
 
 std::int32_t

@@ -2,7 +2,6 @@
 
 #include "common/catalogue/definitions.hpp"
 #include "common/catalogue/framework_exceptions.hpp"
-#include "opcua/sensors/channel_table.hpp"
 
 #include <array>
 #include <cmath>
@@ -121,6 +120,10 @@ beckhoff_ipc_system_status_sensor::beckhoff_ipc_system_status_sensor(
     : node_sensor{id, data, std::move(services), display_name},
       nodes_{make_nodes(ipc_node_ids)} {
     define_channels(channels(), ipc_channels);
+}
+
+std::vector<fixed_channel> beckhoff_ipc_system_status_sensor::all_channels() {
+    return {ipc_channels.begin(), ipc_channels.end()};
 }
 
 void beckhoff_ipc_system_status_sensor::execute_sensor_scan() {

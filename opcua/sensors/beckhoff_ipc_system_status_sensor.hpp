@@ -4,11 +4,13 @@
 // controller of a Beckhoff industrial PC, which shows them as nodes of its OPC UA server.
 
 #include "opcua/client/connection_settings.hpp"
+#include "opcua/sensors/channel_table.hpp"
 #include "opcua/sensors/node_sensor.hpp"
 
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace tarvik::monitoring_modules::opcua {
 
@@ -30,6 +32,9 @@ class beckhoff_ipc_system_status_sensor final
         const libzunohelper::sensor_data_wrapper& data,
         std::shared_ptr<libzunohelper::service_container> services
     );
+
+    /// Every channel that sensors of this kind can have.
+    [[nodiscard]] static std::vector<fixed_channel> all_channels();
 
   private:
     /// Every scan needs all nodes: a PC without one of them, such as those of the RAID controller,

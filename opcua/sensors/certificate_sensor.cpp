@@ -3,44 +3,34 @@
 #include "common/catalogue/definitions.hpp"
 #include "zunohelper/scan_result.hpp"
 
+#include <array>
 #include <exception>
 #include <utility>
 
 namespace tarvik::monitoring_modules::opcua {
 
 using liblog::severity;
-using libzunohelper::dynamic_channel;
 
 namespace {
 
 enum channel : std::int32_t { days_to_expiration = 0, public_key_length = 1, self_signed = 2 };
 
-dynamic_channel make_channel(
-    channel id,
-    const libi18n::message_definition& name,
-    std::string unit,
-    double lower_warning,
-    double lower_error
-) {
-    dynamic_channel definition{.id = id, .name = libi18n::i18n_msg{name}};
-    definition.unit.text = std::move(unit);
-    definition.limits =
-        dynamic_channel::limit_values{.lower_warning = lower_warning, .lower_error = lower_error};
-    return definition;
-}
-
-void define_channels(libzunohelper::channel_map& channels) {
-    using namespace catalogue::channel;
-    channels.define(make_channel(days_to_expiration, expire_in, "day(s)", 28, 7));
+constexpr std::array<fixed_channel, 3> certificate_channels{{
+    {.id = days_to_expiration,
+     .name = catalogue::channel::expire_in,
+     .unit_text = "day(s)",
+     .lower_warning = 28,
+     .lower_error = 7},
     // A key of exactly 1024 bits is a warning, a shorter one an error.
-    channels.define(
-        make_channel(public_key_length, catalogue::channel::public_key_length, "bit", 1025, 1024)
-    );
-    dynamic_channel flag{
-        .id = self_signed, .name = libi18n::i18n_msg{catalogue::channel::self_signed}};
-    flag.lookup = "self_signed_certificate";
-    channels.define(std::move(flag));
-}
+    {.id = public_key_length,
+     .name = catalogue::channel::public_key_length,
+     .unit_text = "bit",
+     .lower_warning = 1025,
+     .lower_error = 1024},
+    {.id = self_signed,
+     .name = catalogue::channel::self_signed,
+     .lookup = "self_signed_certificate"},
+}};
 
 } // namespace
 
@@ -53,7 +43,11 @@ certificate_sensor::certificate_sensor(
       client_{create_client()},
       channels_{std::make_shared<libzunohelper::channel_map>()} {
     log("Client creation successful.");
-    define_channels(*channels_);
+    define_channels(*channels_, certificate_channels);
+}
+
+std::vector<fixed_channel> certificate_sensor::all_channels() {
+    return {certificate_channels.begin(), certificate_channels.end()};
 }
 
 shared_client certificate_sensor::create_client() const {

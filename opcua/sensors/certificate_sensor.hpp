@@ -4,6 +4,7 @@
 // its key, and whether it is self-signed. It asks for the server's endpoints and opens no session.
 
 #include "opcua/client/connection_settings.hpp"
+#include "opcua/sensors/channel_table.hpp"
 #include "opcua/sensors/sensor_base.hpp"
 #include "opcua/sensors/shared_client.hpp"
 #include "zunohelper/channel_map.hpp"
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace tarvik::monitoring_modules::opcua {
 
@@ -31,6 +33,9 @@ class certificate_sensor final : public sensor_base<settings::certificate_sensor
         const libzunohelper::sensor_data_wrapper& data,
         std::shared_ptr<libzunohelper::service_container> services
     );
+
+    /// Every channel that sensors of this kind can have.
+    [[nodiscard]] static std::vector<fixed_channel> all_channels();
 
   private:
     void execute_sensor_scan() override;

@@ -10,8 +10,13 @@ void define_channel(libzunohelper::channel_map& channels, const fixed_channel& c
     libzunohelper::dynamic_channel definition{
         .id = channel.id, .name = libi18n::i18n_msg{channel.name}};
     definition.unit.code = channel.unit;
+    definition.unit.text = std::string{channel.unit_text};
     definition.mode = channel.mode;
     definition.lookup = std::string{channel.lookup};
+    if (channel.lower_warning || channel.lower_error) {
+        definition.limits = libzunohelper::dynamic_channel::limit_values{
+            .lower_warning = channel.lower_warning, .lower_error = channel.lower_error};
+    }
     channels.define(std::move(definition));
 }
 

@@ -8,6 +8,7 @@
 #include "zunohelper/scan_result.hpp"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -18,10 +19,13 @@ struct fixed_channel {
     std::int32_t id;
     const libi18n::message_definition& name; ///< an entry of the catalogue, without arguments
     libzunohelper::dynamic_channel::unit_code unit =
-        libzunohelper::dynamic_channel::unit_code::custom; ///< custom: none
+        libzunohelper::dynamic_channel::unit_code::custom; ///< custom: the text below
     libzunohelper::dynamic_channel::value_mode mode =
         libzunohelper::dynamic_channel::value_mode::absolute;
-    std::string_view lookup{}; ///< empty: none
+    std::string_view lookup{};             ///< empty: none
+    std::string_view unit_text{};          ///< of a custom unit
+    std::optional<double> lower_warning{}; ///< limits are on when one of them is there
+    std::optional<double> lower_error{};
 };
 
 /// A channel that shows the integer value of one node as it is.

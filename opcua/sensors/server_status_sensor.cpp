@@ -1,10 +1,11 @@
 #include "opcua/sensors/server_status_sensor.hpp"
 
 #include "common/catalogue/definitions.hpp"
-#include "opcua/sensors/channel_table.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
 #include <ranges>
 #include <utility>
 
@@ -64,6 +65,12 @@ server_status_sensor::server_status_sensor(
       status_nodes_{make_nodes(status_node_ids)},
       diagnostics_nodes_{make_nodes(diagnostics | std::views::transform(&channel_node::node_id))} {
     define_channels(channels(), status_channels);
+}
+
+std::vector<fixed_channel> server_status_sensor::all_channels() {
+    std::vector<fixed_channel> all(status_channels.begin(), status_channels.end());
+    std::ranges::transform(diagnostics, std::back_inserter(all), &channel_node::channel);
+    return all;
 }
 
 void server_status_sensor::execute_sensor_scan() {

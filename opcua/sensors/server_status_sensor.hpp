@@ -4,11 +4,13 @@
 // server publishes its diagnostics summary, its session, request and subscription counters.
 
 #include "opcua/client/connection_settings.hpp"
+#include "opcua/sensors/channel_table.hpp"
 #include "opcua/sensors/node_sensor.hpp"
 
 #include <cstdint>
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace tarvik::monitoring_modules::opcua {
 
@@ -29,6 +31,9 @@ class server_status_sensor final : public node_sensor<settings::server_status_se
         const libzunohelper::sensor_data_wrapper& data,
         std::shared_ptr<libzunohelper::service_container> services
     );
+
+    /// Every channel that sensors of this kind can have.
+    [[nodiscard]] static std::vector<fixed_channel> all_channels();
 
   private:
     void execute_sensor_scan() override;

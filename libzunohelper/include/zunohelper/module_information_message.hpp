@@ -19,10 +19,14 @@ class ZUNOHELPER_API module_information_message final : public zuno_message {
     /// @throws libjsonparser::exceptions::conversion when it is no object.
     module_information_message(std::string_view document, bool include_texts);
 
-    [[nodiscard]] std::string serialize() const override;
+    /// @return a copy of bytes().
+    [[nodiscard]] std::string serialize() const override { return bytes_; }
+
+    /// The message, made once; valid as long as this object.
+    [[nodiscard]] const std::string& bytes() const noexcept { return bytes_; }
 
   private:
-    std::string information_; // what stands in the message, as JSON
+    std::string bytes_;
 };
 
 } // namespace tarvik::monitoring_modules::libzunohelper

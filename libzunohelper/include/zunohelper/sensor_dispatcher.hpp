@@ -18,6 +18,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace tarvik::monitoring_modules::libzunohelper {
 
@@ -63,6 +64,10 @@ class ZUNOHELPER_API sensor_dispatcher {
     void register_sensor(std::string kind, sensor_factory make);
     void register_check(std::string kind, check_factory make);
     void register_notification(std::string kind, notification_factory make);
+
+    /// @return the registered kinds, sorted.
+    [[nodiscard]] std::vector<std::string> sensor_kinds() const;
+    [[nodiscard]] std::vector<std::string> check_kinds() const;
 
     /// Builds the sensor that the settings describe and keeps it under the id. When building fails,
     /// the id stays free, and the reason reaches the log and the host (report_creation_failure).
