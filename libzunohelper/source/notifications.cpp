@@ -6,6 +6,7 @@
 #include "zunohelper/setting_kinds.hpp"
 
 #include <limits>
+#include <utility>
 
 namespace tarvik::monitoring_modules::libzunohelper::notifications {
 
@@ -17,7 +18,7 @@ constexpr auto most_verbose = static_cast<std::int64_t>(liblog::severity::debug)
 
 } // namespace
 
-request::request(const sensor_data_wrapper& data) : data_{data} {}
+request::request(sensor_data_wrapper data) : data_{std::move(data)} {}
 
 std::string request::get_target() const {
     return read(settings(), "target", kind_string{});

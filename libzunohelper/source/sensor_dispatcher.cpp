@@ -5,9 +5,6 @@
 #include "zunohelper/message_service.hpp"
 #include "zunohelper/scan_result.hpp"
 
-#include <algorithm>
-#include <iterator>
-#include <ranges>
 #include <stdexcept>
 #include <utility>
 
@@ -41,7 +38,10 @@ void add_kind(
 template <typename Factory>
 std::vector<std::string> names_of(const std::map<std::string, Factory>& kinds) {
     std::vector<std::string> names;
-    std::ranges::copy(kinds | std::views::keys, std::back_inserter(names));
+    names.reserve(kinds.size());
+    for (const auto& [name, make] : kinds) {
+        names.push_back(name);
+    }
     return names;
 }
 

@@ -10,6 +10,7 @@
 #include "zunohelper/scan_result.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <ranges>
 #include <string>
@@ -36,12 +37,14 @@ class node_sensor : public sensor_base<Settings> {
         channels_->initialize();
     }
 
-    /// Makes a node for each text, in the same order.
+    /// Makes a node for each row, in the same order.
+    /// @param node_id_of tells the NodeID of a row; without it, the rows are NodeIDs.
     /// @throws the errors of node_set::add.
-    template <std::ranges::input_range Texts>
-    [[nodiscard]] node_set make_nodes(Texts&& node_ids) const {
+    template <std::ranges::input_range Rows, typename Projection = std::identity>
+    [[nodiscard]] node_set make_nodes(const Rows& rows, Projection node_id_of = {}) const {
         node_set nodes;
-        for (const std::string_view node_id : node_ids) {
+        for (const auto& row : rows) {
+            const std::string_view node_id = std::invoke(node_id_of, row);
             liblog::write(
                 this->sensor_log().get(),
                 liblog::severity::debug,

@@ -6,7 +6,6 @@
 #include <array>
 #include <cstddef>
 #include <iterator>
-#include <ranges>
 #include <utility>
 
 namespace tarvik::monitoring_modules::opcua {
@@ -63,7 +62,7 @@ server_status_sensor::server_status_sensor(
 )
     : node_sensor{id, data, std::move(services), display_name},
       status_nodes_{make_nodes(status_node_ids)},
-      diagnostics_nodes_{make_nodes(diagnostics | std::views::transform(&channel_node::node_id))} {
+      diagnostics_nodes_{make_nodes(diagnostics, &channel_node::node_id)} {
     define_channels(channels(), status_channels);
 }
 

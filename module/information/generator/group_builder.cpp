@@ -35,8 +35,8 @@ json text_type(const json& row) {
 json selection(const json& values, const std::string& stem, const text_table& texts) {
     json options = json::array();
     for (const json& value : values) {
-        const auto text = value.get<std::string>();
-        options.push_back({{"Value", text}, {"Display", texts.english(stem + ".option." + text)}});
+        const std::string key = stem + ".option." + value.get<std::string>();
+        options.push_back({{"Value", value}, {"Display", texts.english(key)}});
     }
     return {{"Mode", "SettingSelectionModeSingle"}, {"Options", std::move(options)}};
 }

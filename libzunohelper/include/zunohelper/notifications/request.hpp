@@ -15,8 +15,8 @@ namespace tarvik::monitoring_modules::libzunohelper::notifications {
 /// Settings are looked at when they are asked for: a bad one fails only who needs it.
 class ZUNOHELPER_API request {
   public:
-    /// Takes a copy of the record.
-    explicit request(const sensor_data_wrapper& data);
+    /// @param data the record; copied or taken over.
+    explicit request(sensor_data_wrapper data);
 
     /// All settings, those of the three connection groups included.
     [[nodiscard]] const settings_reader& settings() const noexcept { return data_.settings(); }
