@@ -1,9 +1,12 @@
 // opcua_bench [--pin] [--smoke] [Google Benchmark's options]
 //
-// --pin    client and server on one core, which takes the scheduler out of the figures
+// --pin    client and server on one core, which takes the scheduler out of the figures; without the
+//          fleet, whose question is about threads
 // --smoke  shortest run: shows that the benchmarks work, the figures mean nothing
 
 #include "bench/bench_host.hpp"
+#include "bench/connect_bench.hpp"
+#include "bench/fleet_bench.hpp"
 #include "bench/memory_report.hpp"
 #include "bench/report.hpp"
 
@@ -22,6 +25,14 @@ bool pin_to_one_core() {
     return sched_setaffinity(0, sizeof cores, &cores) == 0;
 }
 
+constexpr tarvik::bench::fleet_size small_fleet{
+    .servers = 4,
+    .sensors_each = 2,
+    .rounds = 3,
+    .window = std::chrono::milliseconds{200},
+    .longest_freeze = std::chrono::milliseconds{500},
+};
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -36,15 +47,16 @@ int main(int argc, char** argv) {
             arguments.push_back(argv[i]);
         }
     }
-    char min_time[] = "--benchmark_min_time=0.1";
-    char smoke_time[] = "--benchmark_min_time=0.005";
-    char repetitions[] = "--benchmark_repetitions=21";
+    // Short and many: subject and baseline then meet the same disturbances of the machine.
+    char min_time[] = "--benchmark_min_time=0.005";
+    char repetitions[] = "--benchmark_repetitions=401";
     char smoke_repetitions[] = "--benchmark_repetitions=1";
     char interleaved[] = "--benchmark_enable_random_interleaving=true";
     arguments.insert(
-        arguments.begin() + 1,
-        {smoke ? smoke_time : min_time, smoke ? smoke_repetitions : repetitions, interleaved}
+        arguments.begin() + 1, {min_time, smoke ? smoke_repetitions : repetitions, interleaved}
     );
+    tarvik::bench::repeat_connect_benchmarks(smoke ? 1 : 21);
+    const tarvik::bench::plant_farm farm; // forks, so before there are threads
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     if (pinned && !pin_to_one_core()) {
@@ -59,8 +71,17 @@ int main(int argc, char** argv) {
     reporter.print({
         {"sensor_scan", "bare_read", pinned ? 1.5 : 1.15},
         {"secured_sensor_scan", "secured_bare_read", pinned ? 1.5 : 1.15},
+        {"status_scan", "bare_status_read", 1.2},
+        {"secured_status_scan", "secured_bare_status_read", 1.2},
+        {"information_copy", "copy_of_as_many_bytes", 1.2},
         {"connect", "bare_connect", 1.2},
         {"secured_connect", "secured_bare_connect", 1.2},
     });
-    return tarvik::bench::print_memory_per_sensor(smoke ? 10 : 1000) ? 0 : 1;
+    bool good = tarvik::bench::print_memory_per_sensor(smoke ? 10 : 1000);
+    if (!pinned) {
+        good =
+            tarvik::bench::print_fleet(farm, smoke ? small_fleet : tarvik::bench::fleet_size{}) &&
+            good;
+    }
+    return good ? 0 : 1;
 }

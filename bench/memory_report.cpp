@@ -13,15 +13,15 @@ namespace {
 
 constexpr std::int32_t first_id = 1000;
 
-double resident_kib() {
-    std::ifstream statm{"/proc/self/statm"};
+} // namespace
+
+double resident_kib(const std::string& process) {
+    std::ifstream statm{"/proc/" + process + "/statm"};
     long total = 0;
     long resident = 0;
     statm >> total >> resident;
     return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1024;
 }
-
-} // namespace
 
 bool print_memory_per_sensor(std::size_t sensors) {
     const auto& host = module_host::instance();

@@ -10,7 +10,12 @@
 
 namespace tarvik::bench {
 
-/// A ratio of two benchmarks' medians that should not exceed a bound.
+/// @pre there are values.
+[[nodiscard]] double median(std::vector<double> values);
+
+/// A ratio of two benchmarks that should not exceed a bound. Each repetition of the subject is
+/// compared with the baseline's nearest in time, and the median of these ratios counts: a machine
+/// that is slow for a while is slow for both.
 struct goal {
     std::string subject;
     std::string baseline;
@@ -26,10 +31,17 @@ class table_reporter final : public benchmark::BenchmarkReporter {
     void print(const std::vector<goal>& goals) const;
 
   private:
+    struct repetition {
+        double moment; ///< seconds; 0 where the benchmark has not noted it
+        double microseconds;
+    };
     struct samples {
-        std::vector<double> microseconds;
+        std::vector<repetition> repetitions;
         double allocations = -1;
     };
+
+    [[nodiscard]] static double median_time(const samples& kept);
+    [[nodiscard]] static double ratio(const samples& subject, const samples& baseline);
 
     std::vector<std::string> order_;
     std::map<std::string, samples> runs_;

@@ -1,7 +1,8 @@
 // Question: what does a scan of a custom sensor cost above the bare Read of the same eleven values?
 
-#include "bench/allocation_counter.hpp"
+#include "bench/bare_client.hpp"
 #include "bench/bench_host.hpp"
+#include "bench/counted_run.hpp"
 
 #include <benchmark/benchmark.h>
 
@@ -9,34 +10,20 @@ namespace tarvik::bench {
 
 namespace {
 
-template <typename Work>
-void run(benchmark::State& state, const Work& work) {
-    const auto before = allocations_of_this_thread();
-    for (auto _ : state) {
-        if (!work()) {
-            state.SkipWithError("the work failed");
-            break;
-        }
-    }
-    const auto allocations = static_cast<double>(allocations_of_this_thread() - before);
-    state.counters["allocations"] = allocations / static_cast<double>(state.iterations());
-}
-
 template <channel_security Security>
 void read_bare(benchmark::State& state) {
-    const bare_client client{Security};
-    run(state, [&] { return client.read(); });
+    static const bare_client client{Security, plant().port(), {node_ids}};
+    counted_run(state, [] { return client.read(); });
 }
 
 template <channel_security Security>
 void scan_sensor(benchmark::State& state) {
-    const auto& host = module_host::instance();
-    if (!host.create(1, Security)) {
+    static const lasting_sensor sensor{10 + static_cast<int>(Security), sensor_record(Security)};
+    if (!sensor.good()) {
         state.SkipWithError("the sensor cannot be created");
         return;
     }
-    run(state, [&] { return host.scan(1); });
-    host.destroy(1);
+    counted_run(state, [] { return sensor.scan(); });
 }
 
 void sensor_creation(benchmark::State& state) {
@@ -45,7 +32,7 @@ void sensor_creation(benchmark::State& state) {
         state.SkipWithError("the sensor cannot be created");
         return;
     }
-    run(state, [&] {
+    counted_run(state, [&] {
         const bool created = host.create(2);
         host.destroy(2);
         return created;
