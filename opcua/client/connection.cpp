@@ -9,6 +9,14 @@ namespace tarvik::monitoring_modules::opcua {
 using liblog::severity;
 using std::chrono::milliseconds;
 
+namespace {
+
+/// An operation that follows another this closely, such as the second request of a scan, does not
+/// look again for what the network has brought.
+constexpr milliseconds just_used{2};
+
+} // namespace
+
 bool may_have_missed_renewal(milliseconds age, milliseconds idle, milliseconds lifetime) noexcept {
     return idle * 4 >= lifetime && age * 10 > lifetime * 7;
 }
@@ -25,7 +33,9 @@ connection::connection(
 
 UA_Client* connection::ensure() {
     if (client_) {
-        client_->drain();
+        if (clock::now() - last_used_ >= just_used) {
+            client_->drain();
+        }
         if (client_->is_connected() && can_be_relied_upon()) {
             return client_->get();
         }
