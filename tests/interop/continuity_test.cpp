@@ -15,15 +15,10 @@ using std::chrono::steady_clock;
 constexpr server_options all_modes{.sign = true, .sign_encrypt = true, .users = true};
 constexpr std::int32_t sensor = 1;
 
-class between_two_scans : public testing::TestWithParam<std::tuple<maker, const char*>> {
+class between_two_scans : public testing::TestWithParam<maker_and_mode> {
   protected:
     void SetUp() override {
-        const auto settings = custom_settings(
-            server_.port(),
-            {server_.node_id("Pump.Speed")},
-            settings_for(with_mode(user1, std::get<const char*>(GetParam())))
-        );
-        ASSERT_EQ(host_.create(sensor, make_record("custom_sensor", settings)), 0U);
+        ASSERT_EQ(host_.create(sensor, make_record("custom_sensor", settings_)), 0U);
         ASSERT_EQ(error_of_scan("usual_scan_us"), "");
     }
 
@@ -38,6 +33,11 @@ class between_two_scans : public testing::TestWithParam<std::tuple<maker, const 
     }
 
     tested_server& server_ = running_server(std::get<maker>(GetParam()), all_modes);
+    const setting_map settings_ = custom_settings(
+        server_.port(),
+        {server_.node_id("Pump.Speed")},
+        settings_for(with_mode(user1, std::get<const char*>(GetParam())))
+    );
     recording_host host_;
 };
 
@@ -55,12 +55,18 @@ TEST_P(between_two_scans, sessions_that_the_server_ends_cost_no_scan) {
 
 TEST_P(between_two_scans, a_server_that_goes_is_an_error_until_it_is_back) {
     server_.stop();
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(
-            error_of_scan("scan_without_server_us"),
-            "The sensor could not connect to the OPC UA server (BadConnectionRejected)."
-        );
+    const std::string error =
+        "The sensor could not connect to the OPC UA server (BadConnectionRejected).";
+    EXPECT_EQ(error_of_scan("scan_without_server_us"), error);
+    EXPECT_EQ(error_of_scan("scan_without_server_us"), error);
+    host_.record_log();
+    EXPECT_FALSE(answers_yes(host_, "connection_check", settings_));
+    EXPECT_FALSE(answers_yes(host_, "endpoint_validation_check", settings_));
+    std::string reasons; // of the connection check alone
+    for (const log_line& line : host_.take_log()) {
+        reasons += line.severity == 0 ? line.text : "";
     }
+    EXPECT_EQ(reasons, error);
     server_.start();
     EXPECT_EQ(error_of_scan("scan_of_returned_server_us"), "");
 }
@@ -68,13 +74,8 @@ TEST_P(between_two_scans, a_server_that_goes_is_an_error_until_it_is_back) {
 INSTANTIATE_TEST_SUITE_P(
     servers,
     between_two_scans,
-    testing::Combine(
-        testing::Values(maker::open62541, maker::node_opcua),
-        testing::Values("none", "sign", "sign_encrypt")
-    ),
-    [](const auto& param) {
-        return name_of(std::get<maker>(param.param)) + "_" + std::get<const char*>(param.param);
-    }
+    testing::Combine(both_makers, testing::Values("none", "sign", "sign_encrypt")),
+    name_of_both
 );
 
 } // namespace

@@ -2,8 +2,6 @@
 
 #include "tests/support/certificate_factory.hpp"
 
-#include <gtest/gtest.h>
-
 namespace tarvik::monitoring_modules::tests {
 
 using test_support::key_kind;
@@ -39,15 +37,6 @@ scan_once(recording_host& host, const std::string& kind, const setting_map& sett
         EXPECT_EQ(host.destroy(id), std::uint32_t{OPCUA_MODULE_DONE});
     }
     return host.take_message();
-}
-
-nlohmann::json scan_values(
-    recording_host& host,
-    const tested_server& server,
-    const std::vector<std::string>& node_ids,
-    const setting_map& more
-) {
-    return scan_once(host, "custom_sensor", custom_settings(server.port(), node_ids, more));
 }
 
 std::string error_of(const nlohmann::json& scan_result) {

@@ -6,7 +6,10 @@
 #include "tests/module/recording_host.hpp"
 
 #include <string>
+#include <tuple>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 namespace tarvik::monitoring_modules::tests {
 
@@ -18,6 +21,25 @@ struct login {
     std::string password{};
     std::string key_password{}; ///< encrypts the client's key, unless it is empty
 };
+
+/// A host, for cases that run at the servers of both makers.
+class by_maker : public testing::TestWithParam<maker> {
+  protected:
+    recording_host host_;
+};
+
+inline const auto both_makers = testing::Values(maker::open62541, maker::node_opcua);
+
+inline std::string name_of_maker(const testing::TestParamInfo<maker>& info) {
+    return name_of(info.param);
+}
+
+/// A maker and a security mode.
+using maker_and_mode = std::tuple<maker, const char*>;
+
+inline std::string name_of_both(const testing::TestParamInfo<maker_and_mode>& info) {
+    return name_of(std::get<maker>(info.param)) + "_" + std::get<const char*>(info.param);
+}
 
 inline const login anonymous{};
 inline const login user1{.user = "user1", .password = "password1"};
@@ -36,14 +58,6 @@ inline const login user1{.user = "user1", .password = "password1"};
 /// @param kind the sensor's kind
 [[nodiscard]] nlohmann::json
 scan_once(recording_host& host, const std::string& kind, const setting_map& settings);
-
-/// As above, of a custom sensor with these nodes as its channels.
-[[nodiscard]] nlohmann::json scan_values(
-    recording_host& host,
-    const tested_server& server,
-    const std::vector<std::string>& node_ids,
-    const setting_map& more
-);
 
 /// Empty when a result is good, else the text of its message.
 [[nodiscard]] std::string error_of(const nlohmann::json& scan_result);

@@ -1,13 +1,15 @@
 // A node-opcua server with fixed values, for the interoperability tests.
 //
-//   node server.mjs [--modes none,sign,sign_encrypt] [--users] [--no-anonymous] [--strict] [--no-diagnostics]
-//                   [--port N] [--key-bits 2048] [--days 400]
+//   node server.mjs [--no-none] [--sign] [--sign-encrypt] [--users] [--no-anonymous] [--strict] [--no-diagnostics]
+//                   [--no-raid] [--port N] [--key-bits 2048]
 //
 // Listens on 127.0.0.1 only and tells nobody of itself. The first line of output is "Endpoint: URL". On standard input
 // it takes lines, and answers each with one: "close sessions" with how many there were, "thumbprint" with the SHA-1
-// digest of its certificate. It ends when standard input ends, or on SIGTERM.
+// digest of its certificate, "diagnostics on" and "diagnostics off" with whether they are on now, "value NAME" with
+// what a node of group Write holds. It ends when standard input ends, or on SIGTERM.
 // Secured endpoints have policy Basic256Sha256; the only user is user1 with password1; --strict refuses the
-// certificates of clients. Keys and certificates are made at the start, in a temporary folder that goes with the process.
+// certificates of clients, --no-raid leaves out the nodes of the industrial PC's RAID controller. Keys and certificates
+// are made at the start, in a temporary folder that goes with the process.
 
 import {Console} from 'node:console';
 import {X509Certificate} from 'node:crypto';
@@ -36,7 +38,7 @@ const int64 = number => {
 const bytes = (...list) => Buffer.from(list);
 const text = (locale, text) => ({locale, text});
 
-// All nodes: id "ns=1;s=" + name, DisplayName, type, value. A list as value makes an array, save for the 64-bit
+// The plant's nodes: id "ns=1;s=" + name, DisplayName, type, value. A list as value makes an array, save for the 64-bit
 // integers, where {array: [...]} does. Those of group Write may be written.
 const rows = [
     ['Boiler.Temperature', 'Boiler Temperature', 'Double', 72.5],
@@ -91,6 +93,18 @@ const rows = [
     ['Write.Double', 'Writable Double', 'Double', 0],
     ['Write.ReadOnly', 'Not Writable', 'Boolean', true],
 ];
+// Those of an industrial PC, in namespace 2; the two of its RAID controller are the last.
+const ipc_rows = [
+    ['Modules|CPU|CPU0|0x8nn1|0x02', 'CPU Load', 'UInt16', 40],
+    ['Modules|CPU|CPU0|0x8nn1|0x03', 'CPU Temperature', 'Int16', 54],
+    ['Modules|MAINBOARD|MAINBOARD|0x8nn1|0x0a', 'Mainboard Temperature', 'Int16', 38],
+    ['Modules|Memory|Memory|0x8nn1|0x01', 'Memory Total', 'Int32', 2147483647],
+    ['Modules|Memory|Memory|0x8nn1|0x02', 'Memory Available', 'UInt32', 2147483647],
+    ['Modules|Memory|Memory|0x8nn1|0x06', 'Memory Total, 64 Bits', 'UInt64', int64(16n << 30n)],
+    ['Modules|Memory|Memory|0x8nn1|0x07', 'Memory Available, 64 Bits', 'Int64', int64(9n << 30n)],
+    ['Modules|RAID Controller|Scsi0:|0x8nn1|0x01', 'RAID State', 'Byte', 1],
+    ['Modules|RAID Controller|Scsi0:|0x8nn1|0x02', 'RAID Offline Reason', 'Byte', 0],
+];
 const structures = {'Type.Structure': 'Range', 'Type.EnumValue': 'EnumValueType', 'Array.EnumValues': 'EnumValueType'};
 
 // A reading without a value, and one that is bad: what a sensor that has gone gives.
@@ -107,21 +121,20 @@ function variant_of(type, value) {
     }
     const is_pair = type === 'Int64' || type === 'UInt64';
     const list = value?.array ?? (Array.isArray(value) && !is_pair ? value : null);
-    return list === null
-        ? new Variant({dataType, arrayType: VariantArrayType.Scalar, value})
-        : new Variant({dataType, arrayType: VariantArrayType.Array, value: list});
+    const arrayType = list === null ? VariantArrayType.Scalar : VariantArrayType.Array;
+    return new Variant({dataType, arrayType, value: list ?? value});
 }
 
 function value_rank(variant) {
     return variant?.dimensions?.length ?? (variant?.arrayType === VariantArrayType.Array ? 1 : -1);
 }
 
-function add_row(address_space, [name, display_name, type, value]) {
+function add_row(namespace, [name, display_name, type, value]) {
     const group = name.split('.')[0];
     const access = group === 'Write' && name !== 'Write.ReadOnly' ? 'CurrentRead | CurrentWrite' : 'CurrentRead';
     const fixed = type === 'Null' ? null : variant_of(type, value);
-    const node = address_space.getOwnNamespace().addVariable({
-        organizedBy: address_space.rootFolder.objects,
+    const node = namespace.addVariable({
+        organizedBy: namespace.addressSpace.rootFolder.objects,
         nodeId: `s=${name}`,
         browseName: name,
         displayName: display_name,
@@ -138,15 +151,11 @@ function add_row(address_space, [name, display_name, type, value]) {
 }
 
 function options_of(argv) {
+    const flags = ['no-none', 'sign', 'sign-encrypt', 'users', 'no-anonymous', 'strict', 'no-diagnostics', 'no-raid'];
     const {values} = parseArgs({args: argv, options: {
-        modes: {type: 'string', default: 'none'},
-        users: {type: 'boolean', default: false},
-        'no-anonymous': {type: 'boolean', default: false},
-        strict: {type: 'boolean', default: false},
-        'no-diagnostics': {type: 'boolean', default: false},
+        ...Object.fromEntries(flags.map(flag => [flag, {type: 'boolean', default: false}])),
         port: {type: 'string', default: '0'},
         'key-bits': {type: 'string', default: '2048'},
-        days: {type: 'string', default: '400'},
     }});
     return values;
 }
@@ -170,11 +179,11 @@ async function make_server(folder, certificate, options) {
         dns: ['localhost', hostname()],
         ip: ['127.0.0.1'],
         startDate: new Date(),
-        validity: Number(options.days),
+        validity: 400,
         outputFile: certificate,
     });
-    const modes = {none: 'None', sign: 'Sign', sign_encrypt: 'SignAndEncrypt'};
-    const wanted = options.modes.split(',').map(mode => MessageSecurityMode[modes[mode]]);
+    const {None, Sign, SignAndEncrypt} = MessageSecurityMode;
+    const modes = [[!options['no-none'], None], [options.sign, Sign], [options['sign-encrypt'], SignAndEncrypt]];
     return new OPCUAServer({
         host: '127.0.0.1',
         hostname: '127.0.0.1',
@@ -184,7 +193,7 @@ async function make_server(folder, certificate, options) {
         userCertificateManager: await make_store(join(folder, 'users'), options),
         certificateFile: certificate,
         serverInfo: {applicationUri: application_uri},
-        securityModes: wanted,
+        securityModes: modes.filter(([offered]) => offered).map(([, mode]) => mode),
         securityPolicies: [SecurityPolicy.None, SecurityPolicy.Basic256Sha256], // the latter also for passwords
         allowAnonymous: !options['no-anonymous'],
         userManager: options.users
@@ -201,6 +210,11 @@ function close_sessions(server) {
     return sessions.length;
 }
 
+// A value as the simulated plant shows it.
+const number_of = ([high, low]) => BigInt.asIntN(64, (BigInt(high) << 32n) + BigInt(low));
+const shown = ({dataType, value}) =>
+    dataType === DataType.String ? JSON.stringify(value) : `${dataType === DataType.Int64 ? number_of(value) : value}`;
+
 // Standard output is for the tests alone; the packages write their warnings there too.
 globalThis.console = new Console(process.stderr);
 
@@ -211,9 +225,10 @@ const certificate = join(folder, 'certificate.pem');
 const server = await make_server(folder, certificate, options);
 await server.initialize();
 server.engine.serverDiagnosticsEnabled = !options['no-diagnostics'];
-for (const row of rows) {
-    add_row(server.engine.addressSpace, row);
-}
+const plant = server.engine.addressSpace.getOwnNamespace();
+rows.forEach(row => add_row(plant, row));
+const ipc = server.engine.addressSpace.registerNamespace('urn:tarvik:interop:ipc');
+ipc_rows.slice(0, options['no-raid'] ? -2 : undefined).forEach(row => add_row(ipc, row));
 await server.start();
 process.stdout.write(`Endpoint: opc.tcp://127.0.0.1:${server.endpoints[0].port}/\n`);
 
@@ -230,7 +245,12 @@ process.on('SIGTERM', end);
 const answers = {
     'close sessions': () => close_sessions(server),
     thumbprint: () => new X509Certificate(readFileSync(certificate)).fingerprint.replaceAll(':', '').toLowerCase(),
+    'diagnostics on': () => (server.engine.serverDiagnosticsEnabled = true),
+    'diagnostics off': () => (server.engine.serverDiagnosticsEnabled = false),
 };
+for (const [name] of rows.filter(([name]) => name.startsWith('Write.'))) {
+    answers[`value ${name}`] = () => shown(plant.findNode(`s=${name}`).readValue().value);
+}
 const input = createInterface({input: process.stdin});
 input.on('line', line => process.stdout.write(`${answers[line]?.() ?? 'unknown command'}\n`));
 input.on('close', end);

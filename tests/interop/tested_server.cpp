@@ -4,8 +4,11 @@
 #include "tests/interop/child_process.hpp"
 
 #include <array>
+#include <chrono>
+#include <iomanip>
 #include <map>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -15,7 +18,7 @@ namespace tarvik::monitoring_modules::tests {
 
 namespace {
 
-using namespace std::chrono_literals;
+constexpr std::chrono::seconds patience{60}; // a loaded machine takes its time
 
 class node_server final : public tested_server {
   public:
@@ -25,7 +28,6 @@ class node_server final : public tested_server {
     [[nodiscard]] std::string node_id(const std::string& name) const override {
         return "ns=1;s=" + name;
     }
-    [[nodiscard]] int certificate_days() const override { return 400; }
     [[nodiscard]] std::string thumbprint() override { return ask("thumbprint"); }
 
     void stop() override { process_.reset(); }
@@ -34,7 +36,7 @@ class node_server final : public tested_server {
             return;
         }
         auto process = std::make_unique<child_process>(command());
-        const std::string line = process->read_line(30s);
+        const std::string line = process->read_line(patience);
         const std::string expected = "Endpoint: opc.tcp://127.0.0.1:";
         if (!line.starts_with(expected)) {
             throw std::runtime_error{"server.mjs began with: " + line};
@@ -47,42 +49,41 @@ class node_server final : public tested_server {
             throw std::runtime_error{"there was no session to close"};
         }
     }
+    void set_diagnostics(bool enabled) override {
+        static_cast<void>(ask(enabled ? "diagnostics on" : "diagnostics off"));
+    }
+    [[nodiscard]] std::string value_of(const std::string& name) override {
+        return ask("value " + name);
+    }
 
   private:
     [[nodiscard]] std::vector<std::string> command() const {
-        std::string modes;
-        const auto offer = [&modes](bool wanted, const char* mode) {
-            modes += wanted ? (modes.empty() ? "" : ",") + std::string{mode} : "";
+        const std::pair<const char*, bool> flags[] = {
+            {"--no-none", !options_.none},
+            {"--sign", options_.sign},
+            {"--sign-encrypt", options_.sign_encrypt},
+            {"--users", options_.users},
+            {"--no-anonymous", !options_.anonymous},
+            {"--strict", !options_.trust_clients},
+            {"--no-diagnostics", !options_.diagnostics},
+            {"--no-raid", !options_.raid_controller},
         };
-        offer(options_.none, "none");
-        offer(options_.sign, "sign");
-        offer(options_.sign_encrypt, "sign_encrypt");
         std::vector<std::string> words{
             "node",
             INTEROP_SERVER,
-            "--modes",
-            modes,
-            "--port",
-            std::to_string(port_),
-            "--key-bits",
-            std::to_string(options_.key_bits),
-            "--days",
-            std::to_string(certificate_days())};
-        const auto add = [&words](bool wanted, const char* option) {
+            "--port=" + std::to_string(port_),
+            "--key-bits=" + std::to_string(options_.key_bits)};
+        for (const auto& [flag, wanted] : flags) {
             if (wanted) {
-                words.emplace_back(option);
+                words.emplace_back(flag);
             }
-        };
-        add(!options_.anonymous, "--no-anonymous");
-        add(options_.users, "--users");
-        add(!options_.trust_clients, "--strict");
-        add(!options_.diagnostics, "--no-diagnostics");
+        }
         return words;
     }
 
     [[nodiscard]] std::string ask(const std::string& question) {
         process_->write_line(question);
-        return process_->read_line(5s);
+        return process_->read_line(patience);
     }
 
     server_options options_;
@@ -104,6 +105,7 @@ class simulated_plant final : public tested_server {
                .certificate = {.key_bits = options.key_bits},
                .trust_clients = options.trust_clients,
                .diagnostics = options.diagnostics,
+               .raid_controller = options.raid_controller,
                .auto_change = false}} {
         start();
     }
@@ -112,26 +114,25 @@ class simulated_plant final : public tested_server {
     [[nodiscard]] std::string node_id(const std::string& name) const override {
         return "ns=2;s=" + name;
     }
-    [[nodiscard]] int certificate_days() const override { return 365; }
     [[nodiscard]] std::string thumbprint() override {
         const auto der = plant_.certificate();
         std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
         unsigned size = 0;
-        if (der.empty() ||
-            EVP_Digest(der.data(), der.size(), digest.data(), &size, EVP_sha1(), nullptr) != 1) {
-            return {};
-        }
-        std::string text;
+        EVP_Digest(der.data(), der.size(), digest.data(), &size, EVP_sha1(), nullptr);
+        std::ostringstream text;
         for (unsigned i = 0; i < size; ++i) {
-            constexpr std::string_view digits = "0123456789abcdef";
-            text += {digits[digest.at(i) / 16U], digits[digest.at(i) % 16U]};
+            text << std::hex << std::setw(2) << std::setfill('0') << unsigned{digest.at(i)};
         }
-        return text;
+        return text.str();
     }
 
     void stop() override { plant_.stop(); }
     void start() override { plant_.start(); }
     void close_sessions() override { plant_.close_all_sessions(); }
+    void set_diagnostics(bool enabled) override { plant_.set_diagnostics(enabled); }
+    [[nodiscard]] std::string value_of(const std::string& name) override {
+        return simulator::value_text(plant_.get_value(node_id(name)).get());
+    }
 
   private:
     simulator::plant_server plant_;
@@ -139,14 +140,14 @@ class simulated_plant final : public tested_server {
 
 } // namespace
 
-tested_server& running_server(maker made_by, const server_options& options) {
+tested_server& running_server(maker made_by, const server_options& options, bool fresh) {
     struct running {
         server_options options;
         std::unique_ptr<tested_server> server;
     };
     static std::map<maker, running> servers;
     running& kept = servers[made_by];
-    if (!kept.server || kept.options != options) {
+    if (fresh || !kept.server || kept.options != options) {
         kept.server.reset();
         if (made_by == maker::node_opcua) {
             kept.server = std::make_unique<node_server>(options);

@@ -22,8 +22,9 @@ struct server_options {
     bool sign_encrypt = false;
     bool anonymous = true;
     bool users = false;
-    bool trust_clients = true; ///< false: refuses all certificates of clients
-    bool diagnostics = true;   ///< the server's EnabledFlag
+    bool trust_clients = true;   ///< false: refuses all certificates of clients
+    bool diagnostics = true;     ///< the server's EnabledFlag
+    bool raid_controller = true; ///< of the industrial PC whose nodes the server has, too
     unsigned key_bits = 2048;
 
     [[nodiscard]] bool operator==(const server_options&) const = default;
@@ -41,10 +42,8 @@ class tested_server {
     [[nodiscard]] virtual std::uint16_t port() const = 0;
     /// Id of a node by its name, such as "Boiler.Temperature".
     [[nodiscard]] virtual std::string node_id(const std::string& name) const = 0;
-    /// How long its certificate is valid from its making.
-    [[nodiscard]] virtual int certificate_days() const = 0;
     /// SHA-1 digest of its certificate, in lower-case hexadecimal digits, by another way than the
-    /// module's; empty without a certificate.
+    /// module's.
     [[nodiscard]] virtual std::string thumbprint() = 0;
 
     virtual void stop() = 0;
@@ -52,11 +51,16 @@ class tested_server {
     virtual void start() = 0;
     /// Ends all sessions, and leaves their connections open.
     virtual void close_sessions() = 0;
+    /// Sets EnabledFlag, by the server's own hand.
+    virtual void set_diagnostics(bool enabled) = 0;
+    /// What a node of group Write holds, as the server itself sees it; texts in double quotes.
+    [[nodiscard]] virtual std::string value_of(const std::string& name) = 0;
 };
 
-/// A running server with these options, fresh or from an earlier call with the same. There is one
-/// of each maker at a time; asking for another ends it.
+/// A running server with these options, from an earlier call with the same unless a fresh one is
+/// wanted. There is one of each maker at a time; asking for another ends it.
 /// @throws std::exception when it does not start.
-[[nodiscard]] tested_server& running_server(maker made_by, const server_options& options);
+[[nodiscard]] tested_server&
+running_server(maker made_by, const server_options& options, bool fresh = false);
 
 } // namespace tarvik::monitoring_modules::tests
