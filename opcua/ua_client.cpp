@@ -101,6 +101,9 @@ ua_client::connect(const std::string& url, std::chrono::milliseconds time_out, u
             return state.connect != UA_STATUSCODE_GOOD ? state.connect : status;
         }
         if (reached(state, goal)) {
+            // From itself, the stack would begin another session as soon as it hears that this one
+            // has ended, and leave it behind when this client is closed.
+            config().noNewSession = true;
             return UA_STATUSCODE_GOOD;
         }
         if (clock::now() >= deadline) {

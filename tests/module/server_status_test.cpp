@@ -100,6 +100,14 @@ TEST_F(server_status, reads_each_counter_from_its_node) {
     }
 }
 
+TEST_F(server_status, leaves_no_session_behind_when_the_server_ended_its_own) {
+    scan(1);
+    for (int i = 0; i < 3; ++i) {
+        server.close_all_sessions();
+        EXPECT_EQ(values_of(scan(1)).at(2), 1);
+    }
+}
+
 TEST_F(server_status, takes_the_uptime_from_whole_seconds_of_the_servers_clock) {
     constexpr std::int64_t second = 10'000'000;
     constexpr std::int64_t ten_o_clock = 36'000 * second;
