@@ -76,8 +76,9 @@ OPCUA_MODULE_API uint32_t GetApiLevel(void);
  *
  * context   handed back with every message, never interpreted
  * callback  must not be null; kept until CleanupModule
- * returns   OPCUA_MODULE_INITIALISED or OPCUA_MODULE_INITIALISATION_FAILED; a module that exists
- * already goes on
+ *
+ * returns   OPCUA_MODULE_INITIALISED; OPCUA_MODULE_INITIALISATION_FAILED, also when a module
+ *           exists, which goes on
  */
 OPCUA_MODULE_API uint32_t InitializeModule(uint64_t context, opcua_module_callback callback);
 
@@ -100,11 +101,13 @@ OPCUA_MODULE_API void GetModuleInformation(bool load_languages);
 /*
  * Gives the same message into a buffer of the caller.
  *
- * buffer         may be null: then only *size is set
- * size           in: the buffer's size in bytes; out: the message's length in bytes, whenever the
- * message could be made include_texts  whether the message carries the texts of all languages
- * returns        OPCUA_MODULE_INFORMATION_DONE, _FAILED (with *size set: the buffer is too small
- * and untouched) or _NOT_INITIALISED
+ * buffer         may be null: then only *size is set, which costs next to nothing
+ * size           in: the buffer's size in bytes; out: the message's length in bytes, also when the
+ *                buffer is too small
+ * include_texts  whether the message carries the texts of all languages
+ *
+ * returns        OPCUA_MODULE_INFORMATION_DONE; _FAILED, for example when the buffer is too small,
+ *                which is left untouched then; _NOT_INITIALISED
  */
 OPCUA_MODULE_API uint32_t
 GetModuleInformationSync(uint8_t* buffer, uint32_t* size, bool include_texts);
@@ -117,9 +120,10 @@ GetModuleInformationSync(uint8_t* buffer, uint32_t* size, bool include_texts);
  * sensor_id      chosen by the host, unique among living sensors
  * settings       a JSON object {"kind": ..., "settings": {...}} of at most 1 MiB
  * settings_size  its length in bytes
+ *
  * returns        OPCUA_MODULE_DONE; _REFUSED for an id in use or an unknown kind; _FAILED
- * otherwise. When it could not be built and the id is free, one error sensor_scan_result for this
- * id tells why.
+ *                otherwise. When it could not be built and the id is free, one error
+ *                sensor_scan_result for this id tells why.
  */
 OPCUA_MODULE_API uint32_t
 CreateSensorInstance(int32_t sensor_id, const uint8_t* settings, uint32_t settings_size);
@@ -140,12 +144,20 @@ OPCUA_MODULE_API uint32_t ExecuteSensorScan(int32_t sensor_id);
  */
 OPCUA_MODULE_API uint32_t DestroySensorInstance(int32_t sensor_id);
 
+/* The kind of meta-scan that sends a notification; there is no other. */
+enum { OPCUA_MODULE_META_SCAN_NOTIFICATION = 1 };
+
 /*
- * Runs a meta-scan.
+ * Runs a meta-scan: sends a notification, that is, writes one value into a variable of a server.
+ * A notification_response follows whether or not that worked; its log tells what happened.
  *
- * sensor_id      comes back in the answer
- * kind           which meta-scan; a kind that the module does not know is refused
- * settings       as for CreateSensorInstance
+ * sensor_id      any number; comes back as the response's id
+ * kind           OPCUA_MODULE_META_SCAN_NOTIFICATION
+ * settings       as for CreateSensorInstance, of the kind "opcua_notification"
+ * settings_size  their size in bytes
+ *
+ * returns        OPCUA_MODULE_DONE when the value was written; _REFUSED for an unknown kind of
+ *                meta-scan or notification; _FAILED for everything else
  */
 OPCUA_MODULE_API uint32_t
 ExecuteMetaScan(int32_t sensor_id, uint32_t kind, const uint8_t* settings, uint32_t settings_size);
