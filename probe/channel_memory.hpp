@@ -2,8 +2,8 @@
 // What has to be remembered from scan to scan: channels are defined once, and growth needs the
 // value before.
 
-#include "probe/information_document.hpp"
 #include "probe/message.hpp"
+#include "probe/module_document.hpp"
 #include "probe/value_format.hpp"
 
 #include <chrono>
@@ -33,7 +33,7 @@ struct channel_view {
 class channel_memory final {
   public:
     /// @param document must outlive this object
-    explicit channel_memory(const information_document& document) : document_{document} {}
+    explicit channel_memory(const module_document& document) : document_{document} {}
 
     /// Takes a result in: its definitions are kept, its values are the ones before for the next
     /// result.
@@ -54,7 +54,7 @@ class channel_memory final {
     [[nodiscard]] channel_view
     view(const channel_value& channel, std::chrono::steady_clock::time_point when) const;
 
-    const information_document& document_;
+    const module_document& document_;
     std::map<std::int64_t, channel_definition> definitions_;
     std::map<std::int64_t, sample> last_;
 };

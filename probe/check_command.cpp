@@ -2,7 +2,7 @@
 #include "probe/message.hpp"
 #include "probe/message_json.hpp"
 #include "probe/secrets.hpp"
-#include "probe/settings_record.hpp"
+#include "probe/settings_form.hpp"
 #include "probe/table.hpp"
 #include "probe/terminal_text.hpp"
 #include "probe/wait_notice.hpp"
@@ -18,12 +18,11 @@ constexpr std::int32_t check_id = 1;
 constexpr std::size_t log_columns = 400;
 
 // A check tells its reasons in the log only, so its log is on.
-[[nodiscard]] std::string make_record(const check_options& options, console& terminal) {
+[[nodiscard]] settings_draft make_draft(const check_options& options, console& terminal) {
     settings values =
         connection_settings(options.connection, read_secrets(options.connection, terminal));
     values.emplace("logging", "enabled");
-    add_raw(values, options.connection.raw);
-    return record(options.kind, values);
+    return {std::move(values), read_given(options.connection)};
 }
 
 /// Why an endpoint does not fit is told at debug level, but is just what a person wants to know.
@@ -75,7 +74,13 @@ render(const check_options& options, bool success, const std::vector<log_line>& 
 run(const command_context& context,
     session& loaded,
     const check_options& options,
-    const std::string& settings_record) {
+    const settings_draft& draft) {
+    const std::string settings_record = complete_record(
+        options.kind,
+        draft,
+        settings_form::of_check(loaded.document, options.kind),
+        context.terminal
+    );
     call_result call;
     {
         const wait_notice notice{context.terminal, waiting_for(options.connection)};
@@ -109,9 +114,10 @@ run(const command_context& context,
 module_step prepare(const check_options& options, console& terminal) {
     return {
         -1,
-        [options, settings_record = make_record(options, terminal)](
-            const command_context& context, session& loaded
-        ) { return run(context, loaded, options, settings_record); }};
+        [options,
+         draft = make_draft(options, terminal)](const command_context& context, session& loaded) {
+            return run(context, loaded, options, draft);
+        }};
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -10,6 +10,7 @@ inline constexpr const char* description = "Scans sensors, runs checks and sends
 inline constexpr const char* general_footer = R"(
 Examples:
   opcua-probe demo
+  opcua-probe info custom_sensor --language de
   opcua-probe check connection --host 192.0.2.7
   opcua-probe scan custom_sensor --host 192.0.2.7 --channel 'ns=2;s=Boiler.Temperature' --unit 1=°C
   opcua-probe notify --host 192.0.2.7 --target 'ns=2;s=Lamp.Text' --type String --message 'Door open'
@@ -26,13 +27,38 @@ Exit codes:
   130, 143  ended by Ctrl-C or SIGTERM, cleaned up; a second Ctrl-C ends at once
 Of several scans the worst one counts. States of channels (limits, lookups) are shown, but do not count.
 
+Languages:
+  --language speaks to all commands: messages of sensors, their names and those of settings appear in that language;
+  what the module has in English only (names of channels, lookups, log lines) stays English, and so do the words of
+  this program. With --format json, texts stay as the module sent them; in another language than English a member
+  "translated" stands beside "identity" and "text". What this program adds to channels is in the chosen language.
+
 Environment:
   OPCUA_MODULE               path of libOPCUA.so
   OPCUA_PASSWORD             password of --user
   OPCUA_CLIENT_KEY_PASSWORD  password of --client-key
   NO_COLOR                   if set: no colours)";
 
+inline constexpr const char* info_footer = R"(
+Settings are listed by the keys that --set takes; those that differ in a number only are listed once, with N. With
+--format json (or --json) the module's own document is printed on one line, its texts in the chosen language; it has all
+settings one by one.
+
+Examples:
+  opcua-probe info
+  opcua-probe info certificate_sensor --language ja
+  opcua-probe info --json --language German)";
+
+inline constexpr const char* settings_help = R"(
+Settings:
+  --set security_mode=sign                       any setting; opcua-probe info lists them
+  --set credentials.connection_opcua.port=4841   by its full key
+  --set-file password=pw.txt                     from a file of at most 1 MiB; secrets must come so, and win over --set
+Options such as --port are short for settings; --set replaces what they say. Settings are checked before anything is
+sent: unknown keys, values that are not allowed and required settings that are missing end with exit code 64.)";
+
 inline constexpr const char* scan_footer = R"(
+
 Channels (custom_sensor only, 1 to 10):
   --channel 'ns=2;s=Boiler.Temperature'          a node, named by the server
   --channel 'Boiler=ns=2;s=Boiler.Temperature'   the same with a name of your own
@@ -47,6 +73,7 @@ Examples:
       --security-mode sign_encrypt --client-certificate client.pem --client-key client.key)";
 
 inline constexpr const char* notify_footer = R"(
+
 The last line tells whether the value was written, and if not, why; before it stand the log lines that the module
 collected on the way. With --format json the response has the members "status" ("done", "failed", "refused"),
 "written" and, when the value was not written, "reason".

@@ -23,7 +23,8 @@ struct connection_arguments {
     std::string client_certificate_file;
     std::string client_key_file;
     std::string client_key_password_file;
-    std::vector<std::string> raw; ///< key=value, in the order given
+    std::vector<std::string> raw;       ///< KEY=VALUE, in the order given
+    std::vector<std::string> raw_files; ///< KEY=PATH, in the order given
 };
 
 struct log_arguments {
@@ -61,6 +62,11 @@ struct notify_options {
     log_arguments log; ///< the level: of the lines that the module collects; nothing: all
 };
 
+struct info_options {
+    std::string kind; ///< of the only sensor to show; empty: everything
+    output_format format = output_format::table;
+};
+
 struct demo_options {
     std::string simulator; ///< path; empty: beside this program
     output_format format = output_format::table;
@@ -73,8 +79,11 @@ struct shown_text {
 };
 
 struct command_line {
-    std::string module; ///< path; empty: to be found
-    std::variant<shown_text, scan_options, check_options, notify_options, demo_options> command;
+    std::string module;          ///< path; empty: to be found
+    std::string language = "en"; ///< of the module's texts; not yet checked
+    std::
+        variant<shown_text, scan_options, check_options, notify_options, info_options, demo_options>
+            command;
 };
 
 /// @throws probe_error (usage)

@@ -22,6 +22,7 @@ struct raw_arguments {
     output_arguments output;
     CLI::Option* count_option = nullptr;
     CLI::Option* interval_option = nullptr;
+    bool json = false;
 };
 
 void add_scan(CLI::App& program, scan_options& scan, raw_arguments& raw) {
@@ -30,8 +31,7 @@ void add_scan(CLI::App& program, scan_options& scan, raw_arguments& raw) {
         .add_option(
             "kind",
             scan.kind,
-            "Sensor kind: custom_sensor, certificate_sensor, server_status_sensor, "
-            "beckhoff_ipc_system_status_sensor, ..."
+            "Sensor kind, such as custom_sensor; opcua-probe info lists all of them"
         )
         ->required()
         ->type_name("KIND");
@@ -58,7 +58,7 @@ void add_scan(CLI::App& program, scan_options& scan, raw_arguments& raw) {
                            ->type_name("N");
     add_output_options(command, raw.output, show_lines);
     add_logging_option(command, scan.log);
-    command.footer(scan_footer);
+    command.footer(std::string{settings_help} + scan_footer);
 }
 
 void add_check(CLI::App& program, check_options& check, raw_arguments& raw) {
@@ -75,6 +75,7 @@ void add_check(CLI::App& program, check_options& check, raw_arguments& raw) {
     add_connection_options(command, check.connection);
     add_output_options(command, raw.output, show_lines);
     add_logging_option(command, check.log);
+    command.footer(settings_help);
 }
 
 void add_notify(CLI::App& program, notify_options& notify, raw_arguments& raw) {
@@ -98,7 +99,17 @@ void add_notify(CLI::App& program, notify_options& notify, raw_arguments& raw) {
         ->check(CLI::Range(1, 4'294'967))
         ->type_name("SECONDS");
     add_output_options(command, raw.output, collect_lines);
-    command.footer(notify_footer);
+    command.footer(std::string{settings_help} + notify_footer);
+}
+
+void add_info(CLI::App& program, info_options& info, raw_arguments& raw) {
+    CLI::App& command = *program.add_subcommand(
+        "info", "Show what the module offers: sensors, checks, settings, lookups"
+    );
+    command.add_option("kind", info.kind, "Only this sensor, with its settings")->type_name("KIND");
+    CLI::Option* const format = add_format_option(command, raw.output);
+    command.add_flag("--json", raw.json, "The same as --format json")->excludes(format);
+    command.footer(info_footer);
 }
 
 void add_demo(CLI::App& program, demo_options& demo, raw_arguments& raw) {
@@ -121,7 +132,8 @@ void complete(scan_options& scan, const raw_arguments& raw) {
         throw probe_error{
             exit_code::usage, "Only a custom_sensor has --channel and --message-node"};
     }
-    if (custom && scan.channels.empty() && scan.connection.raw.empty()) {
+    const bool given_by_key = !scan.connection.raw.empty() || !scan.connection.raw_files.empty();
+    if (custom && scan.channels.empty() && !given_by_key) {
         throw probe_error{exit_code::usage, "A custom_sensor needs at least one --channel"};
     }
     if (!std::isfinite(scan.interval)) { // which a range check lets through
@@ -140,6 +152,27 @@ void check_value(const notify_options& notify) {
     }
 }
 
+/// What stands before or behind any command.
+void add_general_options(CLI::App& program, command_line& line) {
+    program.fallthrough();
+    program.require_subcommand(1);
+    program.footer(general_footer);
+    program.set_version_flag("--version", "opcua-probe " PROBE_VERSION);
+    program
+        .add_option(
+            "--module", line.module, "Path of libOPCUA.so; default: ../lib beside this program"
+        )
+        ->type_name("PATH");
+    program
+        .add_option(
+            "--language",
+            line.language,
+            "Language of the module's texts: de, en, es, fr, ja, nl, pt, ru, zh, or its name"
+        )
+        ->type_name("LANG")
+        ->capture_default_str();
+}
+
 } // namespace
 
 command_line parse_command_line(int count, const char* const* arguments) {
@@ -148,20 +181,14 @@ command_line parse_command_line(int count, const char* const* arguments) {
     scan_options scan;
     check_options check;
     notify_options notify;
+    info_options info;
     demo_options demo;
     CLI::App program{description, "opcua-probe"};
-    program.fallthrough();
-    program.require_subcommand(1);
-    program.footer(general_footer);
-    program.set_version_flag("--version", "opcua-probe " PROBE_VERSION);
-    program
-        .add_option(
-            "--module", result.module, "Path of libOPCUA.so; default: ../lib beside this program"
-        )
-        ->type_name("PATH");
+    add_general_options(program, result);
     add_scan(program, scan, raw);
     add_check(program, check, raw);
     add_notify(program, notify, raw);
+    add_info(program, info, raw);
     add_demo(program, demo, raw);
     try {
         program.parse(count, arguments);
@@ -174,8 +201,10 @@ command_line parse_command_line(int count, const char* const* arguments) {
         result.command = shown_text{text.str()};
         return result;
     }
-    const auto choose = [&result, &raw](auto& options) {
-        options.format = raw.output.format == "json" ? output_format::json : output_format::table;
+    const bool json = raw.json || raw.output.format == "json";
+    const output_format format = json ? output_format::json : output_format::table;
+    const auto choose = [&](auto& options) {
+        options.format = format;
         options.log.level = parse_level(raw.output.log_level);
         result.command = std::move(options);
     };
@@ -189,6 +218,9 @@ command_line parse_command_line(int count, const char* const* arguments) {
     } else if (program.got_subcommand("notify")) {
         check_value(notify);
         choose(notify);
+    } else if (program.got_subcommand("info")) {
+        info.format = format;
+        result.command = std::move(info);
     } else {
         choose(demo);
     }

@@ -68,15 +68,22 @@ void add_connection_options(CLI::App& command, connection_arguments& to) {
         command,
         "--set",
         to.raw,
-        "Any setting of the module, as KEY=VALUE (no secrets)",
+        "Any setting of the module (no secrets); KEY may be shortened to its unique end",
         "KEY=VALUE"
+    );
+    add_repeatable(
+        command, "--set-file", to.raw_files, "The same from a file, secrets, too", "KEY=PATH"
     );
 }
 
-void add_output_options(CLI::App& command, output_arguments& to, const std::string& log_help) {
-    command.add_option("--format", to.format, "json: one object in each line")
+CLI::Option* add_format_option(CLI::App& command, output_arguments& to) {
+    return command.add_option("--format", to.format, "json: one object in each line")
         ->check(CLI::IsMember({"table", "json"}))
         ->capture_default_str();
+}
+
+void add_output_options(CLI::App& command, output_arguments& to, const std::string& log_help) {
+    add_format_option(command, to);
     command
         .add_option(
             "--log-level", to.log_level, log_help + "error, warning, info, debug, or 0 to 7"

@@ -36,6 +36,10 @@ void add_repeatable(
 /// Where the server is, security, user, and any setting by its key.
 void add_connection_options(CLI::App& command, connection_arguments& to);
 
+/// Table or JSON.
+CLI::Option* add_format_option(CLI::App& command, output_arguments& to);
+
+/// The format, and which log lines are wanted.
 void add_output_options(CLI::App& command, output_arguments& to, const std::string& log_help);
 void add_logging_option(CLI::App& command, log_arguments& to);
 

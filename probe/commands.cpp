@@ -3,7 +3,7 @@
 namespace tarvik::monitoring_modules::probe {
 
 exit_code run_alone(const command_context& context, const module_step& step) {
-    session loaded{context.module, context.terminal, step.shown_severity};
+    session loaded{context.module, context.language, context.terminal, step.shown_severity};
     return step.run(context, loaded);
 }
 

@@ -4,9 +4,9 @@
 #include "probe/cli_options.hpp"
 #include "probe/console.hpp"
 #include "probe/interruption.hpp"
-#include "probe/monitoring_module.hpp"
 #include "probe/output.hpp"
 #include "probe/probe_error.hpp"
+#include "probe/session.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -19,7 +19,8 @@ struct command_context {
     console& terminal;
     interruption& interrupt;
     const output& out;
-    std::string module; ///< chosen path; may be empty
+    std::string module;   ///< chosen path; may be empty
+    std::string language; ///< as on the command line
 };
 
 /// A command that works with the module, ready to run: what it needs from files has been read.
@@ -31,6 +32,7 @@ struct module_step {
 [[nodiscard]] module_step prepare(const scan_options& options, console& terminal);
 [[nodiscard]] module_step prepare(const check_options& options, console& terminal);
 [[nodiscard]] module_step prepare(const notify_options& options, console& terminal);
+[[nodiscard]] module_step prepare(const info_options& options, console& terminal);
 
 /// Loads the module for this step alone.
 [[nodiscard]] exit_code run_alone(const command_context& context, const module_step& step);

@@ -36,7 +36,7 @@ run(console& terminal, interruption& interrupt, int count, const char* const* ar
     try {
         const command_line line = parse_command_line(count, arguments);
         const output out;
-        const command_context context{terminal, interrupt, out, line.module};
+        const command_context context{terminal, interrupt, out, line.module, line.language};
         return std::visit(command_runner{context}, line.command);
     } catch (const probe_error& error) {
         return report(terminal, error.code(), error);

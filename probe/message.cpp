@@ -35,11 +35,18 @@ namespace {
         limit("upper_error")};
 }
 
-[[nodiscard]] std::string read_name(const json_object& object, std::int64_t id) {
-    std::string text;
-    if (const nlohmann::json* member = object.find("name"); member != nullptr) {
-        text = json_object{*member, object.place_of("name")}.text("text", "");
+/// A text that can be said in another language, and in which it may have been.
+[[nodiscard]] std::string read_text(const json_object& object, const char* name) {
+    const nlohmann::json* member = object.find(name);
+    if (member == nullptr) {
+        return "";
     }
+    const json_object texts{*member, object.place_of(name)};
+    return texts.text("translated", texts.text("text", ""));
+}
+
+[[nodiscard]] std::string read_name(const json_object& object, std::int64_t id) {
+    const std::string text = read_text(object, "name");
     return text.empty() ? "channel " + std::to_string(id) : text;
 }
 
@@ -103,9 +110,7 @@ namespace {
     result.sensor_id = object.integer("sensor_id");
     result.error_code = object.integer("error_code", 0);
     result.state = read_state(object);
-    if (const nlohmann::json* text = object.find("message"); text != nullptr) {
-        result.text = json_object{*text, "message"}.text("text", "");
-    }
+    result.text = read_text(object, "message");
     object.each("channel_definitions", [&result](const json_object& definition) {
         result.definitions.push_back(read_definition(definition));
     });

@@ -2,12 +2,9 @@
 // The module's functions in terms of this program: owners for the module and its sensors, messages
 // as results of calls.
 
-#include "probe/console.hpp"
-#include "probe/log_collector.hpp"
 #include "probe/module_library.hpp"
 
 #include <cstdint>
-#include <list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -69,20 +66,6 @@ class sensor_owner final {
   private:
     monitoring_module& module_;
     std::int32_t id_;
-};
-
-/// A loaded, logging and initialised module with its sensors; taken down in the opposite order.
-struct session {
-    /// @see find_module, log_collector
-    session(const std::string& chosen_module, console& terminal, std::int32_t shown_severity)
-        : library{find_module(chosen_module)},
-          log{library, terminal, shown_severity},
-          module{library} {}
-
-    module_library library;
-    log_collector log;
-    monitoring_module module;
-    std::list<sensor_owner> sensors; ///< numbered from 1; while they live, they share connections
 };
 
 } // namespace tarvik::monitoring_modules::probe

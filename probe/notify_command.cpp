@@ -2,7 +2,7 @@
 #include "probe/message.hpp"
 #include "probe/message_json.hpp"
 #include "probe/secrets.hpp"
-#include "probe/settings_record.hpp"
+#include "probe/settings_form.hpp"
 #include "probe/table.hpp"
 #include "probe/terminal_text.hpp"
 #include "probe/wait_notice.hpp"
@@ -18,13 +18,12 @@ constexpr std::int32_t notification_id = 1;
 constexpr std::size_t text_columns = 400;
 constexpr std::size_t log_columns = 400;
 
-[[nodiscard]] std::string make_record(const notify_options& options, console& terminal) {
+[[nodiscard]] settings_draft make_draft(const notify_options& options, console& terminal) {
     settings values = connection_settings(
         options.connection, read_secrets(options.connection, terminal), host_of_notification
     );
     add_notification(values, options);
-    add_raw(values, options.connection.raw);
-    return record("opcua_notification", values);
+    return {std::move(values), read_given(options.connection)};
 }
 
 struct delivered_response {
@@ -99,7 +98,13 @@ struct delivered_response {
 run(const command_context& context,
     session& loaded,
     const notify_options& options,
-    const std::string& settings_record) {
+    const settings_draft& draft) {
+    const std::string settings_record = complete_record(
+        "opcua_notification",
+        draft,
+        settings_form::of_notification(loaded.document),
+        context.terminal
+    );
     call_result call;
     {
         const wait_notice notice{context.terminal, waiting_for(options.connection)};
@@ -131,9 +136,10 @@ run(const command_context& context,
 module_step prepare(const notify_options& options, console& terminal) {
     return {
         -1,
-        [options, settings_record = make_record(options, terminal)](
-            const command_context& context, session& loaded
-        ) { return run(context, loaded, options, settings_record); }};
+        [options,
+         draft = make_draft(options, terminal)](const command_context& context, session& loaded) {
+            return run(context, loaded, options, draft);
+        }};
 }
 
 } // namespace tarvik::monitoring_modules::probe

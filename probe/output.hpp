@@ -1,6 +1,7 @@
 #pragma once
 // Standard output: the answers of the program.
 
+#include <cstddef>
 #include <string_view>
 
 namespace tarvik::monitoring_modules::probe {
@@ -16,6 +17,9 @@ class output final {
     void write(std::string_view text) const;
 
     [[nodiscard]] bool colours() const noexcept { return colours_; }
+
+    /// @return how wide lines of running text may be: as the terminal, within what reads well
+    [[nodiscard]] std::size_t columns() const noexcept;
 
   private:
     bool colours_;

@@ -1,9 +1,10 @@
 #include "probe/channel_memory.hpp"
 #include "probe/commands.hpp"
 #include "probe/message_json.hpp"
+#include "probe/message_translation.hpp"
 #include "probe/scan_table.hpp"
 #include "probe/secrets.hpp"
-#include "probe/settings_record.hpp"
+#include "probe/settings_form.hpp"
 #include "probe/wait_notice.hpp"
 
 #include <chrono>
@@ -14,30 +15,18 @@ namespace {
 
 using clock = std::chrono::steady_clock;
 
-[[nodiscard]] std::string make_record(const scan_options& options, console& terminal) {
+[[nodiscard]] settings_draft make_draft(const scan_options& options, console& terminal) {
     settings values =
         connection_settings(options.connection, read_secrets(options.connection, terminal));
     if (options.log.logging) {
         values.emplace("logging", "enabled");
     }
     add_channels(values, options.channels, options.message_node);
-    add_raw(values, options.connection.raw);
-    return record(options.kind, values);
+    return {std::move(values), read_given(options.connection)};
 }
 
 [[nodiscard]] std::int32_t shown_severity(const log_arguments& log) {
     return log.level.value_or(log.logging ? severity_debug : severity_warning);
-}
-
-/// Without it values show as numbers: a pity, but no reason to stop.
-[[nodiscard]] information_document
-read_information(const monitoring_module& module, console& terminal) {
-    try {
-        return information_document{module.information()};
-    } catch (const probe_error& error) {
-        terminal.line(std::string{"opcua-probe: warning: "} + error.what());
-        return {};
-    }
 }
 
 [[nodiscard]] exit_code code_of(scan_state state) {
@@ -59,17 +48,18 @@ class scan_display final {
         const command_context& context,
         const scan_options& options,
         std::int32_t sensor_id,
-        information_document document
+        const module_document& document
     )
         : context_{context},
           options_{options},
           sensor_id_{sensor_id},
-          document_{std::move(document)} {}
+          document_{document} {}
 
     /// @return the worst state that was shown; nothing when there was no result for the sensor
     [[nodiscard]] std::optional<exit_code> show(const call_result& call) {
         std::optional<exit_code> worst;
-        for (const std::string& text : call.messages) {
+        for (const std::string& sent : call.messages) {
+            const std::string text = with_translations(sent, document_.texts());
             const any_message parsed = parse_message(text);
             const auto* result = std::get_if<scan_result>(&parsed);
             if (result == nullptr || result->sensor_id != sensor_id_) {
@@ -109,7 +99,7 @@ class scan_display final {
     const command_context& context_;
     const scan_options& options_;
     const std::int32_t sensor_id_;
-    const information_document document_;
+    const module_document& document_;
     channel_memory memory_{document_};
     std::size_t scan_ = 0;
 };
@@ -151,9 +141,15 @@ class scan_display final {
 run(const command_context& context,
     session& loaded,
     const scan_options& options,
-    const std::string& settings_record) {
+    const settings_draft& draft) {
+    const std::string settings_record = complete_record(
+        options.kind,
+        draft,
+        settings_form::of_sensor(loaded.document, options.kind),
+        context.terminal
+    );
     const auto id = static_cast<std::int32_t>(loaded.sensors.size() + 1);
-    scan_display display{context, options, id, read_information(loaded.module, context.terminal)};
+    scan_display display{context, options, id, loaded.document};
     call_result created;
     {
         const wait_notice notice{context.terminal, waiting_for(options.connection)};
@@ -177,9 +173,10 @@ run(const command_context& context,
 module_step prepare(const scan_options& options, console& terminal) {
     return {
         shown_severity(options.log),
-        [options, settings_record = make_record(options, terminal)](
-            const command_context& context, session& loaded
-        ) { return run(context, loaded, options, settings_record); }};
+        [options,
+         draft = make_draft(options, terminal)](const command_context& context, session& loaded) {
+            return run(context, loaded, options, draft);
+        }};
 }
 
 } // namespace tarvik::monitoring_modules::probe

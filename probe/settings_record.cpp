@@ -3,9 +3,6 @@
 #include "probe/probe_error.hpp"
 #include "probe/terminal_text.hpp"
 
-#include <algorithm>
-#include <array>
-
 #include <nlohmann/json.hpp>
 
 namespace tarvik::monitoring_modules::probe {
@@ -20,15 +17,6 @@ void set(settings& to, std::string_view group, const char* name, const std::stri
     if (!text.empty()) {
         to.insert_or_assign(std::string{group} + name, text);
     }
-}
-
-[[nodiscard]] bool names_secret(std::string_view key) {
-    constexpr auto secrets = std::to_array<std::string_view>(
-        {"password", "client_key", "client_key_password", "tarvikcloudapikey"}
-    );
-    const std::size_t dot = key.rfind('.');
-    const std::string_view name = dot == std::string_view::npos ? key : key.substr(dot + 1);
-    return std::ranges::find(secrets, name) != secrets.end();
 }
 
 } // namespace
@@ -86,21 +74,6 @@ void add_notification(settings& to, const notify_options& options) {
     }
     if (options.log.level) {
         to.insert_or_assign("log_level", std::to_string(*options.log.level));
-    }
-}
-
-void add_raw(settings& to, const std::vector<std::string>& arguments) {
-    for (const std::string& argument : arguments) {
-        const std::size_t equals = argument.find('=');
-        if (equals == std::string::npos || equals == 0) {
-            throw probe_error{exit_code::usage, "--set " + argument + ": expected KEY=VALUE"};
-        }
-        const std::string key = argument.substr(0, equals);
-        if (names_secret(key)) {
-            throw probe_error{
-                exit_code::usage, "--set " + key + ": secrets come from files or the environment"};
-        }
-        to.insert_or_assign(key, argument.substr(equals + 1));
     }
 }
 

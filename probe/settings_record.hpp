@@ -35,10 +35,6 @@ void add_channels(
 /// Adds those of a notification.
 void add_notification(settings& to, const notify_options& options);
 
-/// Adds settings given as KEY=VALUE; they replace those that are there.
-/// @throws probe_error (usage) without a key, and for the keys of secrets
-void add_raw(settings& to, const std::vector<std::string>& arguments);
-
 /// @return the JSON record
 /// @throws probe_error (usage) when a text is no UTF-8; its message names the key
 [[nodiscard]] std::string record(std::string_view kind, const settings& values);

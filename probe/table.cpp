@@ -17,6 +17,8 @@ namespace {
         return "\x1b[1m";
     case colour::dim:
         return "\x1b[2m";
+    case colour::italic:
+        return "\x1b[3m";
     case colour::green:
         return "\x1b[32m";
     case colour::yellow:

@@ -8,7 +8,7 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-enum class colour { plain, bold, dim, green, yellow, red };
+enum class colour { plain, bold, dim, italic, green, yellow, red };
 
 /// @return the text, in the colour when switched on
 [[nodiscard]] std::string painted(std::string_view text, colour paint, bool colours);

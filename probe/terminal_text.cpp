@@ -151,6 +151,27 @@ std::size_t display_width(std::string_view text) noexcept {
     return columns;
 }
 
+std::size_t character_count(std::string_view text) noexcept {
+    std::size_t count = 0;
+    while (!text.empty()) {
+        text.remove_prefix(decode(text).size);
+        ++count;
+    }
+    return count;
+}
+
+std::string_view first_character(std::string_view text) noexcept {
+    std::size_t size = decode(text).size;
+    while (size < text.size()) {
+        const auto [character, more] = decode(text.substr(size));
+        if (width_of(character) != 0) {
+            break;
+        }
+        size += more;
+    }
+    return text.substr(0, size);
+}
+
 std::string cut(std::string_view text, std::size_t columns) {
     // A few marks for each character are a language, hundreds are an attack on the screen: so bytes
     // are limited, too.

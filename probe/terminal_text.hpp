@@ -16,6 +16,13 @@ namespace tarvik::monitoring_modules::probe {
 /// @return columns that sanitised text takes: 2 for wide characters, 0 for combining ones
 [[nodiscard]] std::size_t display_width(std::string_view text) noexcept;
 
+/// @return how many characters (code points) the text has; each wrong byte counts as one
+[[nodiscard]] std::size_t character_count(std::string_view text) noexcept;
+
+/// @param text not empty
+/// @return its first character with the marks that combine with it
+[[nodiscard]] std::string_view first_character(std::string_view text) noexcept;
+
 /// @param text sanitised text
 /// @param columns at least 1
 /// @return the text, or as much of its beginning as fits with a "…" behind it

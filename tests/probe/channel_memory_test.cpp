@@ -1,50 +1,16 @@
 #include "probe/channel_memory.hpp"
-#include "tests/probe/expect_error.hpp"
+#include "tests/probe/made_up_document.hpp"
 
 #include <chrono>
 #include <cmath>
+
+#include <gtest/gtest.h>
 
 namespace tarvik::monitoring_modules::probe {
 namespace {
 
 using namespace std::chrono_literals;
 using clock = std::chrono::steady_clock;
-
-constexpr const char* information = R"({"type": "module_information", "module_information": {
-    "Sensors": {"custom_sensor": {"Display": "custom_sensor.display"}, "odd": 5},
-    "Lookups": {
-        "state": {"LookupValues": [
-            {"Value": 0, "Display": "Running", "State": "LookupValueStateOk"},
-            {"Value": "1", "Display": "lookup.failed", "State": "LookupValueStateError"},
-            {"Value": 2, "Display": "Off", "State": "LookupValueStateNone"},
-            {"Value": [], "Display": "nonsense"}, {"Value": 4}, 17]},
-        "nonsense": 5},
-    "Text": {"English": {"Translation": {"lookup.failed": {"Display": "Failed"},
-        "custom_sensor.display": {"Display": "OPC UA Custom"}}}}}})";
-
-TEST(information_document, resolves_texts_and_keys_and_leaves_nonsense_out) {
-    const information_document document{information};
-    EXPECT_EQ(document.find("state", 0)->text, "Running");
-    EXPECT_EQ(document.find("state", 0)->state, channel_state::ok);
-    EXPECT_EQ(document.find("state", 1)->text, "Failed");
-    EXPECT_EQ(document.find("state", 1)->state, channel_state::error);
-    EXPECT_EQ(document.find("state", 2)->state, channel_state::none);
-    EXPECT_FALSE(document.find("state", 4));
-    EXPECT_FALSE(document.find("nonsense", 0));
-    EXPECT_FALSE(document.find("unknown", 0));
-    EXPECT_EQ(document.sensor_name("custom_sensor"), "OPC UA Custom");
-    EXPECT_EQ(document.sensor_name("odd"), "odd");
-    EXPECT_EQ(document.sensor_name("unknown"), "unknown");
-}
-
-TEST(information_document, does_without_texts_but_not_without_a_document) {
-    const information_document bare{R"({"module_information": {"Lookups": {"l": {"LookupValues":
-        [{"Value": 1, "Display": "some.key"}]}}}})"};
-    EXPECT_EQ(bare.find("l", 1)->text, "some.key");
-    for (const char* text : {"", "5", "{}", R"({"module_information": "x"})"}) {
-        expect_error([&] { (void)information_document{text}; }, exit_code::call_failed, "unusable");
-    }
-}
 
 class channel_memory_of : public testing::Test {
   protected:
@@ -65,7 +31,7 @@ class channel_memory_of : public testing::Test {
         return pending_.back();
     }
 
-    const information_document document_{information};
+    const module_document document_{made_up_document};
 
   private:
     channel_memory memory_{document_};
@@ -92,7 +58,7 @@ TEST_F(channel_memory_of, definitions_shows_values_that_have_none) {
 }
 
 TEST(channel_memory, follows_channels_that_come_and_go) {
-    const information_document document{information};
+    const module_document document{made_up_document};
     channel_memory memory{document};
     const auto counter = [](std::int64_t id, const char* name) {
         return channel_definition{id, name, {}, true, "", 1, {}};

@@ -87,6 +87,7 @@ TEST(command_line, reads_a_scan) {
     EXPECT_EQ(scan.channels[0].scale, "-2");
     EXPECT_EQ(scan.channels[1].name, "N");
     EXPECT_THAT(scan.connection.raw, testing::ElementsAre("a.b=c=d", "e="));
+    EXPECT_EQ(line.language, "en");
     EXPECT_EQ(scan.interval, 0.5);
     EXPECT_FALSE(scan.count) << "an interval without a count is endless";
     EXPECT_EQ(scan.format, output_format::json);
@@ -133,6 +134,25 @@ TEST(command_line, reads_a_notification) {
     EXPECT_FALSE(least.timeout || least.log.level);
     EXPECT_EQ(read({"String", "--message", ""}).message, "");
     EXPECT_EQ(read({"Boolean", "--message", "True"}).message, "True");
+}
+
+TEST(command_line, reads_information_and_language) {
+    const command_line all = parse({"info", "--language", "de"});
+    EXPECT_EQ(all.language, "de");
+    EXPECT_EQ(std::get<info_options>(all.command).kind, "");
+    EXPECT_EQ(std::get<info_options>(all.command).format, output_format::table);
+    for (const auto& json : {std::vector{"--json"}, {"--format", "json"}}) {
+        std::vector<const char*> arguments{"--language", "ja", "info", "certificate_sensor"};
+        arguments.insert(arguments.end(), json.begin(), json.end());
+        const command_line line = parse(arguments);
+        EXPECT_EQ(line.language, "ja");
+        EXPECT_EQ(std::get<info_options>(line.command).kind, "certificate_sensor");
+        EXPECT_EQ(std::get<info_options>(line.command).format, output_format::json);
+    }
+    const auto scan = parse({"scan", "custom_sensor", "--host", "h", "--set-file", "nodeid=f"});
+    EXPECT_THAT(
+        std::get<scan_options>(scan.command).connection.raw_files, testing::ElementsAre("nodeid=f")
+    );
 }
 
 TEST(command_line, reads_checks_demo_help_and_version) {
@@ -196,6 +216,10 @@ TEST(command_line, refuses_what_makes_no_sense) {
          "x",
          "--logging"},
         {"demo", "surplus"},
+        {"info", "custom_sensor", "surplus"},
+        {"info", "--json", "--format", "table"},
+        {"info", "--host", "h"},
+        {"info", "--language"},
     };
     for (const auto& arguments : rows) {
         SCOPED_TRACE(testing::PrintToString(arguments));

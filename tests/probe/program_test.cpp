@@ -1,7 +1,6 @@
 // The program as a person uses it, with the built module and a plant: what it prints, how it ends.
 
-#include "simulator/plant_server.hpp"
-#include "tests/probe/running_probe.hpp"
+#include "tests/probe/plant_probe.hpp"
 
 #include <algorithm>
 #include <cstdint>
@@ -19,27 +18,8 @@ using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
-class probe_program : public testing::Test {
+class probe_program : public plant_probe {
   protected:
-    probe_program() { plant_.start(); }
-
-    [[nodiscard]] std::vector<std::string> at_plant(std::vector<std::string> arguments) const {
-        arguments.insert(
-            arguments.end(), {"--host", "127.0.0.1", "--port", std::to_string(plant_.port())}
-        );
-        return arguments;
-    }
-
-    /// Runs the program to its end and expects an exit code. Each run makes a key pair, which takes
-    /// a second or so: no more of them than needed.
-    /// @return what it printed
-    [[nodiscard]] std::string run(const std::vector<std::string>& arguments, int code) const {
-        running_probe program{at_plant(arguments)};
-        std::string text = program.read_all();
-        EXPECT_EQ(program.exit_code(), code) << text;
-        return text;
-    }
-
     std::string notify(
         const char* node, const char* type, const char* message, int code, const char* level
     ) const {
@@ -60,9 +40,6 @@ class probe_program : public testing::Test {
     [[nodiscard]] std::string shown(const char* node) const {
         return simulator::value_text(plant_.get_value(node).get());
     }
-
-    simulator::plant_server plant_{
-        {.endpoints = {.none = true, .sign_encrypt = true}, .auto_change = false}};
 };
 
 TEST_F(probe_program, scans_every_kind_of_sensor) {

@@ -1,3 +1,4 @@
+#include "probe/given_settings.hpp"
 #include "probe/secrets.hpp"
 #include "tests/probe/expect_error.hpp"
 #include <sys/stat.h>
@@ -16,13 +17,13 @@ class secrets : public testing::Test {
     secrets() {
         std::string pattern = testing::TempDir() + "probe_secrets_XXXXXX";
         folder_ = mkdtemp(pattern.data());
-        unsetenv("OPCUA_PASSWORD");
+        unsetenv("OPCUA_PASSWORD"); // NOLINT(concurrency-mt-unsafe): one thread
         arguments_.user = "u";
     }
-    ~secrets() override { std::filesystem::remove_all(folder_); }
+    void TearDown() override { std::filesystem::remove_all(folder_); }
 
     [[nodiscard]] std::string file(const std::string& content, mode_t mode = 0600) const {
-        const std::string path = folder_ + "/file";
+        std::string path = folder_ + "/file";
         std::ofstream{path, std::ios::binary} << content;
         EXPECT_EQ(chmod(path.c_str(), mode), 0);
         return path;
@@ -51,6 +52,7 @@ TEST_F(secrets, passwords_lose_one_line_end_and_nothing_else) {
 }
 
 TEST_F(secrets, come_from_the_environment_when_no_file_is_named) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): one thread
     setenv("OPCUA_PASSWORD", "from environment\n", 1);
     EXPECT_EQ(password(), "from environment\n");
     arguments_.password_file = file("from file");
@@ -78,6 +80,33 @@ TEST_F(secrets, name_files_that_cannot_be_used) {
     }
     arguments_.password_file = file(std::string(1'048'576, 'x'));
     EXPECT_EQ(password().size(), 1'048'576U);
+}
+
+TEST_F(secrets, of_any_setting_come_from_files) {
+    arguments_.raw = {"host=", "x.y=a=b"};
+    arguments_.raw_files = {"a.password=" + file("geheim\n", 0604), "z=" + file("z", 0604)};
+    const std::vector<given_setting> given = read_given(arguments_);
+    ASSERT_EQ(given.size(), 4U);
+    EXPECT_EQ(given[0].key + "|" + given[0].text, "host|");
+    EXPECT_EQ(given[1].key + "|" + given[1].text, "x.y|a=b");
+    EXPECT_EQ(given[2].key, "a.password");
+    EXPECT_EQ(given[2].file, folder_ + "/file");
+    EXPECT_TRUE(given[2].open_to_all);
+    arguments_.raw_files = {"a=" + folder_ + "/absent"};
+    expect_error([this] { (void)read_given(arguments_); }, exit_code::usage, "absent");
+    const std::pair<std::string, std::string> bad_rows[] = {
+        {"", "expected KEY=VALUE"},
+        {"=x", "expected KEY=VALUE"},
+        {"x", "expected KEY=VALUE"},
+        {"a.password=x", "--set-file a.password"},
+        {"a.client_key=x", "--set-file"},
+        {"client_key_password=x", "--set-file"},
+        {"tarvikcloudapikey=x", "--set-file"},
+    };
+    for (const auto& [argument, problem] : bad_rows) {
+        arguments_.raw = {argument};
+        expect_error([this] { (void)read_given(arguments_); }, exit_code::usage, problem);
+    }
 }
 
 } // namespace

@@ -92,22 +92,6 @@ TEST(settings_record, carries_a_notification_whose_address_has_another_key) {
     EXPECT_EQ(made.at("log_level"), "0");
 }
 
-TEST(settings_record, raw_settings_win_but_carry_no_secrets) {
-    settings made{{"host", "h"}};
-    add_raw(made, {"host=", "x.y=a=b"});
-    EXPECT_THAT(made, ElementsAre(Pair("host", ""), Pair("x.y", "a=b")));
-    for (const char* bad :
-         {"",
-          "=x",
-          "x",
-          "a.password=x",
-          "a.client_key=x",
-          "client_key_password=x",
-          "tarvikcloudapikey=x"}) {
-        expect_error([&] { add_raw(made, {bad}); }, exit_code::usage, "--set");
-    }
-}
-
 TEST(settings_record, becomes_json) {
     const auto json = nlohmann::json::parse(record("k\"", {{"a", "\n°"}}));
     EXPECT_EQ(json, (nlohmann::json{{"kind", "k\""}, {"settings", {{"a", "\n°"}}}}));

@@ -14,12 +14,13 @@ TEST(terminal_text, makes_visible_what_a_terminal_would_obey) {
         {"", ""},
         {"plain é ボ \\", "plain é ボ \\"},
         {"\x1b[2J", "\\x1b[2J"},
-        {"a\nb\tc\rd", "a\\nb\\tc\\rd"},
+        {"a\nb\tc\rd", R"(a\nb\tc\rd)"},
         {"nul\0nul"s, "nul\\x00nul"},
         {"\x7f", "\\x7f"},
         {"\xc2\x9b"
          "31m",
          "\\x9b31m"}, // C1: the one-byte form of ESC [
+        // NOLINTNEXTLINE(misc-misleading-bidirectional): just what must not get through
         {"\xe2\x80\xae"
          "abc",
          "\\u202eabc"},                   // right-to-left override
@@ -65,6 +66,13 @@ TEST(terminal_text, counts_columns) {
     for (const auto& [text, columns] : rows) {
         EXPECT_EQ(display_width(text), columns) << text;
     }
+}
+
+TEST(terminal_text, counts_and_separates_characters) {
+    EXPECT_EQ(character_count(""), 0U);
+    EXPECT_EQ(character_count("a°ボ\xf0\x9f\x94\xa5\xff"), 5U);
+    EXPECT_EQ(first_character("e\xcc\x81\xcc\x81x"), "e\xcc\x81\xcc\x81");
+    EXPECT_EQ(first_character("ボイ"), "ボ");
 }
 
 TEST(terminal_text, cuts_to_columns_between_characters) {
