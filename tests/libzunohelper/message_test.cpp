@@ -1,11 +1,10 @@
 #include "common/catalogue/framework_exceptions.hpp"
 #include "support.hpp"
-#include "zunohelper/check_result.hpp"
 #include "zunohelper/message_service.hpp"
 #include "zunohelper/module_information_message.hpp"
 #include "zunohelper/scan_result.hpp"
 
-#include <cstring>
+#include <bit>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -34,13 +33,10 @@ TEST(sensor_scan_result, is_these_bytes) {
     first.lookup = "states";
     first.limits = channel::limit_values{.lower_warning = 28, .upper_error = 0.5};
     map->define(std::move(first));
-    map->define({
-        .id = -2,
-        .name = i18n_msg{"P"},
-        .type = channel::value_type::floating_point,
-        .unit = {.text = "bar"},
-        .multiplier = 0.001,
-    });
+    channel second{.id = -2, .name = i18n_msg{"P"}, .type = channel::value_type::floating_point};
+    second.unit.text = "bar";
+    second.multiplier = 0.001;
+    map->define(std::move(second));
     sensor_scan_result result{7, map};
     result.set_value(-2, 12.5);
     result.set_value(1, std::int64_t{41});
@@ -69,43 +65,33 @@ TEST(sensor_scan_result, of_an_exception_is_an_error_without_channels) {
     EXPECT_EQ((sensor_scan_result{-1, reason}.serialize()), message);
     const std::exception& plain = reason;
     EXPECT_EQ((sensor_scan_result{-1, plain}.serialize()), message);
-    const sensor_scan_result untranslated{1, std::runtime_error{"stod"}};
-    EXPECT_EQ(untranslated.message(), i18n_msg{"stod"});
-    EXPECT_EQ(untranslated.response_code(), scan_response_codes::error);
+    EXPECT_EQ((sensor_scan_result{1, std::runtime_error{"stod"}}.message()), i18n_msg{"stod"});
+}
+
+/// A channel's value as it is in the message.
+template <typename Number>
+json sent(Number value) {
+    sensor_scan_result result{1, two_channels()};
+    result.set_value(std::is_integral_v<Number> ? 1 : 2, value);
+    return json::parse(result.serialize())["channels"][0]["value"];
 }
 
 TEST(sensor_scan_result, writes_every_value_so_that_it_reads_back) {
     using limits = std::numeric_limits<double>;
     for (const std::int64_t value : {INT64_MIN, INT64_MAX, std::int64_t{0}}) {
-        sensor_scan_result result{1, two_channels()};
-        result.set_value(1, value);
-        EXPECT_EQ(json::parse(result.serialize())["channels"][0]["value"], json(value));
+        EXPECT_EQ(sent(value), json(value));
     }
+    const double digits_only = 123456789012345680.0;
     for (const double value :
-         {0.1,
-          -0.0,
-          1e22,
-          123456789012345680.0,
-          limits::min(),
-          limits::denorm_min(),
-          limits::max()}) {
-        sensor_scan_result result{1, two_channels()};
-        result.set_value(2, value);
-        const auto parsed = json::parse(result.serialize())["channels"][0]["value"];
-        ASSERT_TRUE(parsed.is_number_float());
-        const auto read_back = parsed.get<double>();
-        EXPECT_EQ(std::memcmp(&read_back, &value, sizeof value), 0) << value;
+         {0.1, -0.0, 1e22, digits_only, limits::min(), limits::denorm_min(), limits::max()}) {
+        ASSERT_TRUE(sent(value).is_number_float());
+        const auto bits = [](double number) { return std::bit_cast<std::uint64_t>(number); };
+        EXPECT_EQ(bits(sent(value).get<double>()), bits(value)) << value;
     }
-    const std::pair<double, std::string_view> texts[] = {
-        {limits::quiet_NaN(), "NaN"},
-        {-limits::quiet_NaN(), "NaN"},
-        {limits::infinity(), "Infinity"},
-        {-limits::infinity(), "-Infinity"}};
-    for (const auto& [value, text] : texts) {
-        sensor_scan_result result{1, two_channels()};
-        result.set_value(2, value);
-        EXPECT_EQ(json::parse(result.serialize())["channels"][0]["value"], json(text));
-    }
+    EXPECT_EQ(sent(limits::quiet_NaN()), json("NaN"));
+    EXPECT_EQ(sent(-limits::quiet_NaN()), json("NaN"));
+    EXPECT_EQ(sent(limits::infinity()), json("Infinity"));
+    EXPECT_EQ(sent(-limits::infinity()), json("-Infinity"));
 }
 
 TEST(sensor_scan_result, is_valid_json_whatever_a_server_sends) {
@@ -127,97 +113,60 @@ TEST(sensor_scan_result, is_valid_json_whatever_a_server_sends) {
 }
 
 TEST(sensor_scan_result, takes_values_of_its_channels_only) {
-    sensor_scan_result result{1, two_channels()};
-    const auto error = [](auto& tested, std::int32_t id, auto value) {
-        return error_of([&] { tested.set_value(id, value); });
+    const auto error = [](sensor_scan_result&& result, std::int32_t id, auto value) {
+        const std::string identity = error_of([&] { result.set_value(id, value); });
+        return identity.substr(identity.rfind('.') + 1);
     };
-    EXPECT_EQ(error(result, 3, 1.0), "#:libzunohelper.error.channel_not_defined[3]");
-    EXPECT_EQ(error(result, 1, 1.0), "#:libzunohelper.error.invalid_channel_mode[float,float]");
-    EXPECT_EQ(
-        error(result, 2, std::int64_t{1}),
-        "#:libzunohelper.error.invalid_channel_mode[integer,integer]"
-    );
-    sensor_scan_result failed{1, std::runtime_error{""}};
-    EXPECT_EQ(error(failed, 1, 1.0), "#:libzunohelper.error.channel_map_not_initialized[]");
+    const auto good = [] { return sensor_scan_result{1, two_channels()}; };
+    EXPECT_EQ(error(good(), 3, 1.0), "channel_not_defined[3]");
+    EXPECT_EQ(error(good(), 1, 1.0), "invalid_channel_mode[float,float]");
+    EXPECT_EQ(error(good(), 2, std::int64_t{1}), "invalid_channel_mode[integer,integer]");
+    const std::string no_channels = "channel_map_not_initialized[]";
+    EXPECT_EQ(error({1, std::runtime_error{""}}, 1, 1.0), no_channels);
+    EXPECT_EQ(error({1, std::make_shared<channel_map>()}, 1, 1.0), no_channels);
     EXPECT_THROW((sensor_scan_result{1, std::shared_ptr<channel_map>{}}), std::invalid_argument);
-}
-
-TEST(channel_definitions, go_out_with_the_next_good_delivered_result) {
-    bool host_fails = true;
-    std::vector<std::string> sent;
-    message_service service{[&](const std::uint8_t* bytes, std::uint64_t count) {
-        if (host_fails) {
-            throw std::runtime_error{"host"};
-        }
-        sent.clear();
-        const auto message = json::parse(bytes, bytes + count);
-        for (const auto& definition : message["channel_definitions"]) {
-            sent.push_back(definition["name"]["text"]);
-        }
-    }};
-    const auto map = two_channels();
-    using names = std::vector<std::string>;
-
-    EXPECT_THROW(service.send(sensor_scan_result{1, map}), std::runtime_error);
-    EXPECT_FALSE(map->is_delivered(1));
-    host_fails = false;
-    sensor_scan_result failed{1, map};
-    failed.set_value(1, std::int64_t{1});
-    failed.set_response_code(scan_response_codes::error);
-    service.send(failed);
-    EXPECT_EQ(sent, names{});
-    EXPECT_FALSE(map->is_delivered(1));
-    service.send(sensor_scan_result{1, map});
-    EXPECT_EQ(sent, (names{"count", "ratio"}));
-    EXPECT_TRUE(map->is_delivered(1));
-    map->define({.id = 9, .name = i18n_msg{"late"}});
-    sensor_scan_result warning{1, map};
-    warning.set_response_code(scan_response_codes::warning);
-    service.send(warning);
-    EXPECT_EQ(sent, names{"late"});
-    service.send(sensor_scan_result{1, map});
-    EXPECT_EQ(sent, names{});
-}
-
-TEST(channel_map, wants_to_be_initialized_and_ids_to_be_unique) {
-    channel_map map;
-    const std::string not_initialized = "#:libzunohelper.error.channel_map_not_initialized[]";
-    EXPECT_EQ(error_of([&] { (void)map.is_defined(2); }), not_initialized);
-    EXPECT_EQ(error_of([&] { (void)map.is_delivered(2); }), not_initialized);
-    EXPECT_EQ(error_of([&] { (void)map.type_of(2); }), not_initialized);
-    map.initialize();
-    EXPECT_FALSE(map.is_defined(2));
-    map.define({.id = 2, .name = i18n_msg{uptime}});
-    EXPECT_TRUE(map.is_defined(2));
     EXPECT_EQ(
-        error_of([&] { map.define({.id = 2, .name = i18n_msg{uptime}}); }),
+        error_of([] { two_channels()->define({.id = 2, .name = i18n_msg{uptime}}); }),
         "#:libzunohelper.error.channel_already_defined[2,Uptime]"
     );
-    EXPECT_EQ(map.size(), 1U);
 }
 
-TEST(check_result, is_these_bytes) {
-    check_result result{3};
-    EXPECT_EQ(result.serialize(), R"({"type":"check_result","check_id":3,"success":false})");
-    result.set_success(true);
-    EXPECT_EQ(result.serialize(), R"({"type":"check_result","check_id":3,"success":true})");
+TEST(channel_definitions, go_out_until_a_good_result_is_delivered) {
+    using enum scan_response_codes;
+    const auto map = two_channels();
+    json message;
+    message_service good_host{[&](const std::uint8_t* bytes, std::uint64_t count) {
+        message = json::parse(bytes, bytes + count);
+    }};
+    message_service bad_host{[](auto...) { throw std::runtime_error{"host"}; }};
+    const auto definitions = [&](scan_response_codes code, message_service& host) {
+        sensor_scan_result result{1, map};
+        result.set_value(1, std::int64_t{1});
+        result.set_response_code(code);
+        host.send(result);
+        EXPECT_EQ(message["channels"].size(), code == error ? 0U : 1U);
+        return message["channel_definitions"].size();
+    };
+    EXPECT_THROW(definitions(ok, bad_host), std::runtime_error);
+    EXPECT_EQ(definitions(error, good_host), 0U);
+    EXPECT_FALSE(map->is_delivered(1));
+    EXPECT_EQ(definitions(ok, good_host), 2U);
+    EXPECT_TRUE(map->is_delivered(1));
+    map->define({.id = 9, .name = i18n_msg{"late"}});
+    EXPECT_EQ(definitions(warning, good_host), 1U);
+    EXPECT_EQ(definitions(ok, good_host), 0U);
 }
 
 TEST(module_information_message, keeps_the_document_and_its_order) {
-    constexpr std::string_view document =
-        R"({"Version": 1.0, "Text": {"z": "ü"}, "A": {"Text": [true, null]}})";
-    EXPECT_EQ(
-        (module_information_message{document, true}.serialize()),
-        R"({"type":"module_information","module_information":)"
-        R"({"Version":1.0,"Text":{"z":"ü"},"A":{"Text":[true,null]}}})"
-    );
-    EXPECT_EQ(
-        (module_information_message{document, false}.serialize()),
-        R"({"type":"module_information","module_information":)"
-        R"({"Version":1.0,"A":{"Text":[true,null]}}})"
-    );
-    EXPECT_THROW((module_information_message{"{", true}), libjsonparser::exceptions::parse);
-    EXPECT_THROW((module_information_message{"[]", true}), libjsonparser::exceptions::conversion);
+    const auto message = [](std::string_view document, bool texts) {
+        return module_information_message{document, texts}.serialize();
+    };
+    const std::string start =
+        R"({"type":"module_information","module_information":{"Version":1.0,)";
+    const std::string_view document =
+        R"({"Version": 1.0, "Text": {"z": "ü"}, "A": {"Text": null}})";
+    EXPECT_EQ(message(document, true), start + R"("Text":{"z":"ü"},"A":{"Text":null}}})");
+    EXPECT_EQ(message(document, false), start + R"("A":{"Text":null}}})");
 }
 
 } // namespace

@@ -10,16 +10,15 @@
 
 namespace {
 
-std::string_view watched_text;
-std::atomic<bool> watching{false};
+std::string_view watched_text; // empty: nothing is watched
 std::atomic<int> found{0};
 
 void release(void* block) noexcept {
-    if (watching && block) {
+    if (block && !watched_text.empty()) {
         const std::string_view content{static_cast<const char*>(block), malloc_usable_size(block)};
         found += content.find(watched_text) != std::string_view::npos ? 1 : 0;
     }
-    std::free(block);
+    std::free(block); // NOLINT(cppcoreguidelines-no-malloc): this is operator delete itself
 }
 
 } // namespace
@@ -27,16 +26,15 @@ void release(void* block) noexcept {
 void watched_memory::start(std::string_view text) noexcept {
     watched_text = text;
     found = 0;
-    watching = true;
 }
 
 int watched_memory::stop() noexcept {
-    watching = false;
+    watched_text = {};
     return found;
 }
 
 void* operator new(std::size_t size) {
-    if (void* const block = std::malloc(size)) {
+    if (void* const block = std::malloc(size)) { // NOLINT(cppcoreguidelines-no-malloc): likewise
         return block;
     }
     throw std::bad_alloc{};

