@@ -5,7 +5,7 @@
 #include "module/module_instance_adapter.hpp"
 #include "module/zuno_module_opcua.hpp"
 
-#include <algorithm>
+#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -89,7 +89,7 @@ GetModuleInformationSync(std::uint8_t* buffer, std::uint32_t* size, bool include
         if (message.size() > capacity) {
             return OPCUA_MODULE_INFORMATION_FAILED;
         }
-        std::copy(message.begin(), message.end(), buffer);
+        std::memcpy(buffer, message.data(), message.size());
         return OPCUA_MODULE_INFORMATION_DONE;
     });
 }
