@@ -52,6 +52,7 @@ std::ostream& operator<<(std::ostream& out, const login_row& row) {
     return out << row.name;
 }
 
+const outcome works{};
 const outcome refused{not_connected("BadUserAccessDenied")};
 const outcome no_match{not_connected("BadIdentityTokenRejected"), false};
 const outcome no_trust{not_connected("BadSecurityChecksFailed")};
@@ -77,7 +78,7 @@ const login_row rows[] = {
     {"anonymous", all_modes, anonymous, "sign_encrypt"},
     {"user", all_modes, user1, "none"},
     {"user", all_modes, user1, "sign"},
-    {"user", all_modes, user1, "sign_encrypt", {}, {}, selected},
+    {"user", all_modes, user1, "sign_encrypt", works, {}, selected},
     {"user_with_locked_key", all_modes, locked_key, "sign_encrypt"},
     {"wrong_password", all_modes, wrong_password, "none", refused},
     {"wrong_password", all_modes, wrong_password, "sign", refused},
@@ -123,19 +124,19 @@ TEST_P(logging_in, works_or_tells_why) {
     );
     const outcome expected =
         made_by == maker::node_opcua ? row.at_node_opcua.value_or(row.expected) : row.expected;
-    const bool works = expected.error.empty();
+    const bool measures = expected.error.empty();
     recording_host host;
     host.record_log();
 
     const json result = scan_once(host, "custom_sensor", settings);
     EXPECT_EQ(error_of(result), expected.error);
-    EXPECT_EQ(result["channels"].size(), works ? 1U : 0U);
+    EXPECT_EQ(result["channels"].size(), measures ? 1U : 0U);
 
     static_cast<void>(host.take_log());
-    EXPECT_EQ(answers_yes(host, "connection_check", settings), works);
+    EXPECT_EQ(answers_yes(host, "connection_check", settings), measures);
     texts reasons = log_of(host);
     std::erase_if(reasons, [](const std::string& line) { return !line.starts_with("0 "); });
-    EXPECT_EQ(reasons, works ? texts{} : texts{"0 " + expected.error});
+    EXPECT_EQ(reasons, measures ? texts{} : texts{"0 " + expected.error});
 
     EXPECT_EQ(answers_yes(host, "endpoint_validation_check", settings), expected.has_endpoint);
     const auto endpoint_lines = log_of(host);
