@@ -19,21 +19,24 @@ namespace tarvik::monitoring_modules::libcertificatehelper {
 
 namespace factory = test_support;
 using certificate_ptr = std::unique_ptr<certificate_interface>;
+using std::chrono::sys_seconds;
+using std::chrono_literals::operator""h;
+using std::chrono_literals::operator""s;
+using enum factory::key_kind;
 
 inline byte_view bytes(std::string_view text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-inline std::string text(const byte_vector& bytes) {
-    return {bytes.begin(), bytes.end()};
+inline byte_vector replaced(const byte_vector& bytes, std::string_view from, std::string_view to) {
+    std::string changed{bytes.begin(), bytes.end()};
+    changed.replace(changed.find(from), from.size(), to); // throws where it is not found
+    return {changed.begin(), changed.end()};
 }
 
-inline byte_vector replaced(byte_vector bytes, std::string_view from, std::string_view to) {
-    std::string changed = text(bytes);
-    const std::size_t position = changed.find(from);
-    EXPECT_NE(position, std::string::npos);
-    changed.replace(position, from.size(), to);
-    return {changed.begin(), changed.end()};
+inline byte_vector with_broken_signature(byte_vector der) {
+    der.back() ^= 1U;
+    return der;
 }
 
 inline certificate_ptr load(const byte_vector& der) {
@@ -47,7 +50,7 @@ inline certificate_ptr make(const factory::certificate_request& request) {
 /// Runs an operation while the host has an error of its own in OpenSSL's queue, and expects an
 /// exception whose text starts with `start` and does not show that error, and an empty queue.
 template <typename Failure, typename Operation>
-void expect_failure(Operation operation, std::string_view start) {
+void expect_failure(std::string_view start, Operation operation) {
     ERR_raise(ERR_LIB_ASN1, ASN1_R_UNKNOWN_FORMAT);
     try {
         operation();

@@ -6,29 +6,30 @@
 #include "opcua/client/client_open62541.hpp"
 #include "opcua/nodes/nodes_open62541.hpp"
 #include "simulator/plant_server.hpp"
+#include "tests/opcua/error_text.hpp"
 
 #include <algorithm>
-#include <chrono>
 #include <memory>
 #include <string>
-#include <vector>
 
 namespace tarvik::monitoring_modules::tests {
 
 using plant = tarvik::simulator::plant_server;
+using tarvik::simulator::plant_options;
 
 /// A running plant that changes only when it is told to.
-inline std::unique_ptr<plant> start_plant(tarvik::simulator::plant_options options = {}) {
+inline std::unique_ptr<plant> start_plant(plant_options options = {}) {
     options.auto_change = false;
     auto server = std::make_unique<plant>(std::move(options));
     server->start();
     return server;
 }
 
-inline opcua::client_settings settings_for(std::uint16_t port, std::uint64_t timeout_s = 5) {
+template <typename Server>
+opcua::client_settings settings_for(const Server& server, std::uint64_t timeout_s = 5) {
     opcua::client_settings settings;
     settings.host = "127.0.0.1";
-    settings.port = port;
+    settings.port = server.port();
     settings.timeout_s = timeout_s;
     return settings;
 }
@@ -38,6 +39,14 @@ inline opcua::client_settings with_user(opcua::client_settings settings, const c
     settings.user = "user1";
     settings.password = libzunohelper::secure_string{password};
     return settings;
+}
+
+/// How many log lines start with this text.
+inline std::ptrdiff_t lines_of(const liblog::memory_logger& log, const std::string& text) {
+    const auto lines = log.entries();
+    return std::count_if(lines.begin(), lines.end(), [&](const auto& line) {
+        return line.second.starts_with(text);
+    });
 }
 
 /// A client and everything that it logs.
@@ -53,36 +62,15 @@ class logged_client {
     opcua::client_interface& operator*() { return *client_; }
     opcua::client_interface* operator->() { return client_.get(); }
     void reset() { client_.reset(); }
+    void read(const std::string& id) { client_->read_node(opcua::make_readable_node(id)); }
 
-    /// How many log lines are exactly this text.
     [[nodiscard]] std::ptrdiff_t lines(const std::string& text) const {
-        const auto entries = log_->entries();
-        return std::count_if(entries.begin(), entries.end(), [&](const auto& entry) {
-            return entry.second == text;
-        });
+        return lines_of(*log_, text);
     }
-    void clear_log() { log_->clear(); }
 
   private:
     std::shared_ptr<liblog::memory_logger> log_ = std::make_shared<liblog::memory_logger>();
     std::unique_ptr<opcua::client_open62541> client_;
 };
-
-using variable_node = std::shared_ptr<opcua::readable_variable_node_interface>;
-
-inline variable_node node(const std::string& id) {
-    return opcua::make_readable_node(id);
-}
-
-/// The text of the exception in which the work ends; "no error" when it does not.
-template <typename Work>
-std::string error_of(const Work& work) {
-    try {
-        work();
-        return "no error";
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-}
 
 } // namespace tarvik::monitoring_modules::tests

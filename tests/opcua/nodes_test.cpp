@@ -1,23 +1,20 @@
 #include "common/catalogue/opcua_exceptions.hpp"
+#include "opcua/nodes/node_id.hpp"
 #include "opcua/nodes/nodes_open62541.hpp"
+#include "tests/opcua/error_text.hpp"
 
-#include <array>
-#include <functional>
-#include <limits>
 #include <string>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-using namespace tarvik::monitoring_modules::opcua;
+using namespace tarvik::monitoring_modules;
+using namespace opcua;
+using tests::error_of;
 
 namespace {
 
-constexpr auto browse_name = attribute_id::browse_name;
-constexpr auto display_name = attribute_id::display_name;
-constexpr auto description = attribute_id::description;
-constexpr auto value = attribute_id::value;
+using enum attribute_id;
 
 template <typename T>
 ua_variant scalar(const T& content, std::size_t type) {
@@ -26,15 +23,15 @@ ua_variant scalar(const T& content, std::size_t type) {
     return variant;
 }
 
-template <typename T, std::size_t N>
-ua_variant array_of(const std::array<T, N>& content, std::size_t type) {
-    ua_variant variant;
-    UA_Variant_setArrayCopy(variant.out(), content.data(), N, &UA_TYPES[type]);
-    return variant;
-}
-
 ua_variant text(const char* content) {
     return scalar(borrowed(content), UA_TYPES_STRING);
+}
+
+using attributes = std::vector<attribute_id>;
+
+attributes asked(const generic_node_interface& node) {
+    const attribute_list list = node.attributes_to_read();
+    return {list.begin(), list.end()};
 }
 
 std::unique_ptr<readable_variable_node_interface>
@@ -44,24 +41,17 @@ node_with(ua_variant content, const std::string& id = "ns=1;i=7") {
     return node;
 }
 
-std::vector<attribute_id> asked(const generic_node_interface& node) {
-    const attribute_list list = node.attributes_to_read();
-    return {list.begin(), list.end()};
-}
-
-using testing::ElementsAre;
-
 TEST(variable_node, asks_for_what_it_does_not_know_and_always_for_its_value) {
     const auto node = make_readable_node("ns=1;i=7");
-    EXPECT_THAT(asked(*node), ElementsAre(browse_name, display_name, description, value));
-    EXPECT_THROW(static_cast<void>(node->display_name()), exceptions::display_name_not_set);
-    UA_QualifiedName name{2, borrowed("Temp")};
+    EXPECT_EQ(asked(*node), (attributes{browse_name, display_name, description, value}));
+    EXPECT_THROW(std::ignore = node->display_name(), exceptions::display_name_not_set);
+    const UA_QualifiedName name{2, borrowed("Temp")};
     node->set_attribute(browse_name, scalar(name, UA_TYPES_QUALIFIEDNAME));
     node->set_attribute(description, {}); // no text at all still counts as known
-    EXPECT_THAT(asked(*node), ElementsAre(display_name, value));
-    UA_LocalizedText localized{borrowed("en"), borrowed("Temperature")};
+    EXPECT_EQ(asked(*node), (attributes{display_name, value}));
+    const UA_LocalizedText localized{borrowed("en"), borrowed("Temperature")};
     node->set_attribute(display_name, scalar(localized, UA_TYPES_LOCALIZEDTEXT));
-    EXPECT_THAT(asked(*node), ElementsAre(value));
+    EXPECT_EQ(asked(*node), attributes{value});
     EXPECT_EQ(node->browse_name(), "2:Temp");
     EXPECT_EQ(node->display_name(), "Temperature");
     EXPECT_EQ(node->description(), "");
@@ -69,55 +59,39 @@ TEST(variable_node, asks_for_what_it_does_not_know_and_always_for_its_value) {
 
 TEST(generic_node, has_no_value_to_ask_for_or_to_take) {
     const auto node = make_generic_node("ns=1;i=7");
-    EXPECT_THAT(asked(*node), ElementsAre(browse_name, display_name, description));
-    EXPECT_THROW(node->set_attribute(value, text("x")), exceptions::unsupported_attribute_type);
-    EXPECT_THROW(
-        node->set_attribute(attribute_id{1}, text("x")), exceptions::unsupported_attribute_type
-    );
+    EXPECT_EQ(asked(*node), (attributes{browse_name, display_name, description}));
+    for (const auto attribute : {value, attribute_id{1}}) {
+        EXPECT_THROW(
+            node->set_attribute(attribute, text("x")), exceptions::unsupported_attribute_type
+        );
+    }
     EXPECT_THROW(
         node->set_attribute(browse_name, scalar(UA_Int32{1}, UA_TYPES_INT32)),
         exceptions::data_type_mismatch
     );
-    EXPECT_THROW(static_cast<void>(node->browse_name()), exceptions::browse_name_not_set);
+    EXPECT_THROW(std::ignore = node->browse_name(), exceptions::browse_name_not_set);
 }
 
-struct integer_row {
-    std::string name;
-    std::function<ua_variant()> make;
-    std::int64_t expected;
-};
-
 TEST(integer_value, is_widened_as_its_type_says) {
-    constexpr auto int64_max = std::numeric_limits<std::int64_t>::max();
-    UA_EnumValueType enum_value{};
-    enum_value.value = -12;
-    const integer_row rows[] = {
-        {"SByte", [] { return scalar(UA_SByte{-128}, UA_TYPES_SBYTE); }, -128},
-        {"Byte", [] { return scalar(UA_Byte{255}, UA_TYPES_BYTE); }, 255},
-        {"Int16", [] { return scalar(UA_Int16{-32768}, UA_TYPES_INT16); }, -32768},
-        {"UInt16", [] { return scalar(UA_UInt16{65535}, UA_TYPES_UINT16); }, 65535},
-        {"Int32", [] { return scalar(UA_Int32{-5}, UA_TYPES_INT32); }, -5},
-        {"UInt32", [] { return scalar(UA_UInt32{4294967295U}, UA_TYPES_UINT32); }, 4294967295},
-        {"Int64", [] { return scalar(UA_Int64{-1}, UA_TYPES_INT64); }, -1},
-        {"UInt64 at the limit",
-         [] { return scalar(UA_UInt64{9223372036854775807U}, UA_TYPES_UINT64); },
-         int64_max},
-        {"DateTime 0", [] { return scalar(UA_DateTime{0}, UA_TYPES_DATETIME); }, 0},
-        {"DateTime just below a second",
-         [] { return scalar(UA_DateTime{9'999'999}, UA_TYPES_DATETIME); },
-         0},
-        {"DateTime one second",
-         [] { return scalar(UA_DateTime{10'000'000}, UA_TYPES_DATETIME); },
-         1},
-        {"DateTime before 1601",
-         [] { return scalar(UA_DateTime{-19'999'999}, UA_TYPES_DATETIME); },
-         -1},
-        {"EnumValueType", [&] { return scalar(enum_value, UA_TYPES_ENUMVALUETYPE); }, -12},
+    UA_EnumValueType enumerated{};
+    enumerated.value = -12;
+    std::pair<ua_variant, std::int64_t> rows[] = {
+        {scalar(UA_SByte{-128}, UA_TYPES_SBYTE), -128},
+        {scalar(UA_Byte{255}, UA_TYPES_BYTE), 255},
+        {scalar(UA_Int16{-32768}, UA_TYPES_INT16), -32768},
+        {scalar(UA_UInt16{65535}, UA_TYPES_UINT16), 65535},
+        {scalar(UA_Int32{-5}, UA_TYPES_INT32), -5},
+        {scalar(UA_UInt32{4294967295U}, UA_TYPES_UINT32), 4294967295},
+        {scalar(UA_Int64{-1}, UA_TYPES_INT64), -1},
+        {scalar(UA_UInt64{9223372036854775807U}, UA_TYPES_UINT64), 9223372036854775807},
+        {scalar(UA_DateTime{9'999'999}, UA_TYPES_DATETIME), 0}, // just below a second
+        {scalar(UA_DateTime{10'000'000}, UA_TYPES_DATETIME), 1},
+        {scalar(UA_DateTime{-19'999'999}, UA_TYPES_DATETIME), -1}, // before 1601
+        {scalar(enumerated, UA_TYPES_ENUMVALUETYPE), -12},
     };
-    for (const auto& [name, make, expected] : rows) {
-        SCOPED_TRACE(name);
-        const auto node = node_with(make());
-        EXPECT_EQ(node->data_type(), value_kind::integer);
+    for (auto& [content, expected] : rows) {
+        const auto node = node_with(std::move(content));
+        EXPECT_EQ(node->data_type(), value_kind::integer) << expected;
         EXPECT_EQ(node->value_as_int64(), expected);
     }
 }
@@ -132,66 +106,53 @@ TEST(values, of_the_other_kinds_are_given_as_they_are) {
     EXPECT_EQ(node_with(scalar(standard, UA_TYPES_QUALIFIEDNAME))->value_as_string(), "Server");
 }
 
-template <typename Error, typename Read>
-void expect_error(const Read& read, const std::string& expected_text = {}) {
-    try {
-        static_cast<void>(read());
-        ADD_FAILURE() << "nothing thrown";
-    } catch (const Error& error) {
-        if (!expected_text.empty()) {
-            EXPECT_EQ(error.what(), expected_text);
-        }
+TEST(integer_value, is_taken_where_the_node_id_points_or_the_reason_is_told) {
+    const auto three = [](std::size_t length = 3) {
+        const UA_Int32 numbers[]{10, 20, 30};
+        ua_variant variant;
+        UA_Variant_setArrayCopy(variant.out(), numbers, length, &UA_TYPES[UA_TYPES_INT32]);
+        return variant;
+    };
+    const auto one = [] { return scalar(UA_Int32{5}, UA_TYPES_INT32); };
+    const std::string not_scalar = exceptions::value_not_scalar{}.what();
+    const std::string outside = "Ostrel tried to access index ";
+    std::tuple<ua_variant, std::string, std::string> rows[] = {
+        {three(), "'ns=1;i=7'[0]", "10"},
+        {three(), "'ns=1;i=7'[2]", "30"},
+        {three(), "'ns=1;i=7'[3]", outside + "3 in an array with only 3 elements."},
+        {three(),
+         "'i=7'[9223372036854775807]",
+         outside + "9223372036854775807 in an array with only 3 elements."},
+        // There is no element 0 to read in an empty array, whatever the stack's pointer says.
+        {three(0), "'ns=1;i=7'[0]", outside + "0 in an array with only 0 elements."},
+        {three(0), "ns=1;i=7", not_scalar},
+        {three(), "ns=1;i=7", not_scalar},
+        {one(), "'ns=1;i=7'[0]", "5"},
+        {one(), "'ns=1;i=7'[1]", exceptions::not_an_array{}.what()},
+        {scalar(UA_UInt64{9223372036854775808U}, UA_TYPES_UINT64),
+         "i=7",
+         exceptions::value_overflow{}.what()},
+        {scalar(UA_Float{1}, UA_TYPES_FLOAT),
+         "i=7",
+         "DataType mismatch. The DataType of the value is (floatingpoint). The expected DataType "
+         "is (integer)."},
+        {scalar(UA_Guid{}, UA_TYPES_GUID), "i=7", exceptions::unsupported_data_type{}.what()},
+        {ua_variant{}, "i=7", exceptions::value_not_set{}.what()},
+    };
+    for (auto& row : rows) {
+        const auto node = node_with(std::move(std::get<0>(row)), std::get<1>(row));
+        std::string number;
+        const std::string error =
+            error_of([&] { number = std::to_string(node->value_as_int64()); });
+        EXPECT_EQ(number.empty() ? error : number, std::get<2>(row));
     }
-}
-
-TEST(values, that_cannot_be_given_say_why) {
-    const auto overflow = node_with(scalar(UA_UInt64{9223372036854775808U}, UA_TYPES_UINT64));
-    expect_error<exceptions::value_overflow>([&] { return overflow->value_as_int64(); });
-    const auto floating = node_with(scalar(UA_Float{1}, UA_TYPES_FLOAT));
-    expect_error<exceptions::data_type_mismatch>(
-        [&] { return floating->value_as_int64(); },
-        "DataType mismatch. The DataType of the value is (floatingpoint). The expected DataType is "
-        "(integer)."
-    );
     const auto guid = node_with(scalar(UA_Guid{}, UA_TYPES_GUID));
-    expect_error<exceptions::unsupported_data_type>([&] { return guid->value_as_string(); });
-    expect_error<exceptions::unsupported_data_type>([&] { return guid->data_type(); });
-    const auto fresh = make_readable_node("ns=1;i=7");
-    expect_error<exceptions::value_not_set>([&] { return fresh->value_as_bool(); });
-    expect_error<exceptions::value_not_set>([&] { return fresh->data_type(); });
-}
-
-TEST(array_access, follows_the_shape_of_the_value) {
-    const std::array<UA_Int32, 3> numbers{10, 20, 30};
-    const auto three = [&] { return array_of(numbers, UA_TYPES_INT32); };
-    const auto single = [] { return scalar(UA_Int32{5}, UA_TYPES_INT32); };
-    const auto empty = [] { return array_of(std::array<UA_Int32, 0>{}, UA_TYPES_INT32); };
-
-    EXPECT_EQ(node_with(three(), "'ns=1;i=7'[0]")->value_as_int64(), 10);
-    EXPECT_EQ(node_with(three(), "'ns=1;i=7'[2]")->value_as_int64(), 30);
-    EXPECT_EQ(node_with(single(), "'ns=1;i=7'[0]")->value_as_int64(), 5);
-    expect_error<exceptions::not_an_array>([&] {
-        return node_with(single(), "'ns=1;i=7'[1]")->value_as_int64();
-    });
-    expect_error<exceptions::index_out_of_bounds>(
-        [&] { return node_with(three(), "'ns=1;i=7'[3]")->value_as_int64(); },
-        "Ostrel tried to access index 3 in an array with only 3 elements."
-    );
-    expect_error<exceptions::index_out_of_bounds>([&] {
-        return node_with(three(), "'ns=1;i=7'[9223372036854775807]")->value_as_int64();
-    });
-    // There is no element 0 to read in an empty array, whatever the stack's pointer says.
-    expect_error<exceptions::index_out_of_bounds>([&] {
-        return node_with(empty(), "'ns=1;i=7'[0]")->value_as_int64();
-    });
-    expect_error<exceptions::value_not_scalar>([&] { return node_with(three())->value_as_int64(); }
-    );
-    expect_error<exceptions::value_not_scalar>([&] { return node_with(empty())->value_as_int64(); }
-    );
+    EXPECT_THROW(std::ignore = guid->data_type(), exceptions::unsupported_data_type);
+    EXPECT_THROW(std::ignore = make_readable_node("i=7")->data_type(), exceptions::value_not_set);
 }
 
 TEST(writeable_node, holds_the_value_as_the_type_it_was_given) {
-    const auto node = make_writeable_node("ns=1;i=7");
+    const auto node = make_writeable_node("i=7");
     const auto type_after = [&](const auto& content) {
         node->set_value(content);
         return node->value_to_write().type;
@@ -200,7 +161,65 @@ TEST(writeable_node, holds_the_value_as_the_type_it_was_given) {
     EXPECT_EQ(type_after(std::int64_t{42}), &UA_TYPES[UA_TYPES_INT64]);
     EXPECT_EQ(type_after(1.5), &UA_TYPES[UA_TYPES_DOUBLE]);
     EXPECT_EQ(type_after(std::string{"text"}), &UA_TYPES[UA_TYPES_STRING]);
-    EXPECT_EQ(element_as_string(node->value_to_write(), 0), "text");
+}
+
+TEST(array_node_id, is_read_with_either_quote) {
+    const std::tuple<std::string, std::string, std::int64_t> rows[] = {
+        {"'ns=1;s=test_one'[4]", "ns=1;s=test_one", 4},
+        {"\"ns=1;s=it's\"[0]", "ns=1;s=it's", 0},
+        {"'ns=1;s=a\"b'[1]", "ns=1;s=a\"b", 1},
+        {"'ns=1;s=a[3]'[012]", "ns=1;s=a[3]", 12},
+        {"'ns=1;s=a\nb'[1]", "ns=1;s=a\nb", 1},
+        {"'i=5'[9223372036854775807]", "i=5", 9223372036854775807},
+    };
+    for (const auto& [text, node, index] : rows) {
+        ASSERT_TRUE(is_array_node_id(text)) << text;
+        const array_element_id element = parse_array_node_id(text);
+        EXPECT_EQ(node_id_text(*element.node), node);
+        EXPECT_EQ(element.index, index) << text;
+    }
+}
+
+TEST(array_node_id, rejects_every_other_syntax_with_the_whole_text) {
+    const std::vector<std::string> rows[] = {
+        {"'a'[ 4]", "'a' [4]", "'a'[-1]", "'a'[+1]", "'a'[]", "'a'[4", "'a'[4]x", "'a'[1][2]"},
+        {"'a'", "''[1]", "'a\"[4]", "'", "\"", "'it's'[4]"},
+    };
+    for (const auto& texts : rows) {
+        for (const std::string& text : texts) {
+            const std::string error = error_of([&] { std::ignore = parse_array_node_id(text); });
+            EXPECT_EQ(error, exceptions::invalid_array_syntax{text}.what());
+        }
+    }
+}
+
+TEST(node_id, is_rejected_as_the_stack_does) {
+    const auto refusal = [](const std::string& text) {
+        return std::string{exceptions::failed_to_parse_node_id{text, "BadDecodingError"}.what()};
+    };
+    for (const std::string text : {"", " ns=1;i=5", " 'ns=1;i=5'[1]", "ns=1", "i=x", "\xff"}) {
+        EXPECT_FALSE(is_array_node_id(text)) << text;
+        EXPECT_EQ(error_of([&] { std::ignore = parse_node_id(text); }), refusal(text));
+    }
+    const auto array_error = [](const std::string& text) {
+        return error_of([&] { std::ignore = parse_array_node_id(text); });
+    };
+    EXPECT_EQ(array_error("'x'[1]"), "Failed to parse NodeID (x) because of (BadDecodingError).");
+    EXPECT_EQ(array_error("'i=5'[99999999999999999999]"), "stol");
+    const std::string mebibyte(1U << 20U, 'x'); // needs no stack
+    EXPECT_EQ(array_error("'" + mebibyte + "'[1]"), refusal(mebibyte));
+}
+
+TEST(node_id, ends_at_a_zero_byte_and_has_an_identifier_without_namespace) {
+    EXPECT_EQ(node_id_text(*parse_node_id(std::string{"i=5\0junk", 8})), "i=5");
+    EXPECT_EQ(identifier_text(*parse_node_id("ns=3;i=2256")), "i=2256");
+    EXPECT_EQ(identifier_text(*parse_node_id("ns=2;s=x;y=z")), "s=x;y=z");
+    for (const char* text : {"ns=1;g=09087e75-8e5e-499b-954f-f2a9603db28a", "ns=1;b=aGVsbG8="}) {
+        EXPECT_THROW(
+            std::ignore = identifier_text(*parse_node_id(text)),
+            exceptions::unsupported_identifier_type
+        );
+    }
 }
 
 } // namespace
