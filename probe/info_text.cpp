@@ -1,6 +1,7 @@
 #include "probe/info_text.hpp"
 
 #include "probe/setting_fold.hpp"
+#include "probe/state_cell.hpp"
 #include "probe/table.hpp"
 #include "probe/terminal_text.hpp"
 
@@ -100,20 +101,6 @@ sensor_text(const sensor_description& sensor, std::size_t indent, const page& on
     return heading("Checks", on) + lines.render(on.colours) + "\n";
 }
 
-[[nodiscard]] cell state_cell(channel_state state) {
-    switch (state) {
-    case channel_state::none:
-        break;
-    case channel_state::ok:
-        return {"ok", colour::green};
-    case channel_state::warning:
-        return {"warning", colour::yellow};
-    case channel_state::error:
-        return {"error", colour::red};
-    }
-    return {"none"};
-}
-
 [[nodiscard]] std::string lookups_text(const module_document& document, const page& on) {
     table lines{{{"lookup"}, {"value", alignment::right}, {"text"}, {"state"}}};
     for (const lookup_description& lookup : document.lookups()) {
@@ -122,7 +109,7 @@ sensor_text(const sensor_description& sensor, std::size_t indent, const page& on
                 {{fit(lookup.name, name_columns)},
                  {std::to_string(value)},
                  {fit(meaning.text, name_columns)},
-                 state_cell(meaning.state)}
+                 meaning.state == channel_state::none ? cell{"none"} : state_cell(meaning.state)}
             );
         }
     }

@@ -1,5 +1,6 @@
 #include "probe/scan_table.hpp"
 
+#include "probe/state_cell.hpp"
 #include "probe/table.hpp"
 #include "probe/terminal_text.hpp"
 
@@ -32,20 +33,6 @@ constexpr std::size_t unit_columns = 16;
         line += " (error code " + std::to_string(result.error_code) + ")";
     }
     return line;
-}
-
-[[nodiscard]] cell state_cell(channel_state state) {
-    switch (state) {
-    case channel_state::none:
-        break;
-    case channel_state::ok:
-        return {"ok", colour::green};
-    case channel_state::warning:
-        return {"warning", colour::yellow};
-    case channel_state::error:
-        return {"error", colour::red};
-    }
-    return {};
 }
 
 } // namespace
