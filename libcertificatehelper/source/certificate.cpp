@@ -6,6 +6,7 @@
 #include "libcertificatehelper/source/extensions.hpp"
 #include "libcertificatehelper/source/keys.hpp"
 #include "libcertificatehelper/source/openssl_error.hpp"
+#include "libcertificatehelper/source/times.hpp"
 
 #include <algorithm>
 #include <array>
@@ -40,6 +41,19 @@ std::string lower_case_hexadecimal(std::span<const unsigned char> bytes) {
         text.push_back(digits[byte & 0xFU]);
     }
     return text;
+}
+
+template <std::size_t Size>
+std::string hash_text(const X509& x509, const EVP_MD* algorithm) {
+    const error_scope scope;
+    std::array<unsigned char, Size> hash{};
+    unsigned int size = 0;
+    X509_digest(&x509, algorithm, hash.data(), &size);
+    if (size != hash.size()) {
+        // This order of the two lengths is the one that translations and their users know.
+        throw exceptions::wrong_hash_length{std::to_string(hash.size()), std::to_string(size)};
+    }
+    return lower_case_hexadecimal(hash);
 }
 
 } // namespace
@@ -122,16 +136,11 @@ bool certificate::is_self_signed() const {
 }
 
 std::string certificate::get_thumbprint() const {
-    constexpr std::size_t sha1_size = 20;
-    const error_scope scope;
-    std::array<unsigned char, sha1_size> hash{};
-    unsigned int size = 0;
-    X509_digest(x509_.get(), EVP_sha1(), hash.data(), &size);
-    if (size != hash.size()) {
-        // This order of the two lengths is the one that translations and their users know.
-        throw exceptions::wrong_hash_length{std::to_string(hash.size()), std::to_string(size)};
-    }
-    return lower_case_hexadecimal(hash);
+    return hash_text<20>(*x509_, EVP_sha1());
+}
+
+std::string certificate::get_sha256_thumbprint() const {
+    return hash_text<32>(*x509_, EVP_sha256());
 }
 
 std::int32_t certificate::get_signature_length() const {
@@ -163,6 +172,16 @@ std::int32_t certificate::get_days_until_expiry(time_point now) const {
         return 0;
     }
     return days;
+}
+
+std::optional<std::chrono::sys_seconds> certificate::get_not_before() const {
+    const error_scope scope;
+    return utc_seconds(X509_get0_notBefore(x509_.get()));
+}
+
+std::optional<std::chrono::sys_seconds> certificate::get_not_after() const {
+    const error_scope scope;
+    return utc_seconds(X509_get0_notAfter(x509_.get()));
 }
 
 bool certificate::supports_data_encipherment() const {

@@ -29,10 +29,13 @@ class certificate final : public certificate_interface {
     [[nodiscard]] std::vector<std::string> get_application_uris() const override;
     [[nodiscard]] bool is_self_signed() const override;
     [[nodiscard]] std::string get_thumbprint() const override;
+    [[nodiscard]] std::string get_sha256_thumbprint() const override;
     [[nodiscard]] std::int32_t get_signature_length() const override;
     [[nodiscard]] std::int32_t get_public_key_length() const override;
     [[nodiscard]] key_type get_public_key_type() const override;
     [[nodiscard]] std::int32_t get_days_until_expiry(time_point now) const override;
+    [[nodiscard]] std::optional<std::chrono::sys_seconds> get_not_before() const override;
+    [[nodiscard]] std::optional<std::chrono::sys_seconds> get_not_after() const override;
     [[nodiscard]] bool supports_data_encipherment() const override;
     [[nodiscard]] std::vector<std::string> get_crl_distribution_points() const override;
     [[nodiscard]] bool verify_signature(const certificate_interface& issuer) const override;

@@ -3,8 +3,8 @@
 #include "libcertificatehelper/source/decoding.hpp"
 #include "libcertificatehelper/source/encoding.hpp"
 #include "libcertificatehelper/source/openssl_error.hpp"
+#include "libcertificatehelper/source/times.hpp"
 
-#include <ctime>
 #include <utility>
 
 namespace tarvik::monitoring_modules::libcertificatehelper {
@@ -12,23 +12,17 @@ namespace tarvik::monitoring_modules::libcertificatehelper {
 namespace {
 
 time_point to_time_point(const ASN1_TIME* time) {
-    using std::chrono::seconds;
-    std::tm parts{};
-    // Without the check for null OpenSSL would give the current time.
-    if (time == nullptr || ASN1_TIME_to_tm(time, &parts) != 1) {
+    const auto point = utc_seconds(time);
+    if (!point) {
         return {};
     }
-    const seconds since_epoch{timegm(&parts)};
-    const auto in_seconds = [](time_point point) {
-        return std::chrono::duration_cast<seconds>(point.time_since_epoch());
-    };
-    if (since_epoch > in_seconds(time_point::max())) {
+    if (*point > std::chrono::floor<std::chrono::seconds>(time_point::max())) {
         return time_point::max();
     }
-    if (since_epoch < in_seconds(time_point::min())) {
+    if (*point < std::chrono::ceil<std::chrono::seconds>(time_point::min())) {
         return time_point::min();
     }
-    return time_point{since_epoch};
+    return *point;
 }
 
 } // namespace

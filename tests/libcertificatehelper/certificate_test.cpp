@@ -103,12 +103,18 @@ TEST(certificate, describes_its_key_signature_and_bytes) {
         EXPECT_EQ(certificate->get_public_key_length(), bits);
         EXPECT_EQ(certificate->get_signature_length(), signature_length);
         EXPECT_EQ(certificate->to_der(), der);
-        unsigned char hash[EVP_MAX_MD_SIZE];
-        char text[41];
-        EVP_Digest(der.data(), der.size(), hash, nullptr, EVP_sha1(), nullptr);
-        OPENSSL_buf2hexstr_ex(text, sizeof text, nullptr, hash, 20, '\0');
-        EXPECT_THAT(certificate->get_thumbprint(), testing::StrCaseEq(text));
+        const auto hash_of = [&der = der](const EVP_MD* algorithm, std::size_t size) {
+            unsigned char hash[EVP_MAX_MD_SIZE];
+            char text[2 * EVP_MAX_MD_SIZE + 1];
+            EVP_Digest(der.data(), der.size(), hash, nullptr, algorithm, nullptr);
+            OPENSSL_buf2hexstr_ex(text, sizeof text, nullptr, hash, size, '\0');
+            return std::string{text};
+        };
+        EXPECT_THAT(certificate->get_thumbprint(), testing::StrCaseEq(hash_of(EVP_sha1(), 20)));
         EXPECT_THAT(certificate->get_thumbprint(), testing::Not(testing::ContainsRegex("[A-F]")));
+        EXPECT_THAT(
+            certificate->get_sha256_thumbprint(), testing::StrCaseEq(hash_of(EVP_sha256(), 32))
+        );
         EXPECT_EQ(ERR_peek_error(), 0U);
     }
 }
@@ -135,6 +141,11 @@ TEST(certificate, counts_whole_days_until_expiry) {
     }
     const auto timeless = load(replaced(der, "330518033320Z", "33051803332XZ"));
     EXPECT_EQ(timeless->get_days_until_expiry(time_point{}), 0);
+    EXPECT_EQ(timeless->get_not_after(), std::nullopt);
+    const sys_seconds year_9999{253'402'300'799s};
+    const auto endless = make({.not_before = end, .not_after = year_9999});
+    EXPECT_EQ(endless->get_not_before(), end);
+    EXPECT_EQ(endless->get_not_after(), year_9999);
 }
 
 TEST(certificate, reads_key_usage_and_distribution_points) {

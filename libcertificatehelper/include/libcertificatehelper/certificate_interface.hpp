@@ -8,8 +8,10 @@
 #include "libcertificatehelper/bytes.hpp"
 #include "libcertificatehelper/key_interface.hpp"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -59,6 +61,10 @@ class certificate_interface {
     /// @throws exceptions::wrong_hash_length when OpenSSL yields no SHA-1 hash.
     [[nodiscard]] virtual std::string get_thumbprint() const = 0;
 
+    /// SHA-256 of the DER form as 64 lower-case hexadecimal digits.
+    /// @throws exceptions::wrong_hash_length when OpenSSL yields no SHA-256 hash.
+    [[nodiscard]] virtual std::string get_sha256_thumbprint() const = 0;
+
     /// Length of the signature in bytes.
     [[nodiscard]] virtual std::int32_t get_signature_length() const = 0;
 
@@ -70,6 +76,10 @@ class certificate_interface {
     /// Whole days from `now` until the certificate expires: 0 on the last day, negative afterwards
     /// (-1 one day after the end); 0 as well when the certificate's end is no valid time.
     [[nodiscard]] virtual std::int32_t get_days_until_expiry(time_point now) const = 0;
+
+    /// The first and the last moment of the validity; nothing for what is no valid time.
+    [[nodiscard]] virtual std::optional<std::chrono::sys_seconds> get_not_before() const = 0;
+    [[nodiscard]] virtual std::optional<std::chrono::sys_seconds> get_not_after() const = 0;
 
     /// Whether the key usage allows the encryption of data; false without a key usage.
     [[nodiscard]] virtual bool supports_data_encipherment() const = 0;
