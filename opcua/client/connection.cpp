@@ -2,6 +2,7 @@
 
 #include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/client/client_configuration.hpp"
+#include "opcua/client/endpoint_list.hpp"
 #include "opcua/status_text.hpp"
 
 namespace tarvik::monitoring_modules::opcua {
@@ -47,6 +48,7 @@ UA_Client* connection::ensure() {
     if (status != UA_STATUSCODE_GOOD) {
         throw exceptions::opcua_connection_failed{status_name(status)};
     }
+    liblog::write(&log_, severity::info, "Session opened: ", url_);
     client_ = std::move(client);
     connected_at_ = clock::now();
     last_used_ = connected_at_;
@@ -66,39 +68,15 @@ ua_endpoint_description connection::find_endpoint() {
     liblog::write(&log_, severity::debug, "Fetching endpoints from server.");
     const auto client = make_configured_client(settings_, certificates_, own_pair_, log_);
     const endpoint_requirements requirements = requirements_of(client->config());
-    const ua_get_endpoints_response response = fetch_endpoints(*client);
+    const ua_get_endpoints_response response =
+        fetch_endpoints(*client, url_, time_out_of(settings_));
+    if (const UA_StatusCode status = response->responseHeader.serviceResult;
+        status != UA_STATUSCODE_GOOD) {
+        throw exceptions::opcua_discovery_failed{std::to_string(status)};
+    }
     const auto endpoints = elements(response->endpoints, response->endpointsSize);
     liblog::write(&log_, severity::debug, "Server has ", endpoints.size(), " endpoints.");
     return find_matching_endpoint(endpoints, requirements, &log_);
-}
-
-ua_get_endpoints_response connection::fetch_endpoints(ua_client& client) const {
-    // With an endpoint given, the stack opens just that channel instead of choosing one by the
-    // configured security.
-    UA_ClientConfig& config = client.config();
-    assign(config.endpoint.endpointUrl, url_);
-    assign(config.endpoint.securityPolicyUri, "http://opcfoundation.org/UA/SecurityPolicy#None");
-    config.endpoint.securityMode = UA_MESSAGESECURITYMODE_NONE;
-
-    UA_StatusCode status =
-        client.connect(url_, time_out_of(settings_), ua_client::until::channel_open);
-    ua_get_endpoints_response response;
-    if (status == UA_STATUSCODE_GOOD) {
-        UA_GetEndpointsRequest request{};
-        request.endpointUrl = borrowed(url_);
-        __UA_Client_Service(
-            client.get(),
-            &request,
-            &UA_TYPES[UA_TYPES_GETENDPOINTSREQUEST],
-            response.out(),
-            ua_get_endpoints_response::type()
-        );
-        status = response->responseHeader.serviceResult;
-    }
-    if (status != UA_STATUSCODE_GOOD) {
-        throw exceptions::opcua_discovery_failed{std::to_string(status)};
-    }
-    return response;
 }
 
 } // namespace tarvik::monitoring_modules::opcua

@@ -65,7 +65,6 @@ class connection {
     using clock = std::chrono::steady_clock;
 
     [[nodiscard]] bool can_be_relied_upon() const noexcept;
-    [[nodiscard]] ua_get_endpoints_response fetch_endpoints(ua_client& client) const;
 
     const client_settings& settings_;
     libcertificatehelper::allocator& certificates_;

@@ -1,11 +1,11 @@
 #include "opcua/client/endpoint_selection.hpp"
 
 #include "common/catalogue/opcua_exceptions.hpp"
+#include "opcua/enum_number.hpp"
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <cstring>
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -23,16 +23,6 @@ constexpr std::string_view ua_tcp_binary =
 constexpr std::array<std::string_view, 3> security_mode_names{"None", "Sign", "SignAndEncrypt"};
 constexpr std::array<std::string_view, 4> token_type_names{
     "Anonymous", "UserName", "Certificate", "IssuedToken"};
-
-/// The number behind an enumeration of the stack, which may be any that a server sent: it is copied
-/// rather than read, since a value outside the enumeration must not be read as one.
-template <typename Enum>
-std::int32_t number_of(const Enum& value) {
-    static_assert(sizeof(Enum) == sizeof(std::int32_t));
-    std::int32_t number = 0;
-    std::memcpy(&number, &value, sizeof number);
-    return number;
-}
 
 // Both names are looked up with a checked access: a number outside the enumeration ends the whole
 // selection, because a server that sends it does not speak the protocol.
