@@ -1,11 +1,12 @@
 // opcua_bench [--pin] [--smoke] [Google Benchmark's options]
 //
 // --pin    client and server on one core, which takes the scheduler out of the figures; without the
-//          fleet, whose question is about threads
+//          fleet, whose question is about threads, and the exporter
 // --smoke  shortest run: shows that the benchmarks work, the figures mean nothing
 
 #include "bench/bench_host.hpp"
 #include "bench/connect_bench.hpp"
+#include "bench/exporter_bench.hpp"
 #include "bench/fleet_bench.hpp"
 #include "bench/memory_report.hpp"
 #include "bench/report.hpp"
@@ -31,6 +32,15 @@ constexpr tarvik::bench::fleet_size small_fleet{
     .rounds = 3,
     .window = std::chrono::milliseconds{200},
     .longest_freeze = std::chrono::milliseconds{500},
+};
+
+constexpr tarvik::bench::exporter_size small_exporter{
+    .servers = 2,
+    .sensors = 4,
+    .interval = std::chrono::seconds{1},
+    .warm_up = std::chrono::seconds{3},
+    .window = std::chrono::seconds{1},
+    .series = 40,
 };
 
 } // namespace
@@ -82,6 +92,10 @@ int main(int argc, char** argv) {
         good =
             tarvik::bench::print_fleet(farm, smoke ? small_fleet : tarvik::bench::fleet_size{}) &&
             good;
+        good = tarvik::bench::print_exporter(
+                   farm, smoke ? small_exporter : tarvik::bench::exporter_size{}
+               ) &&
+               good;
     }
     return good ? 0 : 1;
 }

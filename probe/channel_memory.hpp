@@ -42,6 +42,11 @@ class channel_memory final {
     [[nodiscard]] std::vector<channel_view>
     take(const scan_result& result, std::chrono::steady_clock::time_point when);
 
+    /// @return what is known of the channels, by their ids
+    [[nodiscard]] const std::map<std::int64_t, channel_definition>& definitions() const noexcept {
+        return definitions_;
+    }
+
   private:
     struct sample {
         channel_number value;

@@ -11,6 +11,8 @@ inline constexpr const char* general_footer = R"(
 Examples:
   opcua-probe demo
   opcua-probe info custom_sensor --language de
+  opcua-probe browse --host 192.0.2.7 --match temperature
+  opcua-probe endpoints --host 192.0.2.7
   opcua-probe check connection --host 192.0.2.7
   opcua-probe scan custom_sensor --host 192.0.2.7 --channel 'ns=2;s=Boiler.Temperature' --unit 1=°C
   opcua-probe notify --host 192.0.2.7 --target 'ns=2;s=Lamp.Text' --type String --message 'Door open'
@@ -19,12 +21,13 @@ Examples:
 Exit codes:
   0   ok
   1   a scan delivered a warning
-  2   a scan delivered an error, a check answered no, or a value was not written
+  2   a scan delivered an error, a check answered no, a value was not written, or a server could not be browsed
   3   the module refused or failed a call, or sent something unusable
   64  the command line is wrong, or a file that it names cannot be read
   70  the module or the simulator could not be loaded or started
   74  standard output could not be written
   130, 143  ended by Ctrl-C or SIGTERM, cleaned up; a second Ctrl-C ends at once
+With scan --format plugin: 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN, and nothing else; -V always ends with 3.
 Of several scans the worst one counts. States of channels (limits, lookups) are shown, but do not count.
 
 Languages:
@@ -71,6 +74,23 @@ Examples:
   opcua-probe scan certificate_sensor --host plc.example --format json
   opcua-probe scan custom_sensor --host plc.example --channel i=2258 \
       --security-mode sign_encrypt --client-certificate client.pem --client-key client.key)";
+
+inline constexpr const char* plugin_footer = R"(
+
+Monitoring plugin (--format plugin):
+  One short line with the state, performance data behind "|", then one line for each channel. Exit code 0 OK, 1 WARNING,
+  2 CRITICAL, 3 UNKNOWN (also for --help and --version here).
+  -w 80 -c '10:90'               ranges for the only channel: up to 80; from 10 to 90
+  -w 'Boiler=70:' -c '3=@5:6'    by the channel's name or number: from 70 on; not from 5 to 6; "~:5" is up to 5
+  A range replaces the module's own limit and lookup state of that level. For counters (channels whose growth counts)
+  it is about the growth per second: such a sensor is scanned twice, 1 s apart (--interval).
+  Faults in settings, such as an unknown NodeID, are UNKNOWN; a server that cannot be reached is CRITICAL
+  (--unreachable), and so are its own faults.
+
+Examples:
+  opcua-probe scan certificate_sensor --format plugin -H plc.example
+  opcua-probe scan custom_sensor --format plugin -H plc.example -t 15 \
+      --channel 'Boiler=ns=2;s=Boiler.Temperature' --unit 1=°C -w 'Boiler=80' -c 'Boiler=90')";
 
 inline constexpr const char* notify_footer = R"(
 

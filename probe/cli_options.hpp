@@ -2,6 +2,7 @@
 // What a command line asks for.
 
 #include "probe/channel_argument.hpp"
+#include "probe/probe_error.hpp"
 
 #include <cstdint>
 #include <optional>
@@ -32,7 +33,16 @@ struct log_arguments {
     bool logging = false;              ///< the sensor writes its own lines, too
 };
 
-enum class output_format { table, json };
+enum class output_format { table, json, plugin };
+
+/// What only the plugin format has.
+struct plugin_options {
+    std::vector<std::string> warning;     ///< [CHANNEL=]RANGE, not yet checked
+    std::vector<std::string> critical;    ///< the same
+    double timeout = 10;                  ///< seconds
+    std::string unreachable = "critical"; ///< or "unknown"
+    int verbosity = 0;                    ///< how often -v stands there
+};
 
 struct scan_options {
     std::string kind;
@@ -43,6 +53,7 @@ struct scan_options {
     std::optional<std::uint32_t> count;     ///< nothing: until interrupted
     output_format format = output_format::table;
     log_arguments log;
+    plugin_options plugin;
 };
 
 struct check_options {
@@ -73,17 +84,48 @@ struct demo_options {
     log_arguments log;
 };
 
+struct browse_options {
+    connection_arguments connection;
+    std::string node = "i=85";          ///< where to begin; not yet checked
+    std::optional<std::uint32_t> depth; ///< levels below it; nothing: all
+    std::uint32_t limit = 10'000;       ///< nodes to look at
+    std::string match;                  ///< part of a name or node id; empty: all nodes
+    std::uint32_t timeout = 5;          ///< seconds, for connecting and for each request
+    output_format format = output_format::table;
+};
+
+struct endpoints_options {
+    connection_arguments connection;
+    std::uint32_t timeout = 5; ///< seconds, for connecting and for the request
+    output_format format = output_format::table;
+};
+
+struct serve_options {
+    std::string config;         ///< path
+    bool check_only = false;    ///< of the configuration
+    std::int32_t log_level = 4; ///< highest severity of lines on standard error
+};
+
 /// Nothing to do but to show a text: help or version.
 struct shown_text {
     std::string text;
+    exit_code code = exit_code::ok;
 };
 
 struct command_line {
     std::string module;          ///< path; empty: to be found
     std::string language = "en"; ///< of the module's texts; not yet checked
-    std::
-        variant<shown_text, scan_options, check_options, notify_options, info_options, demo_options>
-            command;
+    std::variant<
+        shown_text,
+        scan_options,
+        check_options,
+        notify_options,
+        info_options,
+        demo_options,
+        browse_options,
+        endpoints_options,
+        serve_options>
+        command;
 };
 
 /// @throws probe_error (usage)

@@ -1,10 +1,10 @@
+#include "probe/cli_parser.hpp"
+
 #include "probe/cli_help.hpp"
-#include "probe/cli_options.hpp"
-#include "probe/cli_shared_options.hpp"
 #include "probe/probe_error.hpp"
 
-#include <cmath>
 #include <sstream>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
@@ -12,54 +12,9 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-/// As they stand on the command line, for what CLI11 does not check.
-struct raw_arguments {
-    std::vector<std::string> channels;
-    std::vector<std::string> units;
-    std::vector<std::string> scales;
-    std::uint32_t count = 1;
-    std::string check_kind;
-    output_arguments output;
-    CLI::Option* count_option = nullptr;
-    CLI::Option* interval_option = nullptr;
-    bool json = false;
-};
+using any_command = decltype(command_line::command);
 
-void add_scan(CLI::App& program, scan_options& scan, raw_arguments& raw) {
-    CLI::App& command = *program.add_subcommand("scan", "Create a sensor and scan it");
-    command
-        .add_option(
-            "kind",
-            scan.kind,
-            "Sensor kind, such as custom_sensor; opcua-probe info lists all of them"
-        )
-        ->required()
-        ->type_name("KIND");
-    add_connection_options(command, scan.connection);
-    add_repeatable(
-        command, "--channel", raw.channels, "A node to read, up to 10 times", "[NAME=]NODEID"
-    );
-    add_repeatable(command, "--unit", raw.units, "Unit of the N-th channel", "N=TEXT");
-    add_repeatable(command, "--scale", raw.scales, "Scale factor of the N-th channel", "N=FACTOR");
-    command
-        .add_option(
-            "--message-node", scan.message_node, "Node whose text is shown as the sensor message"
-        )
-        ->type_name("NODEID");
-    raw.interval_option =
-        command
-            .add_option(
-                "--interval", scan.interval, "From one scan to the next, without --count endless"
-            )
-            ->check(CLI::Range(0.01, 1e6))
-            ->type_name("SECONDS");
-    raw.count_option = command.add_option("--count", raw.count, "Number of scans; default: 1")
-                           ->check(CLI::Range(1, 1'000'000'000))
-                           ->type_name("N");
-    add_output_options(command, raw.output, show_lines);
-    add_logging_option(command, scan.log);
-    command.footer(std::string{settings_help} + scan_footer);
-}
+constexpr const char* version = "opcua-probe " PROBE_VERSION;
 
 void add_check(CLI::App& program, check_options& check, raw_arguments& raw) {
     CLI::App& command = *program.add_subcommand("check", "Run a check and show why it fails");
@@ -125,25 +80,6 @@ void add_demo(CLI::App& program, demo_options& demo, raw_arguments& raw) {
     add_logging_option(command, demo.log);
 }
 
-void complete(scan_options& scan, const raw_arguments& raw) {
-    scan.channels = parse_channels(raw.channels, raw.units, raw.scales);
-    const bool custom = scan.kind == "custom_sensor";
-    if (!custom && (!scan.channels.empty() || !scan.message_node.empty())) {
-        throw probe_error{
-            exit_code::usage, "Only a custom_sensor has --channel and --message-node"};
-    }
-    const bool given_by_key = !scan.connection.raw.empty() || !scan.connection.raw_files.empty();
-    if (custom && scan.channels.empty() && !given_by_key) {
-        throw probe_error{exit_code::usage, "A custom_sensor needs at least one --channel"};
-    }
-    if (!std::isfinite(scan.interval)) { // which a range check lets through
-        throw probe_error{exit_code::usage, "--interval: expected a number of seconds"};
-    }
-    if (raw.interval_option->count() == 0 || raw.count_option->count() != 0) {
-        scan.count = raw.count;
-    }
-}
-
 /// The module takes any text but "True" for false, which nobody means who types "true".
 void check_value(const notify_options& notify) {
     if (notify.type == "Boolean" && notify.message != "True" && notify.message != "False") {
@@ -153,11 +89,19 @@ void check_value(const notify_options& notify) {
 }
 
 /// What stands before or behind any command.
-void add_general_options(CLI::App& program, command_line& line) {
+void add_general_options(CLI::App& program, command_line& line, raw_arguments& raw) {
     program.fallthrough();
     program.require_subcommand(1);
     program.footer(general_footer);
-    program.set_version_flag("--version", "opcua-probe " PROBE_VERSION);
+    program.set_version_flag("--version", version);
+    program.add_flag_callback(
+        "-V",
+        [&raw] {
+            raw.plugin_version = true;
+            throw CLI::CallForVersion{version, CLI::ExitCodes::Success};
+        },
+        "The same with exit code 3, as plugins do"
+    );
     program
         .add_option(
             "--module", line.module, "Path of libOPCUA.so; default: ../lib beside this program"
@@ -173,23 +117,63 @@ void add_general_options(CLI::App& program, command_line& line) {
         ->capture_default_str();
 }
 
+/// @return what was asked for, of a command line that is well-formed
+[[nodiscard]] any_command chosen_command(const CLI::App& program, given_arguments& given) {
+    const raw_arguments& raw = given.raw;
+    const output_format format = raw.json ? output_format::json : format_of(raw.output);
+    const auto choose = [&](auto& options) -> any_command {
+        options.format = format;
+        options.log.level = parse_level(raw.output.log_level);
+        return std::move(options);
+    };
+    if (program.got_subcommand("scan")) {
+        return complete(std::move(given.scan));
+    }
+    if (program.got_subcommand("check")) {
+        given.check.kind =
+            raw.check_kind == "connection" ? "connection_check" : "endpoint_validation_check";
+        return choose(given.check);
+    }
+    if (program.got_subcommand("notify")) {
+        check_value(given.notify);
+        return choose(given.notify);
+    }
+    if (program.got_subcommand("info")) {
+        given.info.format = format;
+        return std::move(given.info);
+    }
+    if (program.got_subcommand("browse")) {
+        return complete(std::move(given.browse));
+    }
+    if (program.got_subcommand("endpoints")) {
+        return complete(std::move(given.endpoints));
+    }
+    if (program.got_subcommand("serve")) {
+        return complete(std::move(given.serve));
+    }
+    return choose(given.demo);
+}
+
 } // namespace
 
+void define_command_line(CLI::App& program, given_arguments& to) {
+    program.description(description);
+    program.name("opcua-probe");
+    add_general_options(program, to.line, to.raw);
+    add_scan(program, to.scan);
+    add_check(program, to.check, to.raw);
+    add_notify(program, to.notify, to.raw);
+    add_info(program, to.info, to.raw);
+    add_demo(program, to.demo, to.raw);
+    add_browse(program, to.browse);
+    add_endpoints(program, to.endpoints);
+    add_serve(program, to.serve);
+}
+
 command_line parse_command_line(int count, const char* const* arguments) {
-    command_line result;
-    raw_arguments raw;
-    scan_options scan;
-    check_options check;
-    notify_options notify;
-    info_options info;
-    demo_options demo;
-    CLI::App program{description, "opcua-probe"};
-    add_general_options(program, result);
-    add_scan(program, scan, raw);
-    add_check(program, check, raw);
-    add_notify(program, notify, raw);
-    add_info(program, info, raw);
-    add_demo(program, demo, raw);
+    given_arguments given;
+    CLI::App program;
+    define_command_line(program, given);
     try {
         program.parse(count, arguments);
     } catch (const CLI::ParseError& error) {
@@ -198,33 +182,12 @@ command_line parse_command_line(int count, const char* const* arguments) {
         if (program.exit(error, text, problem) != 0) {
             throw probe_error{exit_code::usage, error.what()};
         }
-        result.command = shown_text{text.str()};
-        return result;
+        given.line.command = shown_text{
+            text.str(), given.raw.plugin_version ? exit_code::call_failed : exit_code::ok};
+        return std::move(given.line);
     }
-    const bool json = raw.json || raw.output.format == "json";
-    const output_format format = json ? output_format::json : output_format::table;
-    const auto choose = [&](auto& options) {
-        options.format = format;
-        options.log.level = parse_level(raw.output.log_level);
-        result.command = std::move(options);
-    };
-    if (program.got_subcommand("scan")) {
-        complete(scan, raw);
-        choose(scan);
-    } else if (program.got_subcommand("check")) {
-        check.kind =
-            raw.check_kind == "connection" ? "connection_check" : "endpoint_validation_check";
-        choose(check);
-    } else if (program.got_subcommand("notify")) {
-        check_value(notify);
-        choose(notify);
-    } else if (program.got_subcommand("info")) {
-        info.format = format;
-        result.command = std::move(info);
-    } else {
-        choose(demo);
-    }
-    return result;
+    given.line.command = chosen_command(program, given);
+    return std::move(given.line);
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -48,13 +48,14 @@ void add_repeatable(
 }
 
 void add_connection_options(CLI::App& command, connection_arguments& to) {
-    command.add_option("--host", to.host, "Name or address of the server")
+    command.add_option("-H,--host", to.host, "Name or address of the server")
         ->required()
         ->type_name("HOST");
-    command.add_option("--port", to.port, "Port of the server")
+    command.add_option("-p,--port", to.port, "Port of the server")
         ->check(CLI::Range(1, 65535))
         ->capture_default_str();
-    command.add_option("--path", to.path, "Path of the server, if it has one")->type_name("PATH");
+    command.add_option("--path", to.path, "Path of the server, if it has one")
+        ->type_name("URLPATH");
     CLI::Option* const user =
         command.add_option("--user", to.user, "User name; default: anonymous")->type_name("USER");
     command
@@ -76,14 +77,27 @@ void add_connection_options(CLI::App& command, connection_arguments& to) {
     );
 }
 
-CLI::Option* add_format_option(CLI::App& command, output_arguments& to) {
+CLI::Option* add_format_option(
+    CLI::App& command, output_arguments& to, const std::vector<std::string>& formats
+) {
     return command.add_option("--format", to.format, "json: one object in each line")
-        ->check(CLI::IsMember({"table", "json"}))
+        ->check(CLI::IsMember(formats))
         ->capture_default_str();
 }
 
-void add_output_options(CLI::App& command, output_arguments& to, const std::string& log_help) {
-    add_format_option(command, to);
+output_format format_of(const output_arguments& given) {
+    return given.format == "json"     ? output_format::json
+           : given.format == "plugin" ? output_format::plugin
+                                      : output_format::table;
+}
+
+void add_output_options(
+    CLI::App& command,
+    output_arguments& to,
+    const std::string& log_help,
+    const std::vector<std::string>& formats
+) {
+    add_format_option(command, to, formats);
     command
         .add_option(
             "--log-level", to.log_level, log_help + "error, warning, info, debug, or 0 to 7"

@@ -36,11 +36,23 @@ void add_repeatable(
 /// Where the server is, security, user, and any setting by its key.
 void add_connection_options(CLI::App& command, connection_arguments& to);
 
-/// Table or JSON.
-CLI::Option* add_format_option(CLI::App& command, output_arguments& to);
+/// Table or JSON, or what else the command offers.
+CLI::Option* add_format_option(
+    CLI::App& command,
+    output_arguments& to,
+    const std::vector<std::string>& formats = {"table", "json"}
+);
+
+/// @param given with one of the formats
+[[nodiscard]] output_format format_of(const output_arguments& given);
 
 /// The format, and which log lines are wanted.
-void add_output_options(CLI::App& command, output_arguments& to, const std::string& log_help);
+void add_output_options(
+    CLI::App& command,
+    output_arguments& to,
+    const std::string& log_help,
+    const std::vector<std::string>& formats = {"table", "json"}
+);
 void add_logging_option(CLI::App& command, log_arguments& to);
 
 /// @param text of --log-level; empty: not given

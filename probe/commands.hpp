@@ -39,6 +39,11 @@ struct module_step {
 
 [[nodiscard]] exit_code run_demo(const command_context& context, const demo_options& options);
 
+/// These two work without the module; they stand in address_space/.
+[[nodiscard]] exit_code run_browse(const command_context& context, const browse_options& options);
+[[nodiscard]] exit_code
+run_endpoints(const command_context& context, const endpoints_options& options);
+
 /// @return "waiting for 192.0.2.7:4840"
 [[nodiscard]] std::string waiting_for(const connection_arguments& connection);
 

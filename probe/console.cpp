@@ -27,7 +27,7 @@ void console::line(std::string_view text) noexcept {
         const std::string safe = sanitise(text) + "\n";
         const std::lock_guard lock{mutex_};
         clear_notice_locked();
-        write(safe);
+        write_locked(safe);
     } catch (const std::exception&) {
         write("(out of memory)\n");
     }
@@ -41,7 +41,7 @@ void console::notice(std::string_view text) noexcept {
         const std::string safe = fit(text, 78);
         const std::lock_guard lock{mutex_};
         clear_notice_locked();
-        write(safe);
+        write_locked(safe);
         notice_shown_ = true;
     } catch (const std::exception&) {
         return; // a notice is no loss
@@ -53,9 +53,21 @@ void console::clear_notice() noexcept {
     clear_notice_locked();
 }
 
+void console::mute() noexcept {
+    const std::lock_guard lock{mutex_};
+    clear_notice_locked();
+    muted_ = true;
+}
+
+void console::write_locked(std::string_view text) const noexcept {
+    if (!muted_) {
+        write(text);
+    }
+}
+
 void console::clear_notice_locked() noexcept {
     if (notice_shown_) {
-        write("\r\x1b[K");
+        write_locked("\r\x1b[K");
         notice_shown_ = false;
     }
 }

@@ -22,14 +22,19 @@ class console final {
     void notice(std::string_view text) noexcept;
     void clear_notice() noexcept;
 
+    /// From now on nothing is written.
+    void mute() noexcept;
+
     [[nodiscard]] bool is_terminal() const noexcept { return terminal_; }
 
   private:
+    void write_locked(std::string_view text) const noexcept;
     void clear_notice_locked() noexcept;
 
     const bool terminal_;
     std::mutex mutex_;
     bool notice_shown_ = false; // guarded by mutex_
+    bool muted_ = false;        // guarded by mutex_
 };
 
 } // namespace tarvik::monitoring_modules::probe

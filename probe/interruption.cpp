@@ -27,6 +27,7 @@ namespace {
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGHUP);
     return signals;
 }
 
@@ -56,6 +57,12 @@ bool interruption::wait_until(std::chrono::steady_clock::time_point when) {
     return changed_.wait_until(lock, when, [this] { return requested(); });
 }
 
+bool interruption::wait_for_reload() {
+    std::unique_lock lock{mutex_};
+    changed_.wait(lock, [this] { return requested() || reload_; });
+    return !requested() && reload_.exchange(false);
+}
+
 void interruption::listen() noexcept {
     while (true) {
         std::array<pollfd, 2> sources{
@@ -75,6 +82,14 @@ void interruption::listen() noexcept {
 }
 
 void interruption::take(int number) noexcept {
+    if (number == SIGHUP && hangup_reloads_) {
+        {
+            const std::lock_guard lock{mutex_};
+            reload_ = true;
+        }
+        changed_.notify_all();
+        return;
+    }
     if (requested()) {
         terminal_.clear_notice();
         _exit(128 + number);

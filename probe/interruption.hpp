@@ -1,6 +1,6 @@
 #pragma once
-// Ctrl-C and termination: the first request lets the program clean up, the second one ends it at
-// once.
+// Ctrl-C, hang-up and termination: the first request lets the program clean up, the second one ends
+// it at once.
 
 #include "probe/console.hpp"
 #include "probe/file_descriptor.hpp"
@@ -15,8 +15,8 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-/// While it lives, SIGINT and SIGTERM are taken by a thread of its own. Made before any other
-/// thread starts, because threads inherit which signals they leave alone.
+/// While it lives, SIGINT, SIGTERM and SIGHUP are taken by a thread of its own. Made before any
+/// other thread starts, because threads inherit which signals they leave alone.
 class interruption final {
   public:
     /// @param terminal must outlive this object
@@ -33,6 +33,13 @@ class interruption final {
     /// @return whether the end was requested; at once when it was, else at the given time
     [[nodiscard]] bool wait_until(std::chrono::steady_clock::time_point when);
 
+    /// From now on, SIGHUP does not end the program, but asks it to read its configuration again.
+    void let_hangup_reload() noexcept { hangup_reloads_ = true; }
+
+    /// Waits for the next request.
+    /// @return whether it asks for a reload; false: for the end
+    [[nodiscard]] bool wait_for_reload();
+
   private:
     void listen() noexcept;
     void take(int number) noexcept;
@@ -43,6 +50,8 @@ class interruption final {
     file_descriptor signal_source_;
     file_descriptor end_;
     std::atomic<int> signal_ = 0;
+    std::atomic<bool> hangup_reloads_ = false;
+    std::atomic<bool> reload_ = false;
     std::mutex mutex_; // for changed_ only
     std::condition_variable changed_;
     std::thread thread_;

@@ -1,6 +1,8 @@
 // opcua-probe: parses its arguments, runs one command and ends with its exit code.
 
 #include "probe/commands.hpp"
+#include "probe/plugin/plugin_command.hpp"
+#include "probe/serve/serve_command.hpp"
 
 #include <exception>
 #include <variant>
@@ -14,9 +16,16 @@ struct command_runner {
 
     exit_code operator()(const shown_text& shown) const {
         context.out.write(shown.text);
-        return exit_code::ok;
+        return shown.code;
     }
     exit_code operator()(const demo_options& options) const { return run_demo(context, options); }
+    exit_code operator()(const browse_options& options) const {
+        return run_browse(context, options);
+    }
+    exit_code operator()(const endpoints_options& options) const {
+        return run_endpoints(context, options);
+    }
+    exit_code operator()(const serve_options& options) const { return run_serve(context, options); }
     template <typename Options>
     exit_code operator()(const Options& options) const {
         return run_alone(context, prepare(options, context.terminal));
@@ -48,6 +57,9 @@ run(console& terminal, interruption& interrupt, int count, const char* const* ar
 } // namespace
 
 int main(int count, char** arguments) {
+    if (is_plugin_call(count, arguments)) {
+        return run_plugin(count, arguments);
+    }
     console terminal;
     try {
         interruption interrupt{terminal};

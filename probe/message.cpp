@@ -35,6 +35,12 @@ namespace {
         limit("upper_error")};
 }
 
+[[nodiscard]] std::string read_identity(const json_object& object, const char* name) {
+    const nlohmann::json* const member = object.find(name);
+    return member == nullptr ? ""
+                             : json_object{*member, object.place_of(name)}.text("identity", "");
+}
+
 /// A text that can be said in another language, and in which it may have been.
 [[nodiscard]] std::string read_text(const json_object& object, const char* name) {
     const nlohmann::json* member = object.find(name);
@@ -110,6 +116,7 @@ namespace {
     result.sensor_id = object.integer("sensor_id");
     result.error_code = object.integer("error_code", 0);
     result.state = read_state(object);
+    result.identity = read_identity(object, "message");
     result.text = read_text(object, "message");
     object.each("channel_definitions", [&result](const json_object& definition) {
         result.definitions.push_back(read_definition(definition));

@@ -65,6 +65,7 @@ struct scan_result {
     std::string text; ///< the sensor message
     std::vector<channel_definition> definitions;
     std::vector<channel_value> channels;
+    std::string identity{}; ///< of the sensor message; @see parse_identity
 };
 
 struct check_result {

@@ -26,14 +26,54 @@ struct byte_view {
         static_cast<std::uint32_t>(text.size())};
 }
 
+/// Where the messages of the call that this thread makes go: they come on the thread that calls,
+/// before the call returns.
+struct inbox {
+    inbox() noexcept;
+    ~inbox();
+    inbox(const inbox&) = delete;
+    inbox& operator=(const inbox&) = delete;
+
+    std::vector<std::string> messages;
+    bool lost = false;
+};
+
+thread_local inbox* open_inbox = nullptr;
+
+inbox::inbox() noexcept {
+    open_inbox = this;
+}
+
+inbox::~inbox() {
+    open_inbox = nullptr;
+}
+
+template <typename Call>
+[[nodiscard]] call_result collect(Call call) {
+    inbox received;
+    const std::uint32_t status = call();
+    if (received.lost) {
+        throw probe_error{exit_code::call_failed, "A message was lost, out of memory"};
+    }
+    return {status, std::move(received.messages)};
+}
+
 } // namespace
 
 extern "C" {
 
-static void receive_message(std::uint64_t context, const std::uint8_t* bytes, std::uint32_t size) {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the module hands our own pointer back as a number
-    auto* const self = reinterpret_cast<monitoring_module*>(static_cast<std::uintptr_t>(context));
-    self->take(bytes, size);
+static void
+receive_message(std::uint64_t /*context*/, const std::uint8_t* bytes, std::uint32_t size) {
+    if (open_inbox == nullptr) { // no call of ours
+        return;
+    }
+    try {
+        open_inbox->messages.emplace_back(
+            reinterpret_cast<const char*>(bytes), bytes == nullptr ? 0 : size
+        );
+    } catch (const std::exception&) {
+        open_inbox->lost = true;
+    }
 }
 
 } // extern "C"
@@ -55,8 +95,7 @@ std::string status_text(std::uint32_t status) {
 
 monitoring_module::monitoring_module(const module_library& library)
     : functions_{library.functions()} {
-    const auto context = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(this));
-    if (functions_.initialize_module(context, &receive_message) != OPCUA_MODULE_INITIALISED) {
+    if (functions_.initialize_module(0, &receive_message) != OPCUA_MODULE_INITIALISED) {
         throw probe_error{exit_code::call_failed, "The module could not be initialised"};
     }
 }
@@ -79,25 +118,25 @@ std::string monitoring_module::information() const {
     return text;
 }
 
-call_result monitoring_module::create_sensor(std::int32_t id, std::string_view settings) {
+call_result monitoring_module::create_sensor(std::int32_t id, std::string_view settings) const {
     return collect([&] {
         const auto [bytes, size] = bytes_of(settings);
         return functions_.create_sensor_instance(id, bytes, size);
     });
 }
 
-call_result monitoring_module::scan_sensor(std::int32_t id) {
+call_result monitoring_module::scan_sensor(std::int32_t id) const {
     return collect([&] { return functions_.execute_sensor_scan(id); });
 }
 
-call_result monitoring_module::check(std::int32_t id, std::string_view settings) {
+call_result monitoring_module::check(std::int32_t id, std::string_view settings) const {
     return collect([&] {
         const auto [bytes, size] = bytes_of(settings);
         return functions_.execute_check(id, bytes, size);
     });
 }
 
-call_result monitoring_module::notify(std::int32_t id, std::string_view settings) {
+call_result monitoring_module::notify(std::int32_t id, std::string_view settings) const {
     return collect([&] {
         const auto [bytes, size] = bytes_of(settings);
         return functions_.execute_meta_scan(id, notification, bytes, size);
@@ -106,24 +145,6 @@ call_result monitoring_module::notify(std::int32_t id, std::string_view settings
 
 void monitoring_module::destroy_sensor(std::int32_t id) const noexcept {
     functions_.destroy_sensor_instance(id);
-}
-
-void monitoring_module::take(const std::uint8_t* bytes, std::uint32_t size) noexcept {
-    try {
-        inbox_.emplace_back(reinterpret_cast<const char*>(bytes), bytes == nullptr ? 0 : size);
-    } catch (const std::exception&) {
-        lost_ = true;
-    }
-}
-
-template <typename Call>
-call_result monitoring_module::collect(Call call) {
-    inbox_.clear();
-    const std::uint32_t status = call();
-    if (std::exchange(lost_, false)) {
-        throw probe_error{exit_code::call_failed, "A message was lost, out of memory"};
-    }
-    return {status, std::exchange(inbox_, {})};
 }
 
 } // namespace tarvik::monitoring_modules::probe

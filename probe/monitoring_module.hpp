@@ -19,7 +19,7 @@ struct call_result {
 /// @return "done", "refused", "failed" or "not initialised"
 [[nodiscard]] std::string status_text(std::uint32_t status);
 
-/// The initialised module. One thread at a time may call it; calls block until the module has
+/// The initialised module. Any threads may call it at once; calls block until the module has
 /// answered.
 class monitoring_module final {
   public:
@@ -36,35 +36,30 @@ class monitoring_module final {
 
     // The settings are a JSON record. @throws probe_error (call_failed) when a message was lost for
     // lack of memory
-    [[nodiscard]] call_result create_sensor(std::int32_t id, std::string_view settings);
-    [[nodiscard]] call_result scan_sensor(std::int32_t id);
-    [[nodiscard]] call_result check(std::int32_t id, std::string_view settings);
-    [[nodiscard]] call_result notify(std::int32_t id, std::string_view settings);
+    [[nodiscard]] call_result create_sensor(std::int32_t id, std::string_view settings) const;
+    [[nodiscard]] call_result scan_sensor(std::int32_t id) const;
+    [[nodiscard]] call_result check(std::int32_t id, std::string_view settings) const;
+    [[nodiscard]] call_result notify(std::int32_t id, std::string_view settings) const;
     void destroy_sensor(std::int32_t id) const noexcept;
 
-    void take(const std::uint8_t* bytes, std::uint32_t size) noexcept;
-
   private:
-    template <typename Call>
-    [[nodiscard]] call_result collect(Call call);
-
     const module_functions& functions_;
-    std::vector<std::string> inbox_;
-    bool lost_ = false;
 };
 
 /// A sensor that was created; destroys it.
 class sensor_owner final {
   public:
-    sensor_owner(monitoring_module& owner, std::int32_t id) noexcept : module_{owner}, id_{id} {}
+    sensor_owner(const monitoring_module& owner, std::int32_t id) noexcept
+        : module_{owner},
+          id_{id} {}
     ~sensor_owner() { module_.destroy_sensor(id_); }
     sensor_owner(const sensor_owner&) = delete;
     sensor_owner& operator=(const sensor_owner&) = delete;
 
-    [[nodiscard]] call_result scan() { return module_.scan_sensor(id_); }
+    [[nodiscard]] call_result scan() const { return module_.scan_sensor(id_); }
 
   private:
-    monitoring_module& module_;
+    const monitoring_module& module_;
     std::int32_t id_;
 };
 

@@ -1,11 +1,8 @@
 #include "probe/channel_memory.hpp"
 #include "probe/commands.hpp"
 #include "probe/message_json.hpp"
-#include "probe/message_translation.hpp"
 #include "probe/scan_table.hpp"
-#include "probe/secrets.hpp"
-#include "probe/settings_form.hpp"
-#include "probe/wait_notice.hpp"
+#include "probe/sensor_run.hpp"
 
 #include <chrono>
 
@@ -14,20 +11,6 @@ namespace tarvik::monitoring_modules::probe {
 namespace {
 
 using clock = std::chrono::steady_clock;
-
-[[nodiscard]] settings_draft make_draft(const scan_options& options, console& terminal) {
-    settings values =
-        connection_settings(options.connection, read_secrets(options.connection, terminal));
-    if (options.log.logging) {
-        values.emplace("logging", "enabled");
-    }
-    add_channels(values, options.channels, options.message_node);
-    return {std::move(values), read_given(options.connection)};
-}
-
-[[nodiscard]] std::int32_t shown_severity(const log_arguments& log) {
-    return log.level.value_or(log.logging ? severity_debug : severity_warning);
-}
 
 [[nodiscard]] exit_code code_of(scan_state state) {
     switch (state) {
@@ -45,28 +28,18 @@ using clock = std::chrono::steady_clock;
 class scan_display final {
   public:
     scan_display(
-        const command_context& context,
-        const scan_options& options,
-        std::int32_t sensor_id,
-        const module_document& document
+        const command_context& context, const scan_options& options, const module_document& document
     )
         : context_{context},
           options_{options},
-          sensor_id_{sensor_id},
           document_{document} {}
 
-    /// @return the worst state that was shown; nothing when there was no result for the sensor
-    [[nodiscard]] std::optional<exit_code> show(const call_result& call) {
-        std::optional<exit_code> worst;
-        for (const std::string& sent : call.messages) {
-            const std::string text = with_translations(sent, document_.texts());
-            const any_message parsed = parse_message(text);
-            const auto* result = std::get_if<scan_result>(&parsed);
-            if (result == nullptr || result->sensor_id != sensor_id_) {
-                continue;
-            }
-            show(text, *result);
-            worst = worse(worst.value_or(exit_code::ok), code_of(result->state));
+    /// @return the worst state that was shown
+    exit_code show(const sensor_answer& answer) {
+        exit_code worst = exit_code::ok;
+        for (const delivered_result& delivered : answer.results) {
+            show(delivered.text, delivered.result);
+            worst = worse(worst, code_of(delivered.result.state));
         }
         return worst;
     }
@@ -98,7 +71,6 @@ class scan_display final {
 
     const command_context& context_;
     const scan_options& options_;
-    const std::int32_t sensor_id_;
     const module_document& document_;
     channel_memory memory_{document_};
     std::size_t scan_ = 0;
@@ -107,7 +79,7 @@ class scan_display final {
 [[nodiscard]] exit_code scan_repeatedly(
     const command_context& context,
     const scan_options& options,
-    sensor_owner& sensor,
+    sensor_run& sensor,
     scan_display& display
 ) {
     exit_code worst = exit_code::ok;
@@ -115,20 +87,9 @@ class scan_display final {
         options.interval});
     for (std::uint32_t done = 0; !context.interrupt.requested();) {
         const clock::time_point start = clock::now();
-        call_result call;
-        {
-            const wait_notice notice{context.terminal, waiting_for(options.connection)};
-            call = sensor.scan();
-        }
-        const std::optional<exit_code> shown = display.show(call);
-        if (call.status != OPCUA_MODULE_DONE) {
-            throw probe_error{
-                exit_code::call_failed, "The module " + status_text(call.status) + " the scan"};
-        }
-        if (!shown) {
-            throw probe_error{exit_code::call_failed, "The module delivered no result of the scan"};
-        }
-        worst = worse(worst, *shown);
+        const sensor_answer answer = sensor.scan();
+        worst = worse(worst, display.show(answer));
+        sensor_run::require_result(answer);
         ++done;
         if (done == options.count || context.interrupt.wait_until(start + interval)) {
             break;
@@ -142,30 +103,13 @@ run(const command_context& context,
     session& loaded,
     const scan_options& options,
     const settings_draft& draft) {
-    const std::string settings_record = complete_record(
-        options.kind,
-        draft,
-        settings_form::of_sensor(loaded.document, options.kind),
-        context.terminal
-    );
-    const auto id = static_cast<std::int32_t>(loaded.sensors.size() + 1);
-    scan_display display{context, options, id, loaded.document};
-    call_result created;
-    {
-        const wait_notice notice{context.terminal, waiting_for(options.connection)};
-        created = loaded.module.create_sensor(id, settings_record);
-    }
-    if (created.status == OPCUA_MODULE_DONE) {
-        sensor_owner& sensor = loaded.sensors.emplace_back(loaded.module, id);
+    sensor_run sensor{context.terminal, loaded, options, draft};
+    scan_display display{context, options, loaded.document};
+    const sensor_answer created = sensor.create();
+    if (sensor.is_created(created)) {
         return scan_repeatedly(context, options, sensor, display);
     }
-    const std::optional<exit_code> shown = display.show(created);
-    if (created.status == OPCUA_MODULE_FAILED && shown) {
-        return *shown;
-    }
-    throw probe_error{
-        exit_code::call_failed,
-        "The module " + status_text(created.status) + " the sensor \"" + options.kind + "\""};
+    return display.show(created);
 }
 
 } // namespace
@@ -174,7 +118,7 @@ module_step prepare(const scan_options& options, console& terminal) {
     return {
         shown_severity(options.log),
         [options,
-         draft = make_draft(options, terminal)](const command_context& context, session& loaded) {
+         draft = sensor_draft(options, terminal)](const command_context& context, session& loaded) {
             return run(context, loaded, options, draft);
         }};
 }

@@ -106,26 +106,30 @@ std::vector<std::string> settings_form::keys() const {
     return keys;
 }
 
-std::string settings_form::resolve(const given_setting& given) const {
+std::string settings_form::full_key(const std::string& typed, const std::string& place) const {
     const std::vector<std::string> known = keys();
-    if (std::ranges::find(known, given.key) != known.end()) {
-        return given.key;
+    if (std::ranges::find(known, typed) != known.end()) {
+        return typed;
     }
     std::vector<std::string> meant;
-    std::ranges::copy_if(known, std::back_inserter(meant), [&given](const std::string& key) {
-        return key.ends_with("." + given.key);
+    std::ranges::copy_if(known, std::back_inserter(meant), [&typed](const std::string& key) {
+        return key.ends_with("." + typed);
     });
-    const std::string option = given.file.empty() ? "--set " : "--set-file ";
     if (meant.size() > 1) {
-        fail(option + given.key + ": may be any of " + joined(meant));
+        fail(place + ": may be any of " + joined(meant));
     }
     if (meant.empty() && described_) {
         fail(
-            option + given.key + ": " + what_ + " has no such setting" +
-            did_you_mean(nearest_names(given.key, known))
+            place + ": " + what_ + " has no such setting" +
+            did_you_mean(nearest_names(typed, known))
         );
     }
-    return meant.empty() ? given.key : meant.front();
+    return meant.empty() ? typed : meant.front();
+}
+
+bool settings_form::is_secret(std::string_view key) const {
+    const module_setting* const setting = find(key);
+    return names_secret(key) || (setting != nullptr && setting->secret());
 }
 
 const module_setting* settings_form::find(std::string_view key) const {
@@ -136,9 +140,10 @@ const module_setting* settings_form::find(std::string_view key) const {
 void settings_form::add(settings& to, const std::vector<given_setting>& given, console& terminal)
     const {
     for (const given_setting& each : given) {
-        const std::string key = resolve(each);
+        const std::string option = each.file.empty() ? "--set " : "--set-file ";
+        const std::string key = full_key(each.key, option + each.key);
         const module_setting* const setting = find(key);
-        const bool secret = names_secret(key) || (setting != nullptr && setting->secret());
+        const bool secret = is_secret(key);
         if (secret && each.file.empty()) {
             refuse_secret(each.key);
         }

@@ -30,6 +30,13 @@ class settings_form final {
     /// line
     void add(settings& to, const std::vector<given_setting>& given, console& terminal) const;
 
+    /// @param typed a key, perhaps shortened to its unique end
+    /// @param place where it stands, for the error
+    /// @throws probe_error (usage) for an unknown or ambiguous key
+    [[nodiscard]] std::string full_key(const std::string& typed, const std::string& place) const;
+
+    [[nodiscard]] bool is_secret(std::string_view key) const;
+
     /// @throws probe_error (usage) naming the first setting that is required and missing, or holds
     /// what it may not hold
     void check(const settings& values) const;
@@ -39,7 +46,6 @@ class settings_form final {
 
     void add_sections(const module_document& document, const std::vector<std::string>& names);
     [[nodiscard]] std::vector<std::string> keys() const;
-    [[nodiscard]] std::string resolve(const given_setting& given) const;
     [[nodiscard]] const module_setting* find(std::string_view key) const;
     [[nodiscard]] bool
     is_shown(const module_setting& setting, const settings& values, std::size_t steps) const;

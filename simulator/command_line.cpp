@@ -6,6 +6,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -27,19 +28,8 @@ constexpr std::array level_names{
     level_name{"error", log_level::error},
 };
 
-/// What the options are before they are turned into the plant's.
-struct choices {
-    std::string diagnostics = "on";
-    std::vector<std::string> security{"none"};
-    std::string level = "error";
-    bool no_anonymous = false;
-    bool certificate_ca = false;
-    bool no_common_name = false;
-    bool no_raid = false;
-    bool quiet = false;
-};
-
-void add_options(CLI::App& app, plant_options& plant, choices& chosen) {
+void add_options(CLI::App& app, given_options& chosen) {
+    plant_options& plant = chosen.plant;
     app.add_option("--port", plant.port, "TCP port on 127.0.0.1; 0: any free one")
         ->capture_default_str();
     app.add_flag("--users", plant.users, "Accept the user user1 with password1");
@@ -84,7 +74,8 @@ void print_log_line(log_level level, std::string_view category, std::string_view
               << '\n';
 }
 
-void apply(const choices& chosen, plant_options& plant) {
+[[nodiscard]] plant_options chosen_plant(given_options&& chosen) {
+    plant_options plant = std::move(chosen.plant);
     const auto offered = [&](const char* mode) {
         return std::find(chosen.security.begin(), chosen.security.end(), mode) !=
                chosen.security.end();
@@ -107,32 +98,39 @@ void apply(const choices& chosen, plant_options& plant) {
     if (!chosen.quiet) {
         plant.log = print_log_line;
     }
+    return plant;
 }
 
 } // namespace
 
+void define_command_line(CLI::App& app, given_options& to) {
+    app.name("opcua-simulator");
+    app.description("A simulated plant behind an OPC UA server on 127.0.0.1. Prints its endpoint, "
+                    "then its nodes, and runs "
+                    "until SIGINT or SIGTERM.");
+    app.footer(R"(
+Exit codes:
+  0  stopped by a signal, or help
+  1  the server cannot run, such as when the port is in use
+  2  wrong options)");
+    to.plant.port = standard_port;
+    add_options(app, to);
+}
+
 std::variant<plant_options, exit_code>
 parse_command_line(int argument_count, const char* const* arguments) {
-    CLI::App app{
-        "A simulated plant behind an OPC UA server on 127.0.0.1. Prints its endpoint, then its "
-        "nodes, and runs until SIGINT or SIGTERM.",
-        "opcua-simulator"};
-    app.footer("Exit codes: 0 stopped by a signal, or help; 1 the server cannot run, such as "
-               "when the port is in use; 2 wrong options.");
-    plant_options plant;
-    plant.port = standard_port;
-    choices chosen;
-    add_options(app, plant, chosen);
+    CLI::App app;
+    given_options given;
+    define_command_line(app, given);
     try {
         app.parse(argument_count, arguments);
-        if (chosen.no_anonymous && !plant.users) {
+        if (given.no_anonymous && !given.plant.users) {
             throw CLI::ValidationError("--no-anonymous", "needs --users, or nobody can log in");
         }
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? exit_good : exit_usage;
     }
-    apply(chosen, plant);
-    return plant;
+    return chosen_plant(std::move(given));
 }
 
 } // namespace tarvik::simulator

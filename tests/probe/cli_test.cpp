@@ -104,6 +104,52 @@ TEST(command_line, knows_how_often_to_scan) {
     EXPECT_EQ(count({"--count", "3", "--interval", "2"}), 3U);
 }
 
+TEST(command_line, reads_what_a_plugin_is_asked) {
+    const auto read = [](std::vector<const char*> more) {
+        more.insert(more.begin(), {"scan", "certificate_sensor", "--format", "plugin", "-H", "h"});
+        return std::get<scan_options>(parse(more).command);
+    };
+    const scan_options all = read(
+        {"-p", "4841", "-w", "~:5", "-w", "a=b=-5:", "--critical", "@1:2", "-t", "2.5", "-vv", "-v"}
+    );
+    EXPECT_EQ(all.format, output_format::plugin);
+    EXPECT_EQ(all.connection.host, "h");
+    EXPECT_EQ(all.connection.port, 4841);
+    EXPECT_THAT(all.plugin.warning, testing::ElementsAre("~:5", "a=b=-5:"));
+    EXPECT_THAT(all.plugin.critical, testing::ElementsAre("@1:2"));
+    EXPECT_EQ(all.plugin.timeout, 2.5);
+    EXPECT_EQ(all.plugin.verbosity, 3);
+    EXPECT_THAT(read({"-w", "-5:-1"}).plugin.warning, testing::ElementsAre("-5:-1"));
+    EXPECT_EQ(read({}).plugin.timeout, 10);
+    const std::vector<const char*> refused[] = {
+        {"--count", "2"},
+        {"-t", "0"},
+        {"-t", "nan"},
+        {"--unreachable", "ok"},
+        {"-w"},
+    };
+    for (const auto& arguments : refused) {
+        SCOPED_TRACE(testing::PrintToString(arguments));
+        expect_error([&] { (void)read(arguments); }, exit_code::usage, "");
+    }
+    for (const char* option : {"-w5", "-c5", "-t5", "-v", "--unreachable=unknown"}) {
+        expect_error(
+            [&] {
+                (void)parse({"scan", "certificate_sensor", "-H", "h", option});
+            },
+            exit_code::usage,
+            "goes with --format plugin only"
+        );
+    }
+    expect_error(
+        [] {
+            (void)parse({"check", "endpoint", "-H", "h", "--format", "plugin"});
+        },
+        exit_code::usage,
+        "--format"
+    );
+}
+
 TEST(command_line, reads_a_notification) {
     const auto read = [](std::vector<const char*> more) {
         more.insert(more.begin(), {"notify", "--host", "h", "--target", "ns=2;s=X", "--type"});
@@ -153,6 +199,18 @@ TEST(command_line, reads_information_and_language) {
     EXPECT_THAT(
         std::get<scan_options>(scan.command).connection.raw_files, testing::ElementsAre("nodeid=f")
     );
+}
+
+TEST(command_line, gives_browsing_a_depth_that_fits_what_is_asked_for) {
+    const auto read = [](std::vector<const char*> more) {
+        more.insert(more.begin(), {"browse", "--host", "h"});
+        return std::get<browse_options>(parse(more).command);
+    };
+    EXPECT_EQ(read({}).depth, 3U);
+    EXPECT_EQ(read({"--match", "x"}).depth, std::nullopt);
+    EXPECT_EQ(read({"--match", "x", "--depth", "0"}).depth, 0U);
+    EXPECT_EQ(read({"ns=1;s=A", "--format", "json"}).node, "ns=1;s=A");
+    EXPECT_EQ(read({"ns=1;s=A", "--format", "json"}).format, output_format::json);
 }
 
 TEST(command_line, reads_checks_demo_help_and_version) {
@@ -216,6 +274,10 @@ TEST(command_line, refuses_what_makes_no_sense) {
          "x",
          "--logging"},
         {"demo", "surplus"},
+        {"browse", "--host", "h", "i=1", "i=2"},
+        {"browse", "--host", "h", "--match", ""},
+        {"browse", "--host", "h", "--format", "plugin"},
+        {"endpoints"},
         {"info", "custom_sensor", "surplus"},
         {"info", "--json", "--format", "table"},
         {"info", "--host", "h"},

@@ -1,0 +1,65 @@
+#pragma once
+// One sensor from its settings to its results, whatever becomes of them.
+
+#include "probe/cli_options.hpp"
+#include "probe/console.hpp"
+#include "probe/message.hpp"
+#include "probe/session.hpp"
+#include "probe/settings_form.hpp"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+struct delivered_result {
+    std::string text; ///< the message, with its translations
+    scan_result result;
+};
+
+/// What one call delivered for the sensor.
+struct sensor_answer {
+    std::uint32_t status = OPCUA_MODULE_DONE;
+    std::vector<delivered_result> results;
+};
+
+/// Settings as the options say them; reads the files of secrets.
+/// @throws probe_error (usage)
+[[nodiscard]] settings_draft sensor_draft(const scan_options& options, console& terminal);
+
+/// @return up to which severity log lines are shown: as asked for, else warnings
+[[nodiscard]] std::int32_t shown_severity(const log_arguments& log);
+
+class sensor_run final {
+  public:
+    /// The sensor gets the next free number of the session.
+    /// @param loaded must outlive this object, as options must
+    /// @throws probe_error (usage) when the settings do not fit the sensor
+    sensor_run(
+        console& terminal, session& loaded, const scan_options& options, const settings_draft& draft
+    );
+
+    /// Creates the sensor, which may connect and then tell in a result what is wrong.
+    [[nodiscard]] sensor_answer create();
+    /// @return whether there is a sensor to be scanned
+    /// @throws probe_error (call_failed) when there is none and no result tells why
+    [[nodiscard]] bool is_created(const sensor_answer& answer) const;
+
+    /// To be called when created.
+    [[nodiscard]] sensor_answer scan();
+    /// @throws probe_error (call_failed) unless it was done and delivered a result
+    static void require_result(const sensor_answer& answer);
+
+  private:
+    [[nodiscard]] sensor_answer read(const call_result& call) const;
+
+    console& terminal_;
+    session& session_;
+    const scan_options& options_;
+    const std::int32_t id_;
+    const std::string record_;
+    sensor_owner* sensor_ = nullptr; // belongs to the session
+};
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,104 @@
+#pragma once
+// The sensors of one connection, scanned one after the other: they share a session, so two at once
+// would only wait for each other. A server that cannot be reached is tried with one sensor, after
+// longer and longer waits; the others fare as that one does.
+
+#include "probe/serve/back_off.hpp"
+#include "probe/serve/board.hpp"
+#include "probe/serve/connection_health.hpp"
+#include "probe/serve/live_sensor.hpp"
+#include "probe/serve/scan_observer.hpp"
+#include "probe/serve/worker_pool.hpp"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// What all lanes work with; everything outlives them.
+struct lane_context {
+    const monitoring_module& module;
+    const module_document& document;
+    board& shown;
+    scan_observer& observer;
+};
+
+class connection_lane final : public timed_task {
+  public:
+    connection_lane(const lane_context& context, std::string name);
+
+    /// Adds a sensor that is scanned now and then in its interval.
+    void add(sensor_plan plan, std::int32_t id);
+
+    /// Lets a sensor go; it is destroyed when the lane runs next.
+    void remove(std::int32_t id);
+    void remove_all();
+
+    /// Scans a sensor once, as soon as the lane is free, whatever the connection's state is. The
+    /// sensor stays for some minutes, and with it the session.
+    /// @param id for the sensor, unless one with an equal plan is there from an earlier request
+    [[nodiscard]] std::future<scan_outcome>
+    request(const sensor_plan& plan, std::int32_t id, bool keep_log);
+
+    [[nodiscard]] bool empty() const;
+
+    // Of the worker pool.
+    [[nodiscard]] time_point due() const override;
+    void run() noexcept override;
+
+  private:
+    struct request_waiting {
+        std::promise<scan_outcome> answer;
+        bool keep_log = false;
+    };
+    struct member {
+        member(
+            const lane_context& context,
+            std::int32_t id,
+            sensor_plan plan,
+            back_off own,
+            time_point first_anchor,
+            time_point first_scan
+        )
+            : sensor{context.module, context.document, id, std::move(plan)},
+              creation{own},
+              anchor{first_anchor},
+              next{first_scan} {}
+
+        live_sensor sensor; // touched by the thread that runs the lane only
+        back_off creation;
+        time_point anchor;         // its scans come whole intervals after it
+        time_point next;           // scan in its interval; never for those scanned on request
+        bool has_interval = false; // since its first scan
+        std::optional<time_point> expires;
+        bool leaving = false;
+        std::vector<request_waiting> requests;
+    };
+
+    [[nodiscard]] std::unique_ptr<member> make_member(sensor_plan plan, std::int32_t id) const;
+    [[nodiscard]] time_point due_of(const member& one) const;
+    [[nodiscard]] std::unique_ptr<member> take_leaving(time_point now);
+    [[nodiscard]] member* choose(time_point now);
+    void dismiss(std::unique_ptr<member> gone);
+    void scan(member& one);
+    void settle(member& one, const scan_outcome& outcome, time_point started);
+    void show_others_like(const member& one, const sensor_fault& fault);
+    static void try_again_later(member& one, bool created);
+    void plan_next(member& one, time_point started, bool was_held);
+    void resolve(const sensor_plan& plan, sensor_fault& fault) const;
+    void show_connection();
+
+    const lane_context context_;
+    mutable std::mutex mutex_; // guards all that follows, but for the sensors themselves
+    std::vector<std::unique_ptr<member>> members_;
+    connection_health health_;
+};
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,116 @@
+#include "probe/serve/metrics_page.hpp"
+
+#include "probe/serve/metrics/exposition.hpp"
+#include "probe/serve/metrics/own_metrics.hpp"
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto longest_scan = 30s; // a scan waits for some time-outs of the module at most
+
+[[nodiscard]] metric_family gauge(const char* name, const char* help, const char* unit = "") {
+    return {name, help, unit, metric_kind::gauge};
+}
+
+const metric_family up = gauge("opcua_up", "Whether the sensor's last scan gave values");
+const metric_family sensor_states{
+    "opcua_sensor_state",
+    "The worst of the sensor's last result and its channels",
+    "",
+    metric_kind::state_set};
+const metric_family last_good = gauge(
+    "opcua_last_good_scan_timestamp_seconds", "When the sensor's last good scan ended", "seconds"
+);
+const metric_family sensors = gauge("opcua_connection_sensors", "Sensors that use the connection");
+const metric_family states{
+    "opcua_connection_state", "How the server is reached", "", metric_kind::state_set};
+const metric_family duration =
+    gauge("opcua_probe_duration_seconds", "How long the scan of this request took", "seconds");
+
+[[nodiscard]] double seconds_of(wall_time when) {
+    return std::chrono::duration<double>{when.time_since_epoch()}.count();
+}
+
+/// A sensor whose scan should have been over long ago has no current values either.
+[[nodiscard]] bool is_current(const shown_sensor& sensor, wall_time now) {
+    const bool overdue = sensor.interval.count() > 0 && sensor.last_scan &&
+                         now > *sensor.last_scan + 2 * sensor.interval + longest_scan;
+    return sensor.last_good && !sensor.stale && !overdue;
+}
+
+void add_sensor(exposition& to, const shown_sensor& sensor, wall_time now) {
+    const std::vector<metric_label> labels{
+        {"sensor", sensor.name}, {"server", sensor.connection}, {"kind", sensor.kind}};
+    const bool current = is_current(sensor, now);
+    to.add(up, {labels, current ? 1.0 : 0.0});
+    for (const sensor_state each :
+         {sensor_state::pending, sensor_state::ok, sensor_state::warning, sensor_state::error}) {
+        std::vector<metric_label> with_state = labels;
+        with_state.push_back({sensor_states.name, std::string{name_of(each)}});
+        to.add(sensor_states, {std::move(with_state), each == sensor.state ? 1.0 : 0.0});
+    }
+    if (sensor.last_good) {
+        to.add(last_good, {labels, seconds_of(*sensor.last_good)});
+    }
+    if (current && sensor.metrics != nullptr) {
+        for (const channel_view& channel : sensor.channels) {
+            sensor.metrics->add(to, channel.id, channel.raw);
+        }
+    }
+}
+
+void add_connection(exposition& to, const std::string& name, connection_state state) {
+    for (const connection_state each : all_connection_states) {
+        to.add(
+            states,
+            {{{"server", name}, {states.name, std::string{name_of(each)}}},
+             each == state ? 1.0 : 0.0}
+        );
+    }
+}
+
+[[nodiscard]] http_answer written(const exposition& from, const std::string& accept) {
+    const exposition_format format = choose_format(accept);
+    return {.content_type = std::string{content_type_of(format)}, .body = from.write(format)};
+}
+
+} // namespace
+
+http_answer metrics_page::all(const std::string& accept) const {
+    const wall_time now = std::chrono::system_clock::now();
+    const board_view view = board_.view();
+    exposition result;
+    for (const auto& sensor : view.sensors) {
+        add_sensor(result, *sensor, now);
+    }
+    for (const shown_connection& connection : view.connections) {
+        add_connection(result, connection.name, connection.state);
+        result.add(
+            sensors, {{{"server", connection.name}}, static_cast<double>(connection.sensors)}
+        );
+    }
+    result.add(own_.collect());
+    return written(result, accept);
+}
+
+http_answer metrics_page::one(const scan_outcome* outcome, const std::string& accept) const {
+    exposition result;
+    const std::vector<metric_label> none;
+    if (outcome == nullptr) {
+        result.add(up, {none, 0});
+    } else {
+        add_sensor(result, *outcome->shown, std::chrono::system_clock::now());
+        result.add(duration, {none, outcome->took.count()});
+        connection_state state = connection_state::ready;
+        if (outcome->fault && outcome->fault->connection) {
+            state = *outcome->fault->connection;
+        }
+        add_connection(result, outcome->shown->connection, state);
+    }
+    return written(result, accept);
+}
+
+} // namespace tarvik::monitoring_modules::probe

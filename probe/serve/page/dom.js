@@ -1,0 +1,113 @@
+// Small helpers around the document. Text reaches it only as text nodes and attribute values: whatever a server sends
+// stays text.
+
+const svg_space = 'http://www.w3.org/2000/svg';
+
+// @param children nodes or texts
+export function element(tag, class_name = '', ...children) {
+    const node = document.createElement(tag);
+    if (class_name) {
+        node.className = class_name;
+    }
+    node.append(...children);
+    return node;
+}
+
+export function svg_element(tag, attributes = {}, ...children) {
+    const node = document.createElementNS(svg_space, tag);
+    for (const [name, value] of Object.entries(attributes)) {
+        node.setAttribute(name, value);
+    }
+    node.append(...children);
+    return node;
+}
+
+// Writes only what differs, so that unchanged parts cost no layout and no selection is lost.
+export function set_text(node, text) {
+    if (node.textContent !== text) {
+        node.textContent = text;
+    }
+}
+
+export function set_attribute(node, name, value) {
+    if (node.getAttribute(name) !== String(value)) {
+        node.setAttribute(name, value);
+    }
+}
+
+// The sign of a state: its own shape for each one, so that nobody has to tell colours apart.
+export function state_mark() {
+    return svg_element('svg', {class: 'mark', viewBox: '0 0 16 16', 'aria-hidden': 'true'}, svg_element('use'));
+}
+
+// @param state one of ok, warning, error, pending; the shapes are in index.html
+export function show_mark(mark, state) {
+    set_attribute(mark, 'data-state', state);
+    set_attribute(mark.firstChild, 'href', `#mark-${state}`);
+}
+
+// Writes pairs of a name and a text into a description list.
+export function fill_facts(list, facts) {
+    while (list.children.length > facts.length) {
+        list.lastElementChild.remove();
+    }
+    facts.forEach((pair, index) => {
+        const line = list.children[index] ?? list.appendChild(element('div', '', element('dt'), element('dd')));
+        pair.forEach((text, part) => set_text(line.children[part], text));
+    });
+}
+
+// The children of a list, one view for each item: kept as long as the item is there, moved only when its place changes.
+export class keyed_views {
+    #list;
+    #key;
+    #create;
+    views = new Map(); // key -> view
+
+    // @param key item => what tells it from the others
+    // @param create key => a new view; its node becomes a child of the list
+    constructor(list, key, create) {
+        this.#list = list;
+        this.#key = key;
+        this.#create = create;
+    }
+
+    // @param items in their order
+    // @param update (view, item) brings a view up to date
+    show(items, update) {
+        const former = new Set(this.views.keys());
+        const nodes = items.map(item => {
+            const key = this.#key(item);
+            former.delete(key);
+            const view = this.views.get(key) ?? this.#create(key);
+            this.views.set(key, view);
+            update(view, item);
+            return view.node;
+        });
+        for (const key of former) {
+            this.views.get(key).node.remove();
+            this.views.delete(key);
+        }
+        this.#arrange(nodes);
+    }
+
+    // Leaves those alone that stay, so that the browser can hold the reader's place.
+    #arrange(nodes) {
+        const focused = document.activeElement;
+        let place = this.#list.firstElementChild;
+        for (const node of nodes) {
+            if (place && place !== node && place.nextElementSibling === node) {
+                this.#list.append(place); // it is the one that moved, further down
+                place = node;
+            }
+            if (place === node) {
+                place = node.nextElementSibling;
+            } else {
+                this.#list.insertBefore(node, place);
+            }
+        }
+        if (focused !== document.activeElement && this.#list.contains(focused)) {
+            focused.focus({preventScroll: true});
+        }
+    }
+}

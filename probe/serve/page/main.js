@@ -1,0 +1,204 @@
+// The operators' page: asks the probe for its state and shows it.
+
+import {read_address, store_language, stored_language, write_address} from './address.js';
+import {curve_feed} from './curve_feed.js';
+import {element, set_attribute, set_text} from './dom.js';
+import {counts_bar, freshness} from './head.js';
+import {model} from './model.js';
+import {fetch_json, poller} from './poller.js';
+import {sensor_list} from './sensor_list.js';
+import {server_list} from './server_list.js';
+import {choose_language, languages, texts} from './texts.js';
+
+const tick = 1000;        // ms between two looks at the ages that are shown
+const curves_every = 30;  // ticks
+const most_announced = 3; // state changes that are read out one by one
+
+const part = id => document.getElementById(id);
+const known = new model();
+let view = read_address();
+let words = null; // the texts of the language that is shown
+
+const sensors = new sensor_list(part('sensor-list'), () => curves.refresh(), () => known.now());
+const curves = new curve_feed(sensors);
+const servers = new server_list(part('server-list'), part('fold'), address => {
+    set_search(view.search === address ? '' : address);
+});
+const counts = new counts_bar(part('counts'), toggle_state);
+const fresh = new freshness(part('fresh'), part('banner'));
+const polling = new poller(ask);
+
+async function ask(signal) {
+    const language = words.language;
+    const since = known.revision === null ? '' : `&since=${known.revision}`;
+    const answer = await fetch_json(`api/state?language=${language}${since}`, signal);
+    const version = known.version;
+    if (language !== words.language) {
+        return; // the question in the other language is on its way
+    }
+    const turned = known.merge(answer);
+    if (version !== null && version !== answer.version) {
+        location.reload(); // this page is the former program's
+    }
+    announce(turned);
+    show();
+    curves.refresh();
+}
+
+// Values change all the time and are not read out; states are.
+function announce(turned) {
+    const lines = turned
+        .slice(0, most_announced)
+        .map(sensor => words.get('change.one', {name: sensor.name, state: words.get(`state.${sensor.state}`)}));
+    if (turned.length > most_announced) {
+        lines.push(words.get('change.more', {n: words.number(turned.length - most_announced)}));
+    }
+    if (lines.length > 0) {
+        part('changes').textContent = lines.join('\n');
+    }
+}
+
+function show() {
+    const number = known.counts();
+    const all = known.sensors.size;
+    counts.update(number, view.states, words);
+    servers.update(known.sorted_servers(words), words, known.now(), view.search);
+    sensors.update(known.sorted_sensors(words), words);
+    const shown = sensors.filter(view.search, view.states);
+    const filtered = view.search !== '' || view.states.size > 0;
+    const numbers = {n: words.number(shown), all: words.number(all)};
+    set_text(part('shown'), filtered ? words.get('filter.shown', numbers) : '');
+    part('clear').hidden = !filtered;
+    part('no-match').hidden = shown > 0;
+    const answered = known.version !== null;
+    part('servers').hidden = known.servers.length === 0;
+    part('sensors').hidden = all === 0;
+    part('empty').hidden = !answered || all > 0;
+    set_text(part('version'), answered ? `opcua-probe ${known.version}` : '');
+    document.title = (number.error > 0 ? `(${number.error}) ` : '') + words.get('page.title');
+    fresh.update(polling, known.answered_at, words);
+}
+
+function show_filter() {
+    write_address(view);
+    show();
+    curves.refresh();
+}
+
+function set_search(search) {
+    part('search').value = search;
+    view.search = search.trim();
+    show_filter();
+}
+
+function toggle_state(state) {
+    if (state === null) {
+        view.states.clear();
+    } else if (!view.states.delete(state)) {
+        view.states.add(state);
+    }
+    show_filter();
+}
+
+async function speak(language) {
+    words = await texts.load(language);
+    document.documentElement.lang = words.tag;
+    part('language').value = language;
+    for (const node of document.querySelectorAll('[data-text]')) {
+        set_text(node, words.get(node.dataset.text));
+    }
+    for (const node of document.querySelectorAll('[data-label]')) {
+        set_attribute(node, 'aria-label', words.get(node.dataset.label));
+    }
+    set_attribute(part('search'), 'placeholder', words.get('search.hint'));
+    known.revision = null; // names and messages are the probe's: all of them, in this language
+}
+
+async function switch_language(language) {
+    try {
+        await speak(language);
+    } catch (error) {
+        console.warn('no texts from the probe:', error);
+        part('language').value = words.language;
+        return;
+    }
+    view.language = language;
+    store_language(language);
+    show_filter();
+    polling.ask_now();
+}
+
+function listen() {
+    part('search').addEventListener('input', event => {
+        view.search = event.target.value.trim();
+        show_filter();
+    });
+    part('clear').addEventListener('click', () => {
+        view.states.clear();
+        set_search('');
+        part('search').focus();
+    });
+    part('skip').addEventListener('click', event => {
+        event.preventDefault(); // the address is the filter's
+        part('sensors').focus();
+    });
+    part('language').addEventListener('change', event => switch_language(event.target.value));
+    addEventListener('hashchange', () => {
+        const language = words.language;
+        view = read_address();
+        set_search(view.search);
+        if (view.language && choose_language([view.language]) !== language) {
+            switch_language(choose_language([view.language]));
+        }
+    });
+    addEventListener('keydown', event => {
+        const typing = event.target.closest('input, select, textarea');
+        if (event.key === '/' && !typing && !event.ctrlKey && !event.metaKey && !event.altKey) {
+            event.preventDefault();
+            part('search').focus();
+            part('search').select();
+        } else if (event.key === 'Escape' && event.target === part('search')) {
+            set_search('');
+        }
+    });
+}
+
+function on_tick(count) {
+    if (!document.hidden) {
+        sensors.show_ages();
+        fresh.update(polling, known.answered_at, words);
+        if (count % curves_every === 0) {
+            curves.refresh();
+        }
+    }
+    setTimeout(on_tick, tick, count + 1);
+}
+
+// Without texts there is nothing to show: a probe that went away just now is waited for.
+async function first_texts(language) {
+    for (;;) {
+        try {
+            return await speak(language);
+        } catch (error) {
+            console.warn('no texts from the probe:', error);
+            await new Promise(resolve => setTimeout(resolve, 2 * tick));
+        }
+    }
+}
+
+async function start() {
+    part('language').append(
+        ...Object.entries(languages).map(([code, {name, tag}]) => {
+            const option = element('option', '', name);
+            [option.value, option.lang] = [code, tag ?? code];
+            return option;
+        })
+    );
+    await first_texts(choose_language([view.language, stored_language(), ...navigator.languages]));
+    part('search').value = view.search;
+    listen();
+    polling.ask_now();
+    on_tick(1);
+}
+
+start();

@@ -1,0 +1,49 @@
+// Numbers of a channel that do not come formatted from the probe, limits and extremes, in the look of its value.
+
+const powers = [1, 2, 3, 4, 5];
+const magnitudes = powers.flatMap(power => [1024 ** -power, 1000 ** -power, 1000 ** power]);
+const usual_factors = [1, ...magnitudes, 1 / 60, 1 / 3600];
+const time_span = /^-?\d+ (?:d|h|min)\b/;
+const time_parts = [[86400, 'd'], [3600, 'h'], [60, 'min'], [1, 's']];
+
+// The two largest parts of a number of seconds: "2 d 4 h".
+function format_time_span(seconds) {
+    const size = Math.abs(seconds);
+    const first = time_parts.findIndex(([length]) => size >= length);
+    let rest = Math.trunc(size);
+    const words = time_parts.slice(first, first < 0 ? undefined : first + 2).map(([length, name]) => {
+        const count = Math.trunc(rest / length);
+        rest -= count * length;
+        return `${count}\u00a0${name}`;
+    });
+    return (seconds < 0 ? '-' : '') + words.join(' ');
+}
+
+// What the raw value was multiplied with to become the one that is shown: raw 8295157937 as "7.7" GiB by 1 / 1024³,
+// raw 725 as "72.5" by 0.1. The roundest factor wins that explains the shown value within its rounding.
+// @return NaN when there is none
+function factor_of(channel, shown, decimals) {
+    if (shown === 0 || !Number.isFinite(channel.raw)) {
+        return shown === channel.raw ? 1 : NaN;
+    }
+    const rounding = 0.505 * 10 ** -decimals;
+    const ratio = shown / channel.raw;
+    const rounded = channel.difference ? [] : powers.slice(0, 3).map(digits => Number(ratio.toPrecision(digits)));
+    return [...usual_factors, ...rounded].find(factor => Math.abs(channel.raw * factor - shown) <= rounding) ?? NaN;
+}
+
+// @return raw value => text, with the unit where the scale of the shown value could be found
+export function number_format(channel) {
+    if (time_span.test(channel.value)) {
+        return format_time_span;
+    }
+    const shown = channel.lookup || channel.value.trim() === '' ? NaN : Number(channel.value);
+    const decimals = /\.(\d+)$/.exec(channel.value)?.[1].length ?? 0;
+    const factor = factor_of(channel, shown, decimals);
+    const unit = channel.unit && Number.isFinite(factor) ? `\u00a0${channel.unit}` : '';
+    return raw => {
+        const value = raw * (Number.isFinite(factor) ? factor : 1);
+        const rounded = Math.abs(value) < 1 ? value.toPrecision(3) : value.toFixed(Math.max(decimals, 2));
+        return String(Number(rounded)) + unit;
+    };
+}

@@ -1,0 +1,125 @@
+#include "probe/serve/probe_requests.hpp"
+
+#include "probe/log_line.hpp"
+#include "probe/terminal_text.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cmath>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+using clock = std::chrono::steady_clock;
+using seconds = std::chrono::duration<double>;
+
+constexpr seconds usual_time_out{10};
+constexpr seconds longest_time_out{60};
+constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer's way back
+
+[[nodiscard]] http_answer refusal(int status, const char* text) {
+    return {
+        .status = status,
+        .content_type = "text/plain; charset=utf-8",
+        .body = std::string{text} + "\n"};
+}
+
+/// @return how long the answer may take
+[[nodiscard]] clock::duration time_for(const http_request& request) {
+    const std::string text = request.header("X-Prometheus-Scrape-Timeout-Seconds").value_or("");
+    double told = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), told);
+    const bool usable =
+        error == std::errc{} && end == text.data() + text.size() && std::isfinite(told) && told > 0;
+    const seconds whole = usable ? std::min(seconds{told}, longest_time_out) : usual_time_out;
+    return std::chrono::duration_cast<clock::duration>(whole - std::min(way_back, whole / 4));
+}
+
+[[nodiscard]] http_answer with_log(const http_answer& metrics, const scan_outcome* outcome) {
+    std::string text = "# What the scan logged\n";
+    if (outcome == nullptr) {
+        text += "(no result in time)\n";
+    } else {
+        for (const log_line& line : outcome->log) {
+            text += sanitise(to_text(line)) + "\n";
+        }
+        text += "\n# Result\n" + sanitise(outcome->shown->text) + "\n";
+    }
+    return {
+        .status = 200,
+        .content_type = "text/plain; charset=utf-8",
+        .body = text + "\n# Metrics\n" + metrics.body};
+}
+
+class counted_wait final {
+  public:
+    explicit counted_wait(std::atomic<std::size_t>& count) : count_{count}, now_{++count} {}
+    ~counted_wait() { --count_; }
+    counted_wait(const counted_wait&) = delete;
+    counted_wait& operator=(const counted_wait&) = delete;
+
+    [[nodiscard]] std::size_t now() const noexcept { return now_; }
+
+  private:
+    std::atomic<std::size_t>& count_;
+    const std::size_t now_;
+};
+
+} // namespace
+
+void probe_requests::use(std::shared_ptr<const serve_config> config) {
+    const std::lock_guard lock{mutex_};
+    config_ = std::move(config);
+}
+
+http_answer probe_requests::answer(const http_request& request) {
+    std::shared_ptr<const serve_config> config;
+    {
+        const std::lock_guard lock{mutex_};
+        config = config_;
+    }
+    const auto target = request.parameter("target");
+    const auto name = request.parameter("module");
+    if (!target || !name) {
+        return refusal(400, "/probe?target=HOST:PORT&module=NAME");
+    }
+    const auto found = config->modules.find(*name);
+    if (found == config->modules.end()) {
+        return refusal(404, "there is no such module");
+    }
+    const auto server = parse_address(*target);
+    if (!server) {
+        return refusal(400, "the target is no HOST, HOST:PORT or [IPv6]:PORT");
+    }
+    const scan_module& module = found->second;
+    if (std::ranges::none_of(module.targets, [&server](const std::string& pattern) {
+            return matches(pattern, *server);
+        })) {
+        return refusal(403, "the module's targets do not include this one");
+    }
+    return scan(request, make_plan(server->text(), module, *server, std::chrono::seconds{0}));
+}
+
+http_answer probe_requests::scan(const http_request& request, const sensor_plan& plan) {
+    const clock::time_point deadline = clock::now() + time_for(request);
+    const counted_wait wait{waiting_};
+    if (wait.now() > most_) {
+        return refusal(503, "too many servers are being asked at this moment");
+    }
+    const bool debug = request.parameter("debug") == "true";
+    auto answer = scheduler_.request(plan, debug);
+    if (!answer) {
+        return refusal(503, "too many servers have been asked in the last minutes");
+    }
+    std::optional<scan_outcome> outcome;
+    if (answer->wait_until(deadline) == std::future_status::ready) {
+        outcome = answer->get();
+    }
+    const scan_outcome* const result = outcome ? &*outcome : nullptr;
+    http_answer metrics = metrics_.one(result, request.header("Accept").value_or(""));
+    return debug ? with_log(metrics, result) : std::move(metrics);
+}
+
+} // namespace tarvik::monitoring_modules::probe

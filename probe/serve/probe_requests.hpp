@@ -1,0 +1,46 @@
+#pragma once
+// Answers to /probe?target=HOST:PORT&module=NAME: another system says which server is to be asked
+// now, the configuration says what for and which servers may be asked at all.
+
+#include "probe/serve/http/http_message.hpp"
+#include "probe/serve/metrics_page.hpp"
+#include "probe/serve/scan_scheduler.hpp"
+#include "probe/serve/serve_config.hpp"
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// Thread-safe.
+class probe_requests final {
+  public:
+    /// Scheduler and metrics must outlive this object.
+    /// @param most requests that wait for their servers at one time
+    probe_requests(scan_scheduler& scheduler, const metrics_page& metrics, std::size_t most)
+        : scheduler_{scheduler},
+          metrics_{metrics},
+          most_{most} {}
+
+    /// Replaces the modules that are answered for.
+    void use(std::shared_ptr<const serve_config> config);
+
+    /// 400 for a request that makes no sense, 403 for a server that may not be asked, 404 for an
+    /// unknown module, 503 when too much is asked at one time; else 200, also when the server could
+    /// not be reached: the metrics tell. Ends before the time-out that the header
+    /// X-Prometheus-Scrape-Timeout-Seconds names, 10 s without it.
+    [[nodiscard]] http_answer answer(const http_request& request);
+
+  private:
+    [[nodiscard]] http_answer scan(const http_request& request, const sensor_plan& plan);
+
+    scan_scheduler& scheduler_;
+    const metrics_page& metrics_;
+    const std::size_t most_;
+    std::atomic<std::size_t> waiting_ = 0;
+    std::mutex mutex_;
+    std::shared_ptr<const serve_config> config_; // guarded by mutex_
+};
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,36 @@
+#pragma once
+// Addresses of servers, "plc-7.example:4840", and patterns that tell which ones may be asked for.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// The port of OPC UA over TCP, as IANA lists it.
+inline constexpr std::uint16_t default_opcua_port = 4840;
+
+struct server_address {
+    std::string host; ///< a name or an IP address, in lower case; IPv6 without brackets
+    std::uint16_t port = default_opcua_port;
+
+    /// @return "plc-7.example:4840", "[::1]:4840"
+    [[nodiscard]] std::string text() const;
+
+    bool operator==(const server_address&) const = default;
+};
+
+/// @param text host, host:port or [IPv6]:port; hosts have letters, digits, ".", "-" and "_"
+/// @return nothing for any other text
+[[nodiscard]] std::optional<server_address> parse_address(std::string_view text);
+
+/// @param pattern an address in which "*" stands for any part of one label of a name or one number
+/// of an IP address, and as port for any port; without a port: the default one. "10.0.0.*" does not
+/// match "10.0.0.1.example".
+[[nodiscard]] bool matches(std::string_view pattern, const server_address& address);
+
+/// @return whether the text can be such a pattern at all
+[[nodiscard]] bool is_target_pattern(std::string_view pattern);
+
+} // namespace tarvik::monitoring_modules::probe

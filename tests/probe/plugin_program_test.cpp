@@ -1,0 +1,137 @@
+// The program as a monitoring system calls it: what stands on the first line, exit codes, and an
+// end in time.
+
+#include "tests/probe/plant_probe.hpp"
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+
+#include <gmock/gmock.h>
+
+namespace tarvik::monitoring_modules::probe {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class plugin_program : public plant_probe {
+  protected:
+    [[nodiscard]] std::string scan(std::vector<std::string> more, int code) const {
+        more.insert(more.begin(), {"scan", "--format", "plugin"});
+        return run(more, code);
+    }
+};
+
+TEST_F(plugin_program, answers_with_state_and_performance_data) {
+    plant_.set_value("ns=2;s=Boiler.Temperature", 92.5);
+    const std::vector<std::string> boiler{
+        "custom_sensor", "--channel", "ns=2;s=Boiler.Temperature", "--unit", "1=°C"};
+    struct row {
+        std::vector<std::string> more;
+        int code;
+        const char* line; // the first one, but for the server
+    };
+    const row rows[] = {
+        {{"-w", "~:95"}, 0, "OK - Boiler Temperature 92.5 °C at "},
+        {{"-w", "90", "-v"}, 1, "WARNING - Boiler Temperature 92.5 °C is above 90 °C (server "},
+        {{"-w", "80", "-c", "Boiler Temperature=-5:90"},
+         2,
+         "CRITICAL - Boiler Temperature 92.5 °C is above 90 °C (server "},
+        {{"-c", "Boiler=90"},
+         3,
+         "UNKNOWN - --critical Boiler: the sensor has no such channel; did you mean Boiler "
+         "Temperature? (server "},
+        {{"--channel", "ns=2;s=Nowhere", "--language", "de"},
+         3,
+         "UNKNOWN - Die angegebene NodeID (ns=2;s=Nowhere) ist"},
+        {{"-w", "20:10"}, 3, "UNKNOWN - --warning 20:10: "},
+        {{"--frobnicate"}, 3, "UNKNOWN - "},
+        {{"--module", "/nowhere.so"}, 3, "UNKNOWN - The module could not be loaded"},
+    };
+    for (const row& each : rows) {
+        std::vector<std::string> arguments = boiler;
+        arguments.insert(arguments.end(), each.more.begin(), each.more.end());
+        // Standard error is in the same pipe: nothing may stand there before the answer.
+        const std::string text = scan(arguments, each.code);
+        EXPECT_THAT(text, StartsWith(std::string{"OPCUA "} + each.line));
+        EXPECT_EQ(
+            text.find(" | 'Boiler Temperature'=92.5") != std::string::npos,
+            each.code < 3 || text.find("no such channel") != std::string::npos
+        ) << text;
+    }
+}
+
+TEST_F(plugin_program, scans_twice_for_the_growth_of_a_counter) {
+    const std::string text =
+        scan({"server_status_sensor", "-c", "Rejected Session Count=5", "--interval", "0.2"}, 0);
+    EXPECT_THAT(text, HasSubstr("\n[OK] Rejected Session Count: 0.0 /s\n"));
+    EXPECT_THAT(text, HasSubstr(" 'Rejected Session Count'=0c "));
+}
+
+TEST_F(plugin_program, tells_a_server_that_is_gone_as_it_was_asked_to) {
+    plant_.stop();
+    EXPECT_THAT(
+        scan({"server_status_sensor"}, 2),
+        ContainsRegex("^OPCUA CRITICAL - The sensor could not connect [^|]*\n$")
+    );
+    EXPECT_THAT(
+        scan({"server_status_sensor", "--unreachable", "unknown"}, 3), StartsWith("OPCUA UNKNOWN")
+    );
+}
+
+/// Runs the program with 1 s of time and expects that it takes it, and not much more.
+void expect_time_out(std::vector<std::string> arguments, const std::string& stage) {
+    arguments.insert(arguments.begin(), {"scan", "server_status_sensor", "--format=plugin", "-t1"});
+    const auto start = std::chrono::steady_clock::now();
+    running_probe program{arguments};
+    EXPECT_EQ(program.read_all(), "OPCUA UNKNOWN - timed out after 1 s while " + stage + "\n");
+    EXPECT_EQ(program.exit_code(), 3);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
+}
+
+TEST(plugin_time_out, holds_for_a_server_that_never_answers) {
+    const int listening = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    auto* const raw = reinterpret_cast<sockaddr*>(&address);
+    ASSERT_EQ(bind(listening, raw, size), 0);
+    ASSERT_EQ(listen(listening, 5), 0);
+    ASSERT_EQ(getsockname(listening, raw, &size), 0);
+    const std::string port = std::to_string(ntohs(address.sin_port));
+    expect_time_out({"-H", "127.0.0.1", "-p", port}, "connecting to 127.0.0.1:" + port);
+    close(listening);
+}
+
+TEST(plugin_time_out, holds_for_files_that_nobody_writes) {
+    const std::string pipe =
+        std::filesystem::temp_directory_path() / ("plugin-pipe-" + std::to_string(getpid()));
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    expect_time_out({"-H", "h", "--module", pipe}, "loading the module");
+    expect_time_out({"-H", "h", "--user", "u", "--password-file", pipe}, "reading the settings");
+    std::filesystem::remove(pipe);
+}
+
+TEST(plugin_version, is_not_ok) {
+    const std::pair<std::vector<std::string>, int> rows[] = {
+        {{"-V"}, 3},
+        {{"scan", "-V"}, 3},
+        {{"--version"}, 0},
+        {{"--version", "--format=plugin"}, 3}};
+    for (const auto& [arguments, code] : rows) {
+        running_probe program{arguments};
+        EXPECT_THAT(program.read_all(), ContainsRegex("^opcua-probe [0-9.]+\n$"));
+        EXPECT_EQ(program.exit_code(), code);
+    }
+}
+
+} // namespace
+} // namespace tarvik::monitoring_modules::probe
