@@ -10,12 +10,16 @@ set_target_properties(opcua-probe PROPERTIES INSTALL_RPATH $ORIGIN/${libraries_f
 
 # tarvik::opcua_module to link against, tarvik::opcua_c_api for the header alone (a host that loads the module itself).
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/tarvik_opcua)
-install(TARGETS opcua_module EXPORT tarvik_opcua LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(
+    TARGETS opcua_module EXPORT tarvik_opcua
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT module
+)
 install(
     EXPORT tarvik_opcua
     NAMESPACE tarvik::
     FILE tarvik_opcua-targets.cmake
     DESTINATION ${package_folder}
+    COMPONENT dev
 )
 configure_package_config_file(
     cmake/tarvik_opcua-config.cmake.in package/tarvik_opcua-config.cmake
@@ -29,10 +33,14 @@ install(
     FILES ${PROJECT_BINARY_DIR}/package/tarvik_opcua-config.cmake
           ${PROJECT_BINARY_DIR}/package/tarvik_opcua-config-version.cmake
     DESTINATION ${package_folder}
+    COMPONENT dev
 )
 
 file(RELATIVE_PATH prefix_from_pkgconfig /${CMAKE_INSTALL_LIBDIR}/pkgconfig /.)
 configure_file(cmake/tarvik-opcua.pc.in package/tarvik-opcua.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/package/tarvik-opcua.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+        COMPONENT dev
 )
+
+include(debian_packages)

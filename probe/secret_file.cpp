@@ -10,15 +10,15 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-constexpr std::size_t most_bytes = 1'048'576;
+constexpr std::size_t bytes_of_mebibyte = 1'048'576;
 
-[[noreturn]] void fail(const std::string& path, const char* problem) {
+[[noreturn]] void fail(const std::string& path, const std::string& problem) {
     throw probe_error{exit_code::usage, path + ": " + problem};
 }
 
 } // namespace
 
-std::string read_file(const std::string& path) {
+std::string read_file(const std::string& path, std::size_t most_mebibytes) {
     struct stat status {};
     if (stat(path.c_str(), &status) != 0 || S_ISDIR(status.st_mode)) {
         fail(path, "no such file");
@@ -31,8 +31,8 @@ std::string read_file(const std::string& path) {
     std::array<char, 4096> block{};
     while (file.read(block.data(), block.size()) || file.gcount() > 0) {
         text.append(block.data(), static_cast<std::size_t>(file.gcount()));
-        if (text.size() > most_bytes) {
-            fail(path, "the file is larger than 1 MiB");
+        if (text.size() > most_mebibytes * bytes_of_mebibyte) {
+            fail(path, "the file is larger than " + std::to_string(most_mebibytes) + " MiB");
         }
     }
     if (file.bad()) {

@@ -1,12 +1,16 @@
 #pragma once
 // Files that the command line names, which may hold secrets.
 
+#include <cstddef>
 #include <string>
 
 namespace tarvik::monitoring_modules::probe {
 
-/// @throws probe_error (usage) when the file cannot be read or is larger than 1 MiB
-[[nodiscard]] std::string read_file(const std::string& path);
+inline constexpr std::size_t most_file_mebibytes = 1;
+
+/// @throws probe_error (usage) when the file cannot be read or is larger than so many MiB
+[[nodiscard]] std::string
+read_file(const std::string& path, std::size_t most_mebibytes = most_file_mebibytes);
 
 /// @return whether every user of the machine can read it
 [[nodiscard]] bool is_open_to_all(const std::string& path);

@@ -52,8 +52,7 @@ void board::put(const shown_connection& connection) {
 
 void board::remove_connection(const std::string& name) {
     const std::lock_guard lock{mutex_};
-    ++revision_;
-    connections_.erase(name);
+    revision_ += connections_.erase(name);
 }
 
 board_view board::view(std::uint64_t since) const {

@@ -18,6 +18,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t most_sensors = 100'000;
+constexpr std::size_t most_mebibytes = 16; // which hold so many
 constexpr auto shortest_interval = 100ms;
 constexpr auto longest_interval = 24h;
 constexpr auto usual_interval = 10s;
@@ -34,7 +35,7 @@ class config_reader final {
         : document_{document},
           open_{is_open_to_all(path)},
           values_{std::filesystem::absolute(path).parent_path()},
-          root_{config_node::parse(read_file(path), path)} {}
+          root_{config_node::parse(read_file(path, most_mebibytes), path)} {}
 
     [[nodiscard]] serve_config read() const {
         root_.allow_only({"listen", "workers", "modules", "sensors"});

@@ -166,12 +166,10 @@ void connection_lane::dismiss(std::unique_ptr<member> gone) {
         context_.shown.remove_sensor(id);
     }
     if (members_.empty()) {
-        context_.shown.remove_connection(health_.shown().name);
         context_.observer.connection_gone(health_.shown().name);
         health_.leave();
-    } else {
-        show_connection();
     }
+    show_connection();
 }
 
 void connection_lane::scan(member& one) {
@@ -267,9 +265,16 @@ void connection_lane::plan_next(member& one, time_point started, bool was_held) 
     one.next = next_slot(one.anchor, plan.interval, clock::now());
 }
 
+/// A connection that only requests use is theirs to tell about.
 void connection_lane::show_connection() {
+    const auto count =
+        std::ranges::count_if(members_, [](const auto& one) { return !one->expires; });
+    if (count == 0) {
+        context_.shown.remove_connection(health_.shown().name);
+        return;
+    }
     shown_connection shown = health_.shown();
-    shown.sensors = members_.size();
+    shown.sensors = static_cast<std::size_t>(count);
     context_.shown.put(shown);
 }
 

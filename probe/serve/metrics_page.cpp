@@ -41,9 +41,13 @@ const metric_family duration =
     return sensor.last_good && !sensor.stale && !overdue;
 }
 
+[[nodiscard]] std::vector<metric_label>
+labels_of(const std::string& sensor, const std::string& connection, const std::string& kind) {
+    return {{"sensor", sensor}, {"server", connection}, {"kind", kind}};
+}
+
 void add_sensor(exposition& to, const shown_sensor& sensor, wall_time now) {
-    const std::vector<metric_label> labels{
-        {"sensor", sensor.name}, {"server", sensor.connection}, {"kind", sensor.kind}};
+    const auto labels = labels_of(sensor.name, sensor.connection, sensor.kind);
     const bool current = is_current(sensor, now);
     to.add(up, {labels, current ? 1.0 : 0.0});
     for (const sensor_state each :
@@ -96,14 +100,14 @@ http_answer metrics_page::all(const std::string& accept) const {
     return written(result, accept);
 }
 
-http_answer metrics_page::one(const scan_outcome* outcome, const std::string& accept) const {
+http_answer
+metrics_page::one(const sensor_plan& plan, const scan_outcome* outcome, const std::string& accept) {
     exposition result;
-    const std::vector<metric_label> none;
     if (outcome == nullptr) {
-        result.add(up, {none, 0});
+        result.add(up, {labels_of(plan.name, plan.connection, plan.kind), 0});
     } else {
         add_sensor(result, *outcome->shown, std::chrono::system_clock::now());
-        result.add(duration, {none, outcome->took.count()});
+        result.add(duration, {{}, outcome->took.count()});
         connection_state state = connection_state::ready;
         if (outcome->fault && outcome->fault->connection) {
             state = *outcome->fault->connection;

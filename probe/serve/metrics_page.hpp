@@ -24,7 +24,8 @@ class metrics_page final {
 
     /// The answer to one request for one server.
     /// @param outcome nothing: there was none in time
-    [[nodiscard]] http_answer one(const scan_outcome* outcome, const std::string& accept) const;
+    [[nodiscard]] static http_answer
+    one(const sensor_plan& plan, const scan_outcome* outcome, const std::string& accept);
 
   private:
     const board& board_;

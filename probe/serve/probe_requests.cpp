@@ -118,7 +118,7 @@ http_answer probe_requests::scan(const http_request& request, const sensor_plan&
         outcome = answer->get();
     }
     const scan_outcome* const result = outcome ? &*outcome : nullptr;
-    http_answer metrics = metrics_.one(result, request.header("Accept").value_or(""));
+    http_answer metrics = metrics_page::one(plan, result, request.header("Accept").value_or(""));
     return debug ? with_log(metrics, result) : std::move(metrics);
 }
 

@@ -16,11 +16,10 @@ namespace tarvik::monitoring_modules::probe {
 /// Thread-safe.
 class probe_requests final {
   public:
-    /// Scheduler and metrics must outlive this object.
+    /// @param scheduler must outlive this object
     /// @param most requests that wait for their servers at one time
-    probe_requests(scan_scheduler& scheduler, const metrics_page& metrics, std::size_t most)
+    probe_requests(scan_scheduler& scheduler, std::size_t most)
         : scheduler_{scheduler},
-          metrics_{metrics},
           most_{most} {}
 
     /// Replaces the modules that are answered for.
@@ -36,7 +35,6 @@ class probe_requests final {
     [[nodiscard]] http_answer scan(const http_request& request, const sensor_plan& plan);
 
     scan_scheduler& scheduler_;
-    const metrics_page& metrics_;
     const std::size_t most_;
     std::atomic<std::size_t> waiting_ = 0;
     std::mutex mutex_;

@@ -62,10 +62,17 @@ class probe_service final {
           document_{languages_.find("en")},
           config_{read()} {}
 
+    /// @throws probe_error (usage) also when the files of TLS are not usable
+    void check() const {
+        const http_server unused{settings_of(config_->listen), [](const http_request& /*request*/) {
+                                     return http_answer{};
+                                 }};
+    }
+
     /// Serves until the program is to end.
     void run(interruption& interrupt) {
         scan_scheduler scheduler{{module_, *document_, board_, observer_}, config_->workers};
-        probe_requests probes{scheduler, metrics_, most_probes};
+        probe_requests probes{scheduler, most_probes};
         const server_routes routes{board_, languages_, metrics_, probes};
         http_server server{
             settings_of(config_->listen),
@@ -133,6 +140,7 @@ exit_code run_serve(const command_context& context, const serve_options& options
     static_cast<void>(mallopt(M_ARENA_MAX, 2));
     probe_service service{context, options};
     if (options.check_only) {
+        service.check();
         context.terminal.line("The configuration is right.");
         return exit_code::ok;
     }
