@@ -211,7 +211,9 @@ TEST_F(serving, probes_what_it_may) {
         ask("module=plant&target=" + target, "X-Prometheus-Scrape-Timeout-Seconds: 1.5\r\n");
     EXPECT_LT(clock::now() - start, 1500ms);
     EXPECT_THAT(late, HasSubstr("kind=\"custom_sensor\"} 0\n"));
-    EXPECT_THAT(probe.ask("/metrics"), Not(HasSubstr("opcua_connection_state{"))); // of sensors only
+    EXPECT_THAT(
+        probe.ask("/metrics"), Not(HasSubstr("opcua_connection_state{"))
+    ); // of sensors only
     plant_.thaw();
 }
 
