@@ -23,8 +23,8 @@ if(OPCUA_SANITIZERS)
     target_compile_options(
         project_options INTERFACE -fsanitize=${OPCUA_SANITIZERS} -fno-omit-frame-pointer
                                   -fno-sanitize-recover=all
-                                  # Half the compile time of the build type's -O2 -g; traces still name lines.
-                                  -O1 -g1
+                                  # A third of the compile time of the build type's -O2 -g; traces still name lines.
+                                  -O0 -g1
     )
     target_link_options(project_options INTERFACE -fsanitize=${OPCUA_SANITIZERS})
 endif()

@@ -14,20 +14,6 @@ using nlohmann::ordered_json;
     return std::isfinite(value) ? ordered_json(value) : ordered_json(format_number(value));
 }
 
-[[nodiscard]] const char* state_text(channel_state state) {
-    switch (state) {
-    case channel_state::ok:
-        return "ok";
-    case channel_state::warning:
-        return "warning";
-    case channel_state::error:
-        return "error";
-    case channel_state::none:
-        break;
-    }
-    return "none";
-}
-
 [[nodiscard]] const char* result_state(const ordered_json& document) {
     const auto code = document.at("response_code").get<std::int64_t>();
     return code == 0 ? "ok" : code == 1 ? "warning" : "error";
@@ -44,7 +30,7 @@ void enrich(ordered_json& channel, const channel_view& view) {
         channel["growth_per_second"] = view.growth ? real(*view.growth) : ordered_json();
     }
     if (view.state != channel_state::none) {
-        channel["state"] = state_text(view.state);
+        channel["state"] = name_of(view.state);
     }
 }
 

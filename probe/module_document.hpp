@@ -5,6 +5,7 @@
 #include "probe/module_setting.hpp"
 #include "probe/translation.hpp"
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -16,6 +17,12 @@ namespace tarvik::monitoring_modules::probe {
 
 /// How a channel fares.
 enum class channel_state { none, ok, warning, error };
+
+/// @return "warning"
+[[nodiscard]] constexpr std::string_view name_of(channel_state state) noexcept {
+    constexpr std::array<std::string_view, 4> names{"none", "ok", "warning", "error"};
+    return names[static_cast<std::size_t>(state)];
+}
 
 struct lookup_value {
     std::string text;

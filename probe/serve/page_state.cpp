@@ -20,20 +20,6 @@ using nlohmann::json;
     return when ? json(seconds_of(*when)) : json();
 }
 
-[[nodiscard]] const char* name_of(channel_state state) {
-    switch (state) {
-    case channel_state::ok:
-        return "ok";
-    case channel_state::warning:
-        return "warning";
-    case channel_state::error:
-        return "error";
-    case channel_state::none:
-        break;
-    }
-    return "none";
-}
-
 [[nodiscard]] json finite(double value) {
     return std::isfinite(value) ? json(value) : json(format_number(value));
 }

@@ -43,6 +43,10 @@ constexpr auto time_to_stop = 20s;                    // the longest scan takes 
     return settings;
 }
 
+[[nodiscard]] bool is_loopback(const std::string& address) {
+    return address.starts_with("127.") || address == "::1" || address == "localhost";
+}
+
 [[nodiscard]] std::string url_of(const listen_settings& listen, std::uint16_t port) {
     const bool ipv6 = listen.address.find(':') != std::string::npos;
     return (listen.tls ? "https://" : "http://") +
@@ -84,6 +88,9 @@ class probe_service final {
         const std::uint16_t port = server.start();
         scheduler.apply(config_->sensors);
         terminal_.line("Serving " + url_of(config_->listen, port));
+        if (!is_loopback(config_->listen.address) && !config_->listen.basic_auth) {
+            terminal_.line("opcua-probe: warning: whoever reaches this address can read all of it");
+        }
         interrupt.let_hangup_reload();
         while (interrupt.wait_for_reload()) {
             reload(scheduler, probes);

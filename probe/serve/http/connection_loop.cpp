@@ -113,7 +113,7 @@ void connection_loop::wait_and_serve() {
     }
     const int timeout = milliseconds_until(round.deadline, start);
     if (::poll(round.sources.data(), round.sources.size(), timeout) < 0) {
-        return; // a signal; or no memory, for now
+        return; // a signal, or no memory at this moment
     }
     const time_point now = clock::now();
     for (std::size_t i = 0; i < round.ids.size(); ++i) {
