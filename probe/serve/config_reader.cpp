@@ -43,7 +43,7 @@ class config_reader final {
         if (const auto listen = root_.find("listen")) {
             config.listen = read_listen(*listen);
         }
-        config.workers = static_cast<std::size_t>(root_.integer_of("workers", 1, 256, 32));
+        config.workers = static_cast<std::size_t>(root_.integer_of("workers", 2, 256, 64));
         if (const auto modules = root_.find("modules")) {
             for (const auto& [name, module] : modules->members()) {
                 config.modules.emplace(name, read_module(module));

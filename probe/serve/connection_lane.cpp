@@ -74,8 +74,9 @@ void connection_lane::remove_all() {
     }
 }
 
-std::future<scan_outcome>
-connection_lane::request(const sensor_plan& plan, std::int32_t id, bool keep_log) {
+std::future<scan_outcome> connection_lane::request(
+    const sensor_plan& plan, std::int32_t id, bool keep_log, std::shared_ptr<void> held
+) {
     const std::lock_guard lock{mutex_};
     const auto found = std::ranges::find_if(members_, [&plan](const auto& one) {
         return one->expires && !one->leaving && one->sensor.plan() == plan;
@@ -88,6 +89,7 @@ connection_lane::request(const sensor_plan& plan, std::int32_t id, bool keep_log
     one->expires = clock::now() + kept_after_request;
     request_waiting& waiting = one->requests.emplace_back();
     waiting.keep_log = keep_log;
+    waiting.held = std::move(held);
     return waiting.answer.get_future();
 }
 

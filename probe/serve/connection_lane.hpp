@@ -44,8 +44,9 @@ class connection_lane final : public timed_task {
     /// Scans a sensor once, as soon as the lane is free, whatever the connection's state is. The
     /// sensor stays for some minutes, and with it the session.
     /// @param id for the sensor, unless one with an equal plan is there from an earlier request
+    /// @param held is let go when the scan is over, whoever still waits for it
     [[nodiscard]] std::future<scan_outcome>
-    request(const sensor_plan& plan, std::int32_t id, bool keep_log);
+    request(const sensor_plan& plan, std::int32_t id, bool keep_log, std::shared_ptr<void> held);
 
     [[nodiscard]] bool empty() const;
 
@@ -57,6 +58,7 @@ class connection_lane final : public timed_task {
     struct request_waiting {
         std::promise<scan_outcome> answer;
         bool keep_log = false;
+        std::shared_ptr<void> held;
     };
     struct member {
         member(

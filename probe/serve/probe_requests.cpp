@@ -53,19 +53,16 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
         .body = text + "\n# Metrics\n" + metrics.body};
 }
 
-class counted_wait final {
-  public:
-    explicit counted_wait(std::atomic<std::size_t>& count) : count_{count}, now_{++count} {}
-    ~counted_wait() { --count_; }
-    counted_wait(const counted_wait&) = delete;
-    counted_wait& operator=(const counted_wait&) = delete;
+using scan_count = std::shared_ptr<std::atomic<std::size_t>>;
 
-    [[nodiscard]] std::size_t now() const noexcept { return now_; }
-
-  private:
-    std::atomic<std::size_t>& count_;
-    const std::size_t now_;
-};
+/// @return what counts as long as it lives; null when there are as many already
+[[nodiscard]] std::shared_ptr<void> counted_scan(const scan_count& count, std::size_t most) {
+    if (++*count > most) {
+        --*count;
+        return nullptr;
+    }
+    return {count.get(), [count](void* /*unused*/) { --*count; }};
+}
 
 } // namespace
 
@@ -104,12 +101,12 @@ http_answer probe_requests::answer(const http_request& request) {
 
 http_answer probe_requests::scan(const http_request& request, const sensor_plan& plan) {
     const clock::time_point deadline = clock::now() + time_for(request);
-    const counted_wait wait{waiting_};
-    if (wait.now() > most_) {
+    std::shared_ptr<void> counted = counted_scan(running_, most_);
+    if (counted == nullptr) {
         return refusal(503, "too many servers are being asked at this moment");
     }
     const bool debug = request.parameter("debug") == "true";
-    auto answer = scheduler_.request(plan, debug);
+    auto answer = scheduler_.request(plan, debug, std::move(counted));
     if (!answer) {
         return refusal(503, "too many servers have been asked in the last minutes");
     }

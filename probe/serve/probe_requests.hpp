@@ -17,7 +17,8 @@ namespace tarvik::monitoring_modules::probe {
 class probe_requests final {
   public:
     /// @param scheduler must outlive this object
-    /// @param most requests that wait for their servers at one time
+    /// @param most scans for requests at one time, also of those whose clients wait no longer: the
+    /// others keep their threads
     probe_requests(scan_scheduler& scheduler, std::size_t most)
         : scheduler_{scheduler},
           most_{most} {}
@@ -36,7 +37,8 @@ class probe_requests final {
 
     scan_scheduler& scheduler_;
     const std::size_t most_;
-    std::atomic<std::size_t> waiting_ = 0;
+    const std::shared_ptr<std::atomic<std::size_t>> running_ =
+        std::make_shared<std::atomic<std::size_t>>(0);
     std::mutex mutex_;
     std::shared_ptr<const serve_config> config_; // guarded by mutex_
 };

@@ -49,7 +49,7 @@ void scan_scheduler::apply(const std::vector<sensor_plan>& plans) {
 }
 
 std::optional<std::future<scan_outcome>>
-scan_scheduler::request(const sensor_plan& plan, bool keep_log) {
+scan_scheduler::request(const sensor_plan& plan, bool keep_log, std::shared_ptr<void> held) {
     const std::lock_guard lock{mutex_};
     if (!lanes_.contains(plan.connection) && lanes_.size() >= most_lanes_for_requests) {
         drop_empty_lanes();
@@ -58,7 +58,7 @@ scan_scheduler::request(const sensor_plan& plan, bool keep_log) {
         }
     }
     const auto& lane = lane_of(plan.connection);
-    auto answer = lane->request(plan, ++last_id_, keep_log);
+    auto answer = lane->request(plan, ++last_id_, keep_log, std::move(held));
     pool_.wake(lane);
     return answer;
 }

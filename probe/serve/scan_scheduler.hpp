@@ -31,9 +31,10 @@ class scan_scheduler final {
 
     /// Scans a server once, outside any interval. The sensor is kept for some minutes, for the next
     /// request of the same.
+    /// @param held is let go when the scan is over, whoever still waits for it
     /// @return nothing when there are too many such sensors already
     [[nodiscard]] std::optional<std::future<scan_outcome>>
-    request(const sensor_plan& plan, bool keep_log);
+    request(const sensor_plan& plan, bool keep_log, std::shared_ptr<void> held);
 
     /// Destroys all sensors, which closes their sessions.
     /// @return whether that was done in time

@@ -22,11 +22,16 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t http_connections = 256;
-constexpr std::size_t http_threads = 32;
-constexpr std::size_t most_probes = http_threads - 4; // which leaves some for everything else
-constexpr auto time_to_stop = 20s;                    // the longest scan takes some 15 s
+constexpr std::size_t spare_threads = 8; // of the HTTP server, when all others wait for scans
+constexpr auto time_to_stop = 20s;       // the longest scan takes some 15 s
 
-[[nodiscard]] http_settings settings_of(const listen_settings& listen) {
+/// Requests have half of the threads that scan, so that intervals are kept whatever is asked.
+[[nodiscard]] std::size_t most_requested_scans(const serve_config& config) {
+    return config.workers / 2;
+}
+
+[[nodiscard]] http_settings settings_of(const serve_config& config) {
+    const listen_settings& listen = config.listen;
     http_settings settings;
     settings.address = listen.address;
     settings.port = listen.port;
@@ -38,7 +43,7 @@ constexpr auto time_to_stop = 20s;                    // the longest scan takes 
             http_credentials{listen.basic_auth->user, listen.basic_auth->password};
     }
     settings.allowed_hosts = listen.allowed_hosts;
-    settings.threads = http_threads;
+    settings.threads = most_requested_scans(config) + spare_threads;
     settings.limits.connections = http_connections;
     return settings;
 }
@@ -68,18 +73,17 @@ class probe_service final {
 
     /// @throws probe_error (usage) also when the files of TLS are not usable
     void check() const {
-        const http_server unused{settings_of(config_->listen), [](const http_request& /*request*/) {
-                                     return http_answer{};
-                                 }};
+        const http_server unused{
+            settings_of(*config_), [](const http_request& /*request*/) { return http_answer{}; }};
     }
 
     /// Serves until the program is to end.
     void run(interruption& interrupt) {
         scan_scheduler scheduler{{module_, *document_, board_, observer_}, config_->workers};
-        probe_requests probes{scheduler, most_probes};
+        probe_requests probes{scheduler, most_requested_scans(*config_)};
         const server_routes routes{board_, languages_, metrics_, probes};
         http_server server{
-            settings_of(config_->listen),
+            settings_of(*config_),
             [&routes](const http_request& request) { return routes.answer(request); },
             [this](const http_record& record) {
                 own_.served(route_class(record.path), record.status);

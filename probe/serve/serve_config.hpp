@@ -55,7 +55,7 @@ struct scan_module {
 
 struct serve_config {
     listen_settings listen;
-    std::size_t workers = 32; ///< most scans at one time
+    std::size_t workers = 64; ///< most scans at one time; half of them for requests
     std::map<std::string, scan_module> modules;
     std::vector<sensor_plan> sensors;
 };

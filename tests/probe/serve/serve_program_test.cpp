@@ -182,7 +182,7 @@ TEST_F(serving, ends_in_time_although_a_server_is_frozen) {
 }
 
 TEST_F(serving, probes_what_it_may) {
-    const serving_probe probe{modules};
+    const serving_probe probe{std::string{"workers: 2\n"} + modules}; // one for requests
     const std::string target = "127.0.0.1:" + std::to_string(plant_.port());
     const auto ask = [&](const std::string& query, const std::string& headers = "") {
         return probe.ask("/probe?" + query, headers);
@@ -211,6 +211,10 @@ TEST_F(serving, probes_what_it_may) {
         ask("module=plant&target=" + target, "X-Prometheus-Scrape-Timeout-Seconds: 1.5\r\n");
     EXPECT_LT(clock::now() - start, 1500ms);
     EXPECT_THAT(late, HasSubstr("kind=\"custom_sensor\"} 0\n"));
+    EXPECT_THAT( // nobody waits for that scan any more, but it goes on
+        ask("module=plant&target=127.0.0.1:" + std::to_string(other_.port())),
+        HasSubstr("HTTP/1.1 503")
+    );
     EXPECT_THAT(
         probe.ask("/metrics"), Not(HasSubstr("opcua_connection_state{"))
     ); // of sensors only
