@@ -194,6 +194,7 @@ void connection_lane::scan(member& one) {
     context_.observer.scanned(one.sensor.plan(), outcome);
     settle(one, outcome, started);
     for (request_waiting& waiting : requests) {
+        waiting.held.reset(); // before its next request
         waiting.answer.set_value(outcome);
     }
 }

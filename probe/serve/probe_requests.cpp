@@ -17,6 +17,7 @@ using seconds = std::chrono::duration<double>;
 
 constexpr seconds usual_time_out{10};
 constexpr seconds longest_time_out{60};
+constexpr std::chrono::milliseconds look_for_stop{200};
 constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer's way back
 
 [[nodiscard]] http_answer refusal(int status, const char* text) {
@@ -99,6 +100,20 @@ http_answer probe_requests::answer(const http_request& request) {
     return scan(request, make_plan(server->text(), module, *server, std::chrono::seconds{0}));
 }
 
+std::optional<scan_outcome>
+probe_requests::wait_for(std::future<scan_outcome>& answer, clock::time_point deadline) const {
+    while (!stopping_) {
+        const clock::time_point next = std::min(deadline, clock::now() + look_for_stop);
+        if (answer.wait_until(next) == std::future_status::ready) {
+            return answer.get();
+        }
+        if (clock::now() >= deadline) {
+            break;
+        }
+    }
+    return std::nullopt;
+}
+
 http_answer probe_requests::scan(const http_request& request, const sensor_plan& plan) {
     const clock::time_point deadline = clock::now() + time_for(request);
     std::shared_ptr<void> counted = counted_scan(running_, most_);
@@ -110,10 +125,7 @@ http_answer probe_requests::scan(const http_request& request, const sensor_plan&
     if (!answer) {
         return refusal(503, "too many servers have been asked in the last minutes");
     }
-    std::optional<scan_outcome> outcome;
-    if (answer->wait_until(deadline) == std::future_status::ready) {
-        outcome = answer->get();
-    }
+    const std::optional<scan_outcome> outcome = wait_for(*answer, deadline);
     const scan_outcome* const result = outcome ? &*outcome : nullptr;
     http_answer metrics = metrics_page::one(plan, result, request.header("Accept").value_or(""));
     return debug ? with_log(metrics, result) : std::move(metrics);

@@ -8,8 +8,11 @@
 #include "probe/serve/serve_config.hpp"
 
 #include <atomic>
+#include <chrono>
+#include <future>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -32,11 +35,19 @@ class probe_requests final {
     /// X-Prometheus-Scrape-Timeout-Seconds names, 10 s without it.
     [[nodiscard]] http_answer answer(const http_request& request);
 
+    /// Whoever waits for a scan is answered at once, as if time were over.
+    void stop() noexcept { stopping_ = true; }
+
   private:
     [[nodiscard]] http_answer scan(const http_request& request, const sensor_plan& plan);
 
+    [[nodiscard]] std::optional<scan_outcome> wait_for(
+        std::future<scan_outcome>& answer, std::chrono::steady_clock::time_point deadline
+    ) const;
+
     scan_scheduler& scheduler_;
     const std::size_t most_;
+    std::atomic<bool> stopping_ = false;
     const std::shared_ptr<std::atomic<std::size_t>> running_ =
         std::make_shared<std::atomic<std::size_t>>(0);
     std::mutex mutex_;

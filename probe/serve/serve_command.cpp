@@ -99,8 +99,10 @@ class probe_service final {
         while (interrupt.wait_for_reload()) {
             reload(scheduler, probes);
         }
+        const auto deadline = std::chrono::steady_clock::now() + time_to_stop;
+        probes.stop();
         server.stop();
-        if (!scheduler.stop(std::chrono::steady_clock::now() + time_to_stop)) {
+        if (!scheduler.stop(deadline)) {
             terminal_.line("opcua-probe: a server does not answer; its sessions stay open");
             _exit(128 + interrupt.signal());
         }
