@@ -28,6 +28,10 @@ if(OPCUA_SANITIZERS)
     )
     target_link_options(project_options INTERFACE -fsanitize=${OPCUA_SANITIZERS})
 endif()
+if(CMAKE_UNITY_BUILD)
+    # Sources that are compiled as one see each other's names; the other builds tell of what a source itself shadows.
+    target_compile_options(project_options INTERFACE -Wno-shadow)
+endif()
 
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_C_STANDARD 99)

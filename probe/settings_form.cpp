@@ -1,5 +1,6 @@
 #include "probe/settings_form.hpp"
 
+#include "probe/joined.hpp"
 #include "probe/nearest_names.hpp"
 #include "probe/probe_error.hpp"
 #include "probe/secret_file.hpp"
@@ -20,14 +21,6 @@ constexpr std::size_t shown_columns = 60;
 
 [[nodiscard]] std::vector<std::string> host_keys_of_sensor() {
     return {host_of_sensor, "logging", "timeout", "ipversion", "tarvikcloudapikey"};
-}
-
-[[nodiscard]] std::string joined(const std::vector<std::string>& texts) {
-    std::string list;
-    for (const std::string& text : texts) {
-        list += (list.empty() ? "" : ", ") + text;
-    }
-    return list;
 }
 
 /// @return "Channel #2 NodeID (custom.connection_custom.channel2_nodeid)"

@@ -1,5 +1,6 @@
 #include "probe/address_space/endpoint_presentation.hpp"
 
+#include "probe/joined.hpp"
 #include "probe/table.hpp"
 #include "probe/terminal_text.hpp"
 
@@ -44,11 +45,7 @@ time_text(const std::optional<std::chrono::sys_seconds>& time, const char* form)
             texts.push_back(std::move(text));
         }
     }
-    std::string list;
-    for (const std::string& text : texts) {
-        list += (list.empty() ? "" : ", ") + text;
-    }
-    return fit(list, text_columns);
+    return fit(joined(texts), text_columns);
 }
 
 [[nodiscard]] std::string days_text(std::int32_t days) {

@@ -1,5 +1,6 @@
 #include "probe/manual/completion.hpp"
 
+#include "probe/joined.hpp"
 #include "probe/manual/option_view.hpp"
 
 #include <algorithm>
@@ -63,14 +64,6 @@ NAME() {
 replaced(std::string text, const std::string& from, const std::string& to) {
     for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
         text.replace(at, from.size(), to);
-    }
-    return text;
-}
-
-[[nodiscard]] std::string joined(const std::vector<std::string>& words, const char* with) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : with) + word;
     }
     return text;
 }

@@ -1,5 +1,7 @@
 #include "probe/manual/option_view.hpp"
 
+#include "probe/joined.hpp"
+
 #include <algorithm>
 #include <cctype>
 #include <iterator>
@@ -19,14 +21,6 @@ namespace {
         parts.push_back(CLI::detail::trim_copy(part));
     }
     return parts;
-}
-
-[[nodiscard]] std::string joined(const std::vector<std::string>& parts, const char* with) {
-    std::string text;
-    for (const std::string& part : parts) {
-        text += (text.empty() ? "" : with) + part;
-    }
-    return text;
 }
 
 /// @return "1000000" for "1e+06"

@@ -10,14 +10,15 @@ namespace {
 
 using nlohmann::json;
 
-[[nodiscard]] double seconds_of(wall_time when) {
+/// @return seconds since 1970, in whole milliseconds
+[[nodiscard]] double page_time(wall_time when) {
     const auto passed =
         std::chrono::duration_cast<std::chrono::milliseconds>(when.time_since_epoch());
     return static_cast<double>(passed.count()) / 1000;
 }
 
-[[nodiscard]] json seconds_of(const std::optional<wall_time>& when) {
-    return when ? json(seconds_of(*when)) : json();
+[[nodiscard]] json page_time(const std::optional<wall_time>& when) {
+    return when ? json(page_time(*when)) : json();
 }
 
 [[nodiscard]] json finite(double value) {
@@ -71,8 +72,8 @@ using nlohmann::json;
         {"state", name_of(sensor.state)},
         {"message", document.texts().message(sensor.identity, sensor.text)},
         {"interval", std::chrono::duration<double>{sensor.interval}.count()},
-        {"last_scan", seconds_of(sensor.last_scan)},
-        {"last_good", seconds_of(sensor.last_good)},
+        {"last_scan", page_time(sensor.last_scan)},
+        {"last_good", page_time(sensor.last_good)},
         {"stale", sensor.stale},
         {"channels", std::move(channels)}};
 }
@@ -83,8 +84,8 @@ connection_json(const shown_connection& connection, const module_document& docum
         {"address", connection.name},
         {"state", name_of(connection.state)},
         {"message", document.texts().message(connection.identity, connection.text)},
-        {"since", seconds_of(connection.since)},
-        {"next_attempt", seconds_of(connection.next_attempt)},
+        {"since", page_time(connection.since)},
+        {"next_attempt", page_time(connection.next_attempt)},
         {"sensors", connection.sensors},
         {"sessions", connection.session ? 1 : 0}};
 }
@@ -115,7 +116,7 @@ std::string page_state(const board_view& view, const module_document& document, 
     }
     return text_of(
         {{"revision", view.revision},
-         {"now", seconds_of(now)},
+         {"now", page_time(now)},
          {"version", PROBE_VERSION},
          {"complete", view.complete},
          {"removed", view.removed},
@@ -136,7 +137,7 @@ std::string page_curves(const std::vector<sensor_curves>& curves, wall_time now)
         sensors.push_back({{"id", sensor.sensor}, {"channels", std::move(channels)}});
     }
     return text_of(
-        {{"step", curve_step.count()}, {"end", seconds_of(now)}, {"sensors", std::move(sensors)}}
+        {{"step", curve_step.count()}, {"end", page_time(now)}, {"sensors", std::move(sensors)}}
     );
 }
 

@@ -132,7 +132,7 @@ TEST_F(browse_program, tells_what_is_wrong) {
     for (const char* command : {"browse", "endpoints"}) {
         EXPECT_THAT(run({command, "--timeout", "1"}, 2), HasSubstr("BadTimeout"));
     }
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds{15});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds{60});
     plant_.stop();
     for (const char* command : {"browse", "endpoints"}) {
         EXPECT_THAT(run({command}, 2), HasSubstr("BadConnectionRejected"));
