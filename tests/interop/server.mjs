@@ -12,7 +12,7 @@
 // are made at the start, in a temporary folder that goes with the process.
 
 import {Console} from 'node:console';
-import {X509Certificate} from 'node:crypto';
+import {X509Certificate, webcrypto} from 'node:crypto';
 import {mkdtempSync, readFileSync, rmSync} from 'node:fs';
 import {hostname, tmpdir} from 'node:os';
 import {join} from 'node:path';
@@ -27,6 +27,10 @@ import {MessageSecurityMode, SecurityPolicy} from 'node-opcua-secure-channel';
 import {DataValue} from 'node-opcua-data-value';
 import {StatusCodes} from 'node-opcua-status-code';
 import {DataType, Variant, VariantArrayType} from 'node-opcua-variant';
+
+// What node-opcua finds by itself from node 20 on; Debian 12 has node 18. For that, package.json also keeps a package back
+// (hexy), which newer ones can no longer load.
+globalThis.crypto ??= webcrypto;
 
 const application_uri = 'urn:tarvik:interop:node-opcua';
 
