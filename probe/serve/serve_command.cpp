@@ -8,6 +8,7 @@
 #include "probe/serve/metrics_page.hpp"
 #include "probe/serve/scan_scheduler.hpp"
 #include "probe/serve/server_routes.hpp"
+#include "probe/serve/service_manager.hpp"
 
 #include <malloc.h>
 #include <unistd.h>
@@ -91,14 +92,17 @@ class probe_service final {
         probes.use(config_);
         const std::uint16_t port = server.start();
         scheduler.apply(config_->sensors);
-        terminal_.line("Serving " + url_of(config_->listen, port));
+        place_ = "Serving " + url_of(config_->listen, port);
+        terminal_.line(place_);
         if (!is_loopback(config_->listen.address) && !config_->listen.basic_auth) {
             terminal_.line("opcua-probe: warning: whoever reaches this address can read all of it");
         }
         interrupt.let_hangup_reload();
+        tell_that_it_serves(place_);
         while (interrupt.wait_for_reload()) {
             reload(scheduler, probes);
         }
+        tell_that_it_ends();
         const auto deadline = std::chrono::steady_clock::now() + time_to_stop;
         probes.stop();
         server.stop();
@@ -123,12 +127,14 @@ class probe_service final {
             config_ = config;
             probes.use(config);
             scheduler.apply(config->sensors);
+            tell_that_it_serves(place_);
             terminal_.line(
                 "Configuration read again: " + std::to_string(config->sensors.size()) + " sensors"
             );
         } catch (const std::exception& error) {
             terminal_.line(std::string{"opcua-probe: "} + error.what());
             terminal_.line("opcua-probe: the configuration stays as it was");
+            tell_that_it_serves(place_ + " as before: the changed configuration is wrong");
         }
     }
 
@@ -140,6 +146,7 @@ class probe_service final {
     language_shelf languages_;
     const std::shared_ptr<const module_document> document_;
     std::shared_ptr<const serve_config> config_;
+    std::string place_; ///< "Serving URL"
     board board_;
     own_metrics own_{PROBE_VERSION};
     metrics_observer observer_{own_};

@@ -2,6 +2,8 @@
 
 #include "simulator/plant_server.hpp"
 #include "tests/probe/serve/serving_probe.hpp"
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include <gmock/gmock.h>
 
@@ -33,6 +35,33 @@ modules:
            ", module: plant, target: \"127.0.0.1:" + std::to_string(plant.port()) +
            "\", interval: 200ms" + more + "}\n";
 }
+
+/// What a service manager is told.
+class notify_socket final {
+  public:
+    notify_socket() {
+        sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+        socklen_t size = sizeof(sa_family_t); // the kernel chooses an abstract name
+        auto* const raw = reinterpret_cast<sockaddr*>(&address);
+        EXPECT_EQ(bind(socket_.get(), raw, size), 0);
+        size = sizeof address;
+        EXPECT_EQ(getsockname(socket_.get(), raw, &size), 0);
+        const std::string name(&address.sun_path[1], size - sizeof(sa_family_t) - 1);
+        setenv("NOTIFY_SOCKET", ("@" + name).c_str(), 1);
+    }
+    ~notify_socket() { unsetenv("NOTIFY_SOCKET"); }
+    notify_socket(const notify_socket&) = delete;
+    notify_socket& operator=(const notify_socket&) = delete;
+
+    [[nodiscard]] std::string take() const {
+        std::array<char, 500> text{};
+        const ssize_t size = recv(socket_.get(), text.data(), text.size(), 0);
+        return {text.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
+    }
+
+  private:
+    file_descriptor socket_{socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
+};
 
 class serving : public testing::Test {
   protected:
@@ -179,6 +208,19 @@ TEST_F(serving, ends_in_time_although_a_server_is_frozen) {
     EXPECT_LT(clock::now() - start, 25s);
     EXPECT_TRUE(comes_true([&] { return other_.session_count() == 0; }));
     plant_.thaw();
+}
+
+TEST_F(serving, tells_a_service_manager_when_it_serves_and_when_it_ends) {
+    const notify_socket manager;
+    serving_probe probe{modules};
+    EXPECT_THAT(manager.take(), testing::StartsWith("READY=1\nSTATUS=Serving http://127.0.0.1:"));
+    EXPECT_THAT(probe.ask("/healthz"), HasSubstr("200 OK"));
+    probe.configure("nonsense: 1\n");
+    probe.signal(SIGHUP);
+    EXPECT_THAT(manager.take(), HasSubstr(" as before: the changed configuration is wrong"));
+    probe.signal(SIGTERM);
+    EXPECT_THAT(manager.take(), testing::StartsWith("STOPPING=1\n"));
+    EXPECT_EQ(probe.wait_for_end(), 128 + SIGTERM);
 }
 
 TEST_F(serving, probes_what_it_may) {
