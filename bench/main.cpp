@@ -43,20 +43,31 @@ constexpr tarvik::bench::exporter_size small_exporter{
     .series = 40,
 };
 
+struct options {
+    bool pinned = false;
+    bool smoke = false;
+    std::vector<char*> others; ///< the benchmark library's, behind the program's name
+};
+
+options parsed(int argc, char** argv) {
+    options found;
+    for (int i = 0; i < argc; ++i) {
+        const std::string_view argument{argv[i]};
+        if (argument == "--pin") {
+            found.pinned = true;
+        } else if (argument == "--smoke") {
+            found.smoke = true;
+        } else {
+            found.others.push_back(argv[i]);
+        }
+    }
+    return found;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    bool pinned = false;
-    bool smoke = false;
-    std::vector<char*> arguments;
-    for (int i = 0; i < argc; ++i) {
-        const std::string_view argument{argv[i]};
-        pinned = pinned || argument == "--pin";
-        smoke = smoke || argument == "--smoke";
-        if (argument != "--pin" && argument != "--smoke") {
-            arguments.push_back(argv[i]);
-        }
-    }
+    auto [pinned, smoke, arguments] = parsed(argc, argv);
     // Short and many: subject and baseline then meet the same disturbances of the machine.
     char min_time[] = "--benchmark_min_time=0.005";
     char repetitions[] = "--benchmark_repetitions=401";

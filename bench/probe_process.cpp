@@ -39,7 +39,7 @@ class open_socket final {
     open_socket(const open_socket&) = delete;
     open_socket& operator=(const open_socket&) = delete;
 
-    std::string ask(const std::string& request) const {
+    [[nodiscard]] std::string ask(const std::string& request) const {
         std::string answer;
         if (!connected_ || ::send(descriptor_, request.data(), request.size(), MSG_NOSIGNAL) < 0) {
             return answer;
@@ -91,7 +91,7 @@ std::uint16_t read_port(int line) {
             return static_cast<std::uint16_t>(std::stoi(text.substr(found + before.size())));
         }
     }
-    std::fprintf(stderr, "%s", text.c_str());
+    static_cast<void>(std::fprintf(stderr, "%s", text.c_str()));
     return 0;
 }
 

@@ -157,6 +157,7 @@ class probe_service final {
 
 exit_code run_serve(const command_context& context, const serve_options& options) {
     // Each thread would get a heap of its own, of which little is ever used.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there are no other threads yet
     static_cast<void>(mallopt(M_ARENA_MAX, 2));
     probe_service service{context, options};
     if (options.check_only) {

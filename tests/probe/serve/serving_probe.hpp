@@ -81,7 +81,7 @@ class serving_probe final {
     void signal(int number) const { kill(child_, number); }
 
     /// What it writes on standard error, up to this text or its end.
-    std::string read_to(const std::string& end) const {
+    [[nodiscard]] std::string read_to(const std::string& end) const {
         std::string text;
         for (char byte = 0; !text.ends_with(end) && read(errors_->get(), &byte, 1) == 1;) {
             text += byte;
