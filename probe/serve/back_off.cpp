@@ -13,7 +13,7 @@ constexpr unsigned most_doublings = 6; // 2^6 s are more than the longest wait
 } // namespace
 
 std::chrono::milliseconds back_off::fail() {
-    const double doubled = static_cast<double>(1U << std::min(failures_, most_doublings));
+    const auto doubled = static_cast<double>(1U << std::min(failures_, most_doublings));
     ++failures_;
     std::uniform_real_distribution<double> jitter{0.75, 1.25};
     const auto wait =

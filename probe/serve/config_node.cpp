@@ -38,8 +38,8 @@ template <typename Number>
 
 } // namespace
 
-config_node::config_node(YAML::Node node, std::string place, std::string file)
-    : node_{std::move(node)},
+config_node::config_node(const YAML::Node& node, std::string place, std::string file)
+    : node_{node},
       place_{std::move(place)},
       file_{std::move(file)} {}
 
@@ -51,19 +51,19 @@ config_node config_node::parse(const std::string& text, const std::string& file)
     }
 }
 
-config_node config_node::at(YAML::Node node, const std::string& name) const {
-    return {std::move(node), place_.empty() ? name : place_ + "." + name, file_};
+config_node config_node::at(const YAML::Node& node, const std::string& name) const {
+    return {node, place_.empty() ? name : place_ + "." + name, file_};
 }
 
 std::optional<config_node> config_node::find(const std::string& name) const {
     if (!node_.IsMap()) {
         fail("expected a mapping");
     }
-    YAML::Node found = node_[name];
+    const YAML::Node found = node_[name];
     if (!found || found.IsNull()) {
         return std::nullopt;
     }
-    return at(std::move(found), name);
+    return at(found, name);
 }
 
 config_node config_node::required(const std::string& name) const {

@@ -52,9 +52,9 @@ class config_node final {
     [[noreturn]] void fail(const std::string& problem) const;
 
   private:
-    config_node(YAML::Node node, std::string place, std::string file);
+    config_node(const YAML::Node& node, std::string place, std::string file);
 
-    [[nodiscard]] config_node at(YAML::Node node, const std::string& name) const;
+    [[nodiscard]] config_node at(const YAML::Node& node, const std::string& name) const;
 
     YAML::Node node_;
     std::string place_; // "sensors[2].interval"; empty for the whole file

@@ -208,6 +208,7 @@ class config_reader final {
         const auto found = modules.find(module.text());
         if (found == modules.end()) {
             std::vector<std::string> known;
+            known.reserve(modules.size());
             for (const auto& [name, unused] : modules) {
                 known.push_back(name);
             }

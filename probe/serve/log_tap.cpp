@@ -12,6 +12,8 @@ constexpr std::size_t most_lines = 10'000;
 constexpr std::string_view session_opened = "Session opened: ";
 constexpr std::string_view one_retry = "perform one retry";
 
+// The module knows no other way back to the caller.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
 thread_local log_recording* open_recording = nullptr;
 
 } // namespace

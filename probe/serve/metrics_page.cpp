@@ -11,24 +11,30 @@ using namespace std::chrono_literals;
 
 constexpr auto longest_scan = 30s; // a scan waits for some time-outs of the module at most
 
-[[nodiscard]] metric_family gauge(const char* name, const char* help, const char* unit = "") {
-    return {name, help, unit, metric_kind::gauge};
-}
+/// A family of this page, without its series.
+struct own_family {
+    const char* name;
+    const char* help;
+    const char* unit = "";
+    metric_kind kind = metric_kind::gauge;
 
-const metric_family up = gauge("opcua_up", "Whether the sensor's last scan gave values");
-const metric_family sensor_states{
+    // NOLINTNEXTLINE(google-explicit-constructor): so that it is added as what it is
+    operator metric_family() const { return {name, help, unit, kind}; }
+};
+
+constexpr own_family up{"opcua_up", "Whether the sensor's last scan gave values"};
+constexpr own_family sensor_states{
     "opcua_sensor_state",
     "The worst of the sensor's last result and its channels",
     "",
     metric_kind::state_set};
-const metric_family last_good = gauge(
-    "opcua_last_good_scan_timestamp_seconds", "When the sensor's last good scan ended", "seconds"
-);
-const metric_family sensors = gauge("opcua_connection_sensors", "Sensors that use the connection");
-const metric_family states{
+constexpr own_family last_good{
+    "opcua_last_good_scan_timestamp_seconds", "When the sensor's last good scan ended", "seconds"};
+constexpr own_family sensors{"opcua_connection_sensors", "Sensors that use the connection"};
+constexpr own_family states{
     "opcua_connection_state", "How the server is reached", "", metric_kind::state_set};
-const metric_family duration =
-    gauge("opcua_probe_duration_seconds", "How long the scan of this request took", "seconds");
+constexpr own_family duration{
+    "opcua_probe_duration_seconds", "How long the scan of this request took", "seconds"};
 
 [[nodiscard]] double seconds_of(wall_time when) {
     return std::chrono::duration<double>{when.time_since_epoch()}.count();

@@ -122,7 +122,9 @@ bool is_target_pattern(std::string_view pattern) {
 
 bool matches(std::string_view pattern, const server_address& address) {
     const auto parts = split(pattern, true);
-    const auto is_ipv6 = [](std::string_view host) { return host.find(':') != host.npos; };
+    const auto is_ipv6 = [](std::string_view host) {
+        return host.find(':') != std::string_view::npos;
+    };
     return parts && is_ipv6(parts->host) == is_ipv6(address.host) &&
            host_matches(parts->host, address.host) &&
            (parts->port == "*" || port_of(parts->port) == address.port);

@@ -115,7 +115,7 @@ TEST_F(notification, answers_also_when_it_fails) {
         {without(good, "message"), R"(The setting "message" was not available.)"},
         {without(good, "write.type"), R"(The setting "write.type" was not available.)"},
     };
-    for (row wanted : rows) {
+    for (const row& wanted : rows) {
         EXPECT_EQ(notify(wanted.settings), failed);
         EXPECT_THAT(response_lines(3), testing::Contains(testing::EndsWith(wanted.last_line)));
     }

@@ -82,7 +82,7 @@ TEST_F(server_status, warns_while_diagnostics_that_were_there_are_off) {
 }
 
 TEST_F(server_status, reads_each_counter_from_its_node) {
-    const std::map<int, const char*> nodes{
+    const std::map<std::uint32_t, const char*> nodes{
         {2, "i=2277"},
         {3, "i=3705"},
         {4, "i=2281"},
@@ -92,7 +92,7 @@ TEST_F(server_status, reads_each_counter_from_its_node) {
         {8, "i=2287"},
         {9, "i=2285"}};
     for (const auto& [channel, node] : nodes) {
-        server.set_value(node, static_cast<std::uint32_t>(4'000'000'000U + channel));
+        server.set_value(node, 4'000'000'000U + channel);
     }
     const auto values = values_of(scan(1));
     for (const auto& [channel, node] : nodes) {

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -24,10 +25,11 @@ class config_file : public testing::Test {
         std::string name = testing::TempDir() + "serve-XXXXXX";
         folder_ = mkdtemp(name.data());
     }
-    ~config_file() override { std::filesystem::remove_all(folder_); }
+    void TearDown() override { std::filesystem::remove_all(folder_); }
 
-    std::string write(const std::string& name, const std::string& text, mode_t mode = 0600) const {
-        const std::string path = folder_ + "/" + name;
+    [[nodiscard]] std::string
+    write(const std::string& name, const std::string& text, mode_t mode = 0600) const {
+        std::string path = folder_ + "/" + name;
         std::ofstream{path} << text;
         EXPECT_EQ(chmod(path.c_str(), mode), 0);
         return path;
@@ -68,7 +70,7 @@ TEST_F(config_file, makes_plans_of_modules_and_targets) {
 }
 
 TEST_F(config_file, takes_secrets_from_where_they_are_kept) {
-    write("pw", "from file\n");
+    std::ignore = write("pw", "from file\n");
     ASSERT_EQ(setenv("SERVE_TEST_SECRET", "from environment", 1), 0);
     ASSERT_EQ(setenv("CREDENTIALS_DIRECTORY", folder_.c_str(), 1), 0);
     for (const auto& [source, text] : std::vector<std::pair<std::string, std::string>>{
@@ -87,7 +89,7 @@ TEST_F(config_file, takes_secrets_from_where_they_are_kept) {
         exit_code::usage,
         "everybody can read this file"
     );
-    write("pw", "from file\n", 0644);
+    std::ignore = write("pw", "from file\n", 0644);
     expect_error(
         [&] { static_cast<void>(read("listen: {basic_auth: {user: u, password: {file: pw}}}")); },
         exit_code::usage,
