@@ -137,8 +137,8 @@ class recording_host {
 
   private:
     static void receive(std::uint64_t context, const std::uint8_t* bytes, std::uint32_t size) {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): the contract hands the context back as a
-        // number
+        // The contract hands the context back as a number.
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
         auto& self = *reinterpret_cast<recording_host*>(static_cast<std::uintptr_t>(context));
         auto message = nlohmann::json::parse(bytes, bytes + size);
         if (self.hook_) {

@@ -96,7 +96,7 @@ TEST_F(server_status, reads_each_counter_from_its_node) {
     }
     const auto values = values_of(scan(1));
     for (const auto& [channel, node] : nodes) {
-        EXPECT_EQ(values.at(channel), 4'000'000'000U + channel) << node;
+        EXPECT_EQ(values.at(static_cast<int>(channel)), 4'000'000'000U + channel) << node;
     }
 }
 

@@ -21,6 +21,7 @@ struct login_case {
     UA_StatusCode expected;
 };
 
+// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest's name
 void PrintTo(const login_case& row, std::ostream* out) {
     *out << row.name;
 }
@@ -92,6 +93,7 @@ struct certificate_case {
     certificate_options options;
 };
 
+// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest's name
 void PrintTo(const certificate_case& row, std::ostream* out) {
     *out << row.name;
 }
