@@ -11,30 +11,29 @@ using namespace std::chrono_literals;
 
 constexpr auto longest_scan = 30s; // a scan waits for some time-outs of the module at most
 
-/// A family of this page, without its series.
-struct own_family {
-    const char* name;
-    const char* help;
-    const char* unit = "";
-    metric_kind kind = metric_kind::gauge;
-
-    // NOLINTNEXTLINE(google-explicit-constructor): so that it is added as what it is
-    operator metric_family() const { return {name, help, unit, kind}; }
+/// The families of this page, without their series.
+struct own_families {
+    metric_family up{"opcua_up", "Whether the sensor's last scan gave values", ""};
+    metric_family sensor_states{
+        "opcua_sensor_state",
+        "The worst of the sensor's last result and its channels",
+        "",
+        metric_kind::state_set};
+    metric_family last_good{
+        "opcua_last_good_scan_timestamp_seconds",
+        "When the sensor's last good scan ended",
+        "seconds"};
+    metric_family sensors{"opcua_connection_sensors", "Sensors that use the connection", ""};
+    metric_family states{
+        "opcua_connection_state", "How the server is reached", "", metric_kind::state_set};
+    metric_family duration{
+        "opcua_probe_duration_seconds", "How long the scan of this request took", "seconds"};
 };
 
-constexpr own_family up{"opcua_up", "Whether the sensor's last scan gave values"};
-constexpr own_family sensor_states{
-    "opcua_sensor_state",
-    "The worst of the sensor's last result and its channels",
-    "",
-    metric_kind::state_set};
-constexpr own_family last_good{
-    "opcua_last_good_scan_timestamp_seconds", "When the sensor's last good scan ended", "seconds"};
-constexpr own_family sensors{"opcua_connection_sensors", "Sensors that use the connection"};
-constexpr own_family states{
-    "opcua_connection_state", "How the server is reached", "", metric_kind::state_set};
-constexpr own_family duration{
-    "opcua_probe_duration_seconds", "How long the scan of this request took", "seconds"};
+[[nodiscard]] const own_families& families() {
+    static const own_families all;
+    return all;
+}
 
 [[nodiscard]] double seconds_of(wall_time when) {
     return std::chrono::duration<double>{when.time_since_epoch()}.count();
@@ -55,15 +54,15 @@ labels_of(const std::string& sensor, const std::string& connection, const std::s
 void add_sensor(exposition& to, const shown_sensor& sensor, wall_time now) {
     const auto labels = labels_of(sensor.name, sensor.connection, sensor.kind);
     const bool current = is_current(sensor, now);
-    to.add(up, {labels, current ? 1.0 : 0.0});
+    to.add(families().up, {labels, current ? 1.0 : 0.0});
     for (const sensor_state each :
          {sensor_state::pending, sensor_state::ok, sensor_state::warning, sensor_state::error}) {
         std::vector<metric_label> with_state = labels;
-        with_state.push_back({sensor_states.name, std::string{name_of(each)}});
-        to.add(sensor_states, {std::move(with_state), each == sensor.state ? 1.0 : 0.0});
+        with_state.push_back({families().sensor_states.name, std::string{name_of(each)}});
+        to.add(families().sensor_states, {std::move(with_state), each == sensor.state ? 1.0 : 0.0});
     }
     if (sensor.last_good) {
-        to.add(last_good, {labels, seconds_of(*sensor.last_good)});
+        to.add(families().last_good, {labels, seconds_of(*sensor.last_good)});
     }
     if (current && sensor.metrics != nullptr) {
         for (const channel_view& channel : sensor.channels) {
@@ -75,8 +74,8 @@ void add_sensor(exposition& to, const shown_sensor& sensor, wall_time now) {
 void add_connection(exposition& to, const std::string& name, connection_state state) {
     for (const connection_state each : all_connection_states) {
         to.add(
-            states,
-            {{{"server", name}, {states.name, std::string{name_of(each)}}},
+            families().states,
+            {{{"server", name}, {families().states.name, std::string{name_of(each)}}},
              each == state ? 1.0 : 0.0}
         );
     }
@@ -99,7 +98,8 @@ http_answer metrics_page::all(const std::string& accept) const {
     for (const shown_connection& connection : view.connections) {
         add_connection(result, connection.name, connection.state);
         result.add(
-            sensors, {{{"server", connection.name}}, static_cast<double>(connection.sensors)}
+            families().sensors,
+            {{{"server", connection.name}}, static_cast<double>(connection.sensors)}
         );
     }
     result.add(own_.collect());
@@ -110,10 +110,10 @@ http_answer
 metrics_page::one(const sensor_plan& plan, const scan_outcome* outcome, const std::string& accept) {
     exposition result;
     if (outcome == nullptr) {
-        result.add(up, {labels_of(plan.name, plan.connection, plan.kind), 0});
+        result.add(families().up, {labels_of(plan.name, plan.connection, plan.kind), 0});
     } else {
         add_sensor(result, *outcome->shown, std::chrono::system_clock::now());
-        result.add(duration, {{}, outcome->took.count()});
+        result.add(families().duration, {{}, outcome->took.count()});
         connection_state state = connection_state::ready;
         if (outcome->fault && outcome->fault->connection) {
             state = *outcome->fault->connection;

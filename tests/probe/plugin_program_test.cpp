@@ -86,14 +86,15 @@ TEST_F(plugin_program, tells_a_server_that_is_gone_as_it_was_asked_to) {
     );
 }
 
-/// Runs the program with 2 s of time and expects that it takes that and says where it was.
+/// Runs the program with 2 s of time and expects that it takes that, not much more, and says
+/// where it was.
 void expect_time_out(std::vector<std::string> arguments, const std::string& stage) {
     arguments.insert(arguments.begin(), {"scan", "server_status_sensor", "--format=plugin", "-t2"});
     const auto start = std::chrono::steady_clock::now();
     running_probe program{arguments};
     EXPECT_EQ(program.read_all(), "OPCUA UNKNOWN - timed out after 2 s while " + stage + "\n");
     EXPECT_EQ(program.exit_code(), 3);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 30s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
 }
 
 TEST(plugin_time_out, holds_for_a_server_that_never_answers) {
