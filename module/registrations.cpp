@@ -34,9 +34,11 @@ std::unique_ptr<Kind> make(
 
 void register_services(libzunohelper::service_container& container) {
     container.register_factory<factory<opcua::client_interface, opcua::client_settings>>(
-        [&container](opcua::client_settings settings) {
+        [&container,
+         unfinished =
+             std::make_shared<opcua::unfinished_sessions>()](opcua::client_settings settings) {
             return std::make_unique<opcua::client_open62541>(
-                std::move(settings), container.find<liblog::log_interface>()
+                std::move(settings), container.find<liblog::log_interface>(), unfinished
             );
         }
     );

@@ -4,14 +4,13 @@
 #include "opcua/status_text.hpp"
 
 #include <algorithm>
+#include <utility>
 
 #include <open62541/client_config_default.h>
 
 namespace tarvik::monitoring_modules::opcua {
 
 namespace {
-
-using clock = std::chrono::steady_clock;
 
 // The stack rounds a wait down to whole milliseconds less one, so a step of 1 would not wait at
 // all.
@@ -55,8 +54,9 @@ bool reached(const client_state& state, ua_client::until goal) noexcept {
            (goal == ua_client::until::channel_open || state.session == UA_SESSIONSTATE_ACTIVATED);
 }
 
-UA_UInt32 step_before(clock::time_point deadline) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - clock::now());
+UA_UInt32 step_before(std::chrono::steady_clock::time_point deadline) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
     return static_cast<UA_UInt32>(std::clamp(left, shortest_step, longest_step).count());
 }
 
@@ -79,6 +79,9 @@ ua_client::ua_client(liblog::log_interface& log) : logger_{log} {
         throw exceptions::opcua_request_failed{status_name(UA_STATUSCODE_BADOUTOFMEMORY)};
     }
     config.release(); // the client has it now
+    if (const UA_StatusCode status = watch_.install(*client_); status != UA_STATUSCODE_GOOD) {
+        throw exceptions::opcua_request_failed{status_name(status)};
+    }
 }
 
 ua_client::~ua_client() {
@@ -92,18 +95,27 @@ UA_ClientConfig& ua_client::config() const noexcept {
 UA_StatusCode
 ua_client::connect(const std::string& url, std::chrono::milliseconds time_out, until goal) {
     const auto deadline = clock::now() + time_out;
-    UA_StatusCode status = goal == until::channel_open
-                               ? UA_Client_connectSecureChannelAsync(client_.get(), url.c_str())
-                               : UA_Client_connectAsync(client_.get(), url.c_str());
-    for (;;) {
-        const client_state state = state_of(client_.get());
-        if (status != UA_STATUSCODE_GOOD || state.connect != UA_STATUSCODE_GOOD) {
-            return state.connect != UA_STATUSCODE_GOOD ? state.connect : status;
+    const UA_StatusCode status =
+        goal == until::channel_open
+            ? UA_Client_connectSecureChannelAsync(client_.get(), url.c_str())
+            : UA_Client_connectAsync(client_.get(), url.c_str());
+    if (status != UA_STATUSCODE_GOOD) {
+        return explained(status);
+    }
+    return run_until(deadline, [&] { return reached(state_of(client_.get()), goal); });
+}
+
+template <typename Condition>
+UA_StatusCode ua_client::run_until(clock::time_point deadline, const Condition& is_met) {
+    for (UA_StatusCode status = UA_STATUSCODE_GOOD;;) {
+        if (const UA_StatusCode connect = state_of(client_.get()).connect;
+            connect != UA_STATUSCODE_GOOD) {
+            status = connect;
         }
-        if (reached(state, goal)) {
-            // From itself, the stack would begin another session as soon as it hears that this one
-            // has ended, and leave it behind when this client is closed.
-            config().noNewSession = true;
+        if (status != UA_STATUSCODE_GOOD) {
+            return explained(status);
+        }
+        if (is_met()) {
             return UA_STATUSCODE_GOOD;
         }
         if (clock::now() >= deadline) {
@@ -111,6 +123,70 @@ ua_client::connect(const std::string& url, std::chrono::milliseconds time_out, u
         }
         status = UA_Client_run_iterate(client_.get(), step_before(deadline));
     }
+}
+
+ua_get_endpoints_response ua_client::get_endpoints(const std::string& url) {
+    const auto deadline = clock::now() + std::chrono::milliseconds{config().timeout};
+    // The stack asks for other URLs of the server as soon as the channel is open, and may begin
+    // anew with one of them.
+    for (;;) {
+        ua_get_endpoints_response response;
+        UA_StatusCode status = run_until(deadline, [&] {
+            return reached(state_of(client_.get()), until::channel_open);
+        });
+        if (status == UA_STATUSCODE_GOOD) {
+            status = request_endpoints(url, deadline, response);
+        }
+        if (status != UA_STATUSCODE_GOOD) {
+            response->responseHeader.serviceResult = explained(status);
+        }
+        const bool begins_anew =
+            response->responseHeader.serviceResult == UA_STATUSCODE_BADSECURECHANNELCLOSED;
+        if (!begins_anew || clock::now() >= deadline) {
+            return response;
+        }
+    }
+}
+
+UA_StatusCode ua_client::request_endpoints(
+    const std::string& url, clock::time_point deadline, ua_get_endpoints_response& response
+) {
+    struct answer {
+        ua_get_endpoints_response* response;
+        bool arrived = false;
+    } awaited{&response};
+    const auto receive = [](UA_Client*, void* into, UA_UInt32, void* from) noexcept {
+        auto& waiting = *static_cast<answer*>(into);
+        auto& arrived = *static_cast<UA_GetEndpointsResponse*>(from);
+        *waiting.response = ua_get_endpoints_response{std::exchange(arrived, {})};
+        waiting.arrived = true;
+    };
+    UA_GetEndpointsRequest request{};
+    request.endpointUrl = borrowed(url);
+    UA_UInt32 id = 0;
+    UA_StatusCode status = __UA_Client_AsyncService(
+        client_.get(),
+        &request,
+        &UA_TYPES[UA_TYPES_GETENDPOINTSREQUEST],
+        receive,
+        ua_get_endpoints_response::type(),
+        &awaited,
+        &id
+    );
+    if (status == UA_STATUSCODE_GOOD) {
+        status = run_until(deadline, [&] { return awaited.arrived; });
+    }
+    if (awaited.arrived) {
+        return UA_STATUSCODE_GOOD;
+    }
+    UA_Client_modifyAsyncCallback(client_.get(), id, nullptr, nullptr); // it would come too late
+    return status;
+}
+
+UA_StatusCode ua_client::explained(UA_StatusCode status) const noexcept {
+    const bool says_closed =
+        status == UA_STATUSCODE_BADNOTCONNECTED || status == UA_STATUSCODE_BADSECURECHANNELCLOSED;
+    return says_closed && watch_.verdict() != UA_STATUSCODE_GOOD ? watch_.verdict() : status;
 }
 
 bool ua_client::is_connected() const noexcept {

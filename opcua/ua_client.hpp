@@ -6,6 +6,7 @@
 // refused connection is known in milliseconds, and nothing waits longer than it was told to. Not
 // for sharing between threads.
 
+#include "opcua/connect_watch.hpp"
 #include "opcua/ua_logger.hpp"
 #include "opcua/ua_value.hpp"
 
@@ -35,11 +36,24 @@ class ua_client {
 
     enum class until { channel_open, session_activated };
 
-    /// Connects.
+    /// Connects, in one attempt: it ends when the other side closes. To be called once.
     /// @param goal channel_open stops before a session is made.
-    /// @return good; otherwise the stack's status, BadTimeout when the time-out passed first.
+    /// @return good; otherwise the stack's status: BadTimeout when the time-out passed first,
+    /// BadConnectionClosed or BadSecurityChecksFailed when the other side closed (connect_watch).
     [[nodiscard]] UA_StatusCode
     connect(const std::string& url, std::chrono::milliseconds time_out, until goal);
+
+    /// Asks for the server's endpoints, within the configuration's time-out.
+    /// @pre connected, until::channel_open
+    /// @return what the server sent; without an answer its service result tells why, as connect.
+    [[nodiscard]] ua_get_endpoints_response get_endpoints(const std::string& url);
+
+    /// Has a session closed whose login is refused; to be called before connect.
+    void close_refused_session() noexcept { watch_.close_refused_session(); }
+
+    /// Whether a connect that failed may have left a session on the server, for as long as its
+    /// time-out is.
+    [[nodiscard]] bool session_may_remain() const noexcept { return watch_.session_may_remain(); }
 
     /// Whether the stack believes channel and session to be usable; does not touch the network.
     [[nodiscard]] bool is_connected() const noexcept;
@@ -55,14 +69,29 @@ class ua_client {
     static constexpr std::chrono::milliseconds close_time_out{200};
 
   private:
+    using clock = std::chrono::steady_clock;
+
     struct deleter {
         void operator()(UA_Client* client) const noexcept { UA_Client_delete(client); }
     };
 
+    /// Runs the stack until the condition is met, the connection is lost or the time is up.
+    template <typename Condition>
+    [[nodiscard]] UA_StatusCode run_until(clock::time_point deadline, const Condition& is_met);
+
+    [[nodiscard]] UA_StatusCode request_endpoints(
+        const std::string& url, clock::time_point deadline, ua_get_endpoints_response& response
+    );
+
+    /// What to call a failure: the status itself, unless it says no more than that the stack was
+    /// kept from connecting again; then why.
+    [[nodiscard]] UA_StatusCode explained(UA_StatusCode status) const noexcept;
+
     [[nodiscard]] bool channel_is_closed() const noexcept;
     void close() noexcept;
 
-    ua_logger logger_; // the stack client logs through it until it is deleted
+    ua_logger logger_;    // the stack client logs through it until it is deleted
+    connect_watch watch_; // the stack calls it until then
     std::unique_ptr<UA_Client, deleter> client_;
 };
 

@@ -126,6 +126,11 @@ void plant_server::implementation::thaw() {
     }
 }
 
+std::size_t plant_server::implementation::session_count() {
+    const std::lock_guard lock(server_mutex_);
+    return loop_ ? loop_->call([](UA_Server& server) { return session_list::open_in(server); }) : 0;
+}
+
 void plant_server::implementation::close_all_sessions() {
     const std::lock_guard lock(server_mutex_);
     if (!loop_) {

@@ -54,7 +54,7 @@ class plant_server::implementation final {
 
     const std::deque<plant_node>& plant() const { return plant_; }
     const der_bytes& certificate() const { return identity_.certificate; }
-    const session_list& sessions() const { return sessions_; }
+    std::size_t session_count();
     const stack_logger& logger() const { return logger_; }
     std::uint64_t value_reads() const { return value_reads_; }
     void set_diagnostics(bool enabled) { state_.diagnostics = enabled; }

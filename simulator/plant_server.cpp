@@ -41,7 +41,7 @@ void plant_server::close_all_sessions() {
     implementation_->close_all_sessions();
 }
 std::size_t plant_server::session_count() const {
-    return implementation_->sessions().size();
+    return implementation_->session_count();
 }
 std::uint64_t plant_server::read_request_count() const {
     return implementation_->logger().read_requests();

@@ -57,7 +57,7 @@ class plant_server final {
     /// Ends every session from the server's side; the TCP connections and secure channels stay. No
     /// effect while stopped.
     void close_all_sessions();
-    /// Sessions that are activated now.
+    /// All sessions, those included whose login was refused or never came. Not from callbacks.
     [[nodiscard]] std::size_t session_count() const;
     /// Read service requests received since construction, whatever their number of nodes.
     [[nodiscard]] std::uint64_t read_request_count() const;

@@ -1,6 +1,7 @@
 #include "simulator/server_status.hpp"
 
 #include "simulator/plant_values.hpp"
+#include "simulator/session_list.hpp"
 
 #include <array>
 
@@ -48,6 +49,14 @@ reading read_counter(UA_Server* server, UA_UInt32 summary::*member) {
             &all.get(), &UA_TYPES[UA_TYPES_SERVERDIAGNOSTICSSUMMARYDATATYPE]
         )) {
         return {{}, UA_STATUSCODE_BADOUTOFSERVICE};
+    }
+    // The stack counts only sessions that somebody has logged in to.
+    const auto open = [&] { return static_cast<UA_UInt32>(session_list::open_in(*server)); };
+    if (member == &summary::currentSessionCount) {
+        return {value_of(open())};
+    }
+    if (member == &summary::cumulatedSessionCount) {
+        return {value_of(static_cast<UA_UInt32>(session_list::ended_in(*server)) + open())};
     }
     return {value_of(static_cast<const summary*>(all.get().data)->*member)};
 }

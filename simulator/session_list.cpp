@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <open62541/nodeids.h>
+
 namespace tarvik::simulator {
 namespace {
 
@@ -22,9 +24,19 @@ void session_list::watch(UA_ServerConfig& config) {
     config.accessControl.closeSession = closed;
 }
 
-std::size_t session_list::size() const {
-    const std::lock_guard lock(mutex_);
-    return sessions_.size();
+std::size_t session_list::open_in(UA_Server& server) {
+    // SessionDiagnosticsArray has one element for each session, activated or not.
+    variant all;
+    const UA_NodeId id = UA_NODEID_NUMERIC(
+        0, UA_NS0ID_SERVER_SERVERDIAGNOSTICS_SESSIONSDIAGNOSTICSSUMMARY_SESSIONDIAGNOSTICSARRAY
+    );
+    return UA_Server_readValue(&server, id, all.out()) == UA_STATUSCODE_GOOD ? all->arrayLength : 0;
+}
+
+std::size_t session_list::ended_in(UA_Server& server) {
+    const session_list& list = list_of(&server);
+    const std::lock_guard lock(list.mutex_);
+    return list.ended_;
 }
 
 std::vector<stack_node_id> session_list::ids() const {
@@ -35,6 +47,7 @@ std::vector<stack_node_id> session_list::ids() const {
 void session_list::clear() {
     const std::lock_guard lock(mutex_);
     sessions_.clear();
+    ended_ = 0;
 }
 
 void session_list::add(const UA_NodeId& session) {
@@ -49,6 +62,7 @@ void session_list::add(const UA_NodeId& session) {
 void session_list::remove(const UA_NodeId& session) {
     const std::lock_guard lock(mutex_);
     std::erase_if(sessions_, same_as(session));
+    ++ended_;
 }
 
 UA_StatusCode session_list::activated(

@@ -1,6 +1,6 @@
 #pragma once
-// Who is logged in: follows the activation and the end of sessions by standing in front of the
-// stack's access control.
+// Which sessions there are: follows the activation and the end of sessions by standing in front of
+// the stack's access control, and asks the stack for those that nobody has logged in to.
 
 #include "simulator/stack_owners.hpp"
 
@@ -20,8 +20,15 @@ class session_list final {
     /// @pre config.context points to this list and stays; the access control is set up
     void watch(UA_ServerConfig& config);
 
-    [[nodiscard]] std::size_t size() const;
-    /// Copies of the ids, so that sessions can be closed while the list shrinks.
+    /// All sessions of a server, those included whose login was refused or never came: each takes
+    /// one of the places that a server has.
+    /// @pre called in the server's own thread
+    [[nodiscard]] static std::size_t open_in(UA_Server& server);
+    /// How many have ended since the server was made.
+    [[nodiscard]] static std::size_t ended_in(UA_Server& server);
+
+    /// Of the sessions that somebody logged in to:
+    /// copies of the ids, so that sessions can be closed while the list shrinks.
     [[nodiscard]] std::vector<stack_node_id> ids() const;
     void clear();
 
@@ -48,6 +55,7 @@ class session_list final {
     UA_AccessControl inner_{}; // borrowed copy: only its functions are called
     mutable std::mutex mutex_;
     std::vector<stack_node_id> sessions_; // guarded by mutex_
+    std::size_t ended_ = 0;               // guarded by mutex_
 };
 
 } // namespace tarvik::simulator

@@ -22,11 +22,14 @@ class client_open62541::implementation {
     implementation(
         client_settings settings,
         std::shared_ptr<liblog::log_interface> log,
+        std::shared_ptr<unfinished_sessions> unfinished,
         client_services services
     )
         : services_{std::move(services)},
           settings_{std::move(settings)},
-          module_log_{std::move(log)} {
+          module_log_{std::move(log)},
+          unfinished_{
+              unfinished ? std::move(unfinished) : std::make_shared<unfinished_sessions>()} {
         log_.attach(module_log_, severity::debug);
     }
 
@@ -162,16 +165,20 @@ class client_open62541::implementation {
     client_log log_; // guards itself
     std::shared_ptr<libcertificatehelper::allocator> allocator_ =
         libcertificatehelper::create_openssl_allocator();
-    opcua::connection connection_{settings_, *allocator_, log_}; // guarded by mutex_
+    std::shared_ptr<unfinished_sessions> unfinished_; // guards itself
+    // guarded by mutex_
+    opcua::connection connection_{settings_, *allocator_, *unfinished_, log_};
 };
 
 client_open62541::client_open62541(
     client_settings settings,
     const std::shared_ptr<liblog::log_interface>& log,
+    std::shared_ptr<unfinished_sessions> unfinished,
     client_services services
 )
-    : implementation_{
-          std::make_unique<implementation>(std::move(settings), log, std::move(services))} {}
+    : implementation_{std::make_unique<implementation>(
+          std::move(settings), log, std::move(unfinished), std::move(services)
+      )} {}
 
 client_open62541::~client_open62541() = default;
 

@@ -7,6 +7,7 @@
 
 #include "opcua/client/client_interface.hpp"
 #include "opcua/client/client_services.hpp"
+#include "opcua/client/unfinished_sessions.hpp"
 
 #include <memory>
 
@@ -16,10 +17,12 @@ class client_open62541 final : public client_interface {
   public:
     /// Does not connect yet.
     /// @param log the module's log, which gets all the client's lines; may be null.
+    /// @param unfinished shared with the other clients of a module; null: the client's own.
     /// @param services exchanged by tests only.
     client_open62541(
         client_settings settings,
         const std::shared_ptr<liblog::log_interface>& log,
+        std::shared_ptr<unfinished_sessions> unfinished = nullptr,
         client_services services = stack_services()
     );
 

@@ -5,6 +5,8 @@
 #include "opcua/client/endpoint_list.hpp"
 #include "opcua/status_text.hpp"
 
+#include <algorithm>
+
 namespace tarvik::monitoring_modules::opcua {
 
 using liblog::severity;
@@ -16,6 +18,14 @@ namespace {
 /// look again for what the network has brought.
 constexpr milliseconds just_used{2};
 
+/// How long a session that is only to show that the login works lives on a server that was never
+/// told its end: as long as the attempt that asks for it may take.
+std::uint32_t probing_session_time_out(const client_settings& settings) {
+    constexpr milliseconds shortest{1000};
+    constexpr milliseconds longest{60'000};
+    return static_cast<std::uint32_t>(std::clamp(time_out_of(settings), shortest, longest).count());
+}
+
 } // namespace
 
 bool may_have_missed_renewal(milliseconds age, milliseconds idle, milliseconds lifetime) noexcept {
@@ -25,10 +35,12 @@ bool may_have_missed_renewal(milliseconds age, milliseconds idle, milliseconds l
 connection::connection(
     const client_settings& settings,
     libcertificatehelper::allocator& certificates,
+    unfinished_sessions& unfinished,
     liblog::log_interface& log
 )
     : settings_{settings},
       certificates_{certificates},
+      unfinished_{unfinished},
       log_{log},
       url_{endpoint_url(settings)} {}
 
@@ -42,17 +54,36 @@ UA_Client* connection::ensure() {
         }
         client_.reset();
     }
-    auto client = make_configured_client(settings_, certificates_, own_pair_, log_);
-    const UA_StatusCode status =
-        client->connect(url_, time_out_of(settings_), ua_client::until::session_activated);
-    if (status != UA_STATUSCODE_GOOD) {
-        throw exceptions::opcua_connection_failed{status_name(status)};
+    if (unfinished_.contains(settings_)) {
+        open_session(true).reset();
+        unfinished_.remove(settings_);
     }
+    client_ = open_session(false);
     liblog::write(&log_, severity::info, "Session opened: ", url_);
-    client_ = std::move(client);
     connected_at_ = clock::now();
     last_used_ = connected_at_;
     return client_->get();
+}
+
+/// @param probing the session is only to show that the login works.
+std::unique_ptr<ua_client> connection::open_session(bool probing) {
+    auto client = make_configured_client(settings_, certificates_, own_pair_, log_);
+    if (probing) {
+        client->config().requestedSessionTimeout = probing_session_time_out(settings_);
+    }
+    // Who logs in without a name is hardly ever refused, and does not pay for it.
+    if (probing || settings_.user_auth_mode != user_auth_mode::anonymous) {
+        client->close_refused_session();
+    }
+    const UA_StatusCode status =
+        client->connect(url_, time_out_of(settings_), ua_client::until::session_activated);
+    if (status != UA_STATUSCODE_GOOD) {
+        if (client->session_may_remain()) {
+            unfinished_.add(settings_);
+        }
+        throw exceptions::opcua_connection_failed{status_name(status)};
+    }
+    return client;
 }
 
 bool connection::can_be_relied_upon() const noexcept {

@@ -9,6 +9,7 @@
 #include "opcua/client/client_settings.hpp"
 #include "opcua/client/endpoint_selection.hpp"
 #include "opcua/client/generated_key_pair.hpp"
+#include "opcua/client/unfinished_sessions.hpp"
 #include "opcua/ua_client.hpp"
 
 #include <chrono>
@@ -33,9 +34,11 @@ class connection {
   public:
     /// Nothing of this is owned; all of it must outlive the connection.
     /// @param certificates reads the client's own certificate and key.
+    /// @param unfinished what this and other connections know of servers that keep sessions.
     connection(
         const client_settings& settings,
         libcertificatehelper::allocator& certificates,
+        unfinished_sessions& unfinished,
         liblog::log_interface& log
     );
 
@@ -65,9 +68,11 @@ class connection {
     using clock = std::chrono::steady_clock;
 
     [[nodiscard]] bool can_be_relied_upon() const noexcept;
+    [[nodiscard]] std::unique_ptr<ua_client> open_session(bool probing);
 
     const client_settings& settings_;
     libcertificatehelper::allocator& certificates_;
+    unfinished_sessions& unfinished_;
     liblog::log_interface& log_;
     const std::string url_;
     std::optional<generated_key_pair> own_pair_; // empty until needed, then kept for life

@@ -11,22 +11,13 @@ fetch_endpoints(ua_client& client, const std::string& url, std::chrono::millisec
     assign(config.endpoint.securityPolicyUri, "http://opcfoundation.org/UA/SecurityPolicy#None");
     config.endpoint.securityMode = UA_MESSAGESECURITYMODE_NONE;
 
-    ua_get_endpoints_response response;
     const UA_StatusCode status = client.connect(url, time_out, ua_client::until::channel_open);
     if (status != UA_STATUSCODE_GOOD) {
-        response->responseHeader.serviceResult = status;
-        return response;
+        ua_get_endpoints_response nothing;
+        nothing->responseHeader.serviceResult = status;
+        return nothing;
     }
-    UA_GetEndpointsRequest request{};
-    request.endpointUrl = borrowed(url);
-    __UA_Client_Service(
-        client.get(),
-        &request,
-        &UA_TYPES[UA_TYPES_GETENDPOINTSREQUEST],
-        response.out(),
-        ua_get_endpoints_response::type()
-    );
-    return response;
+    return client.get_endpoints(url);
 }
 
 } // namespace tarvik::monitoring_modules::opcua

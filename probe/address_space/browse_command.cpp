@@ -73,7 +73,8 @@ void walk(
 ) {
     liblog::null_logger log;
     const auto certificates = libcertificatehelper::create_openssl_allocator();
-    opcua::connection connection{server, *certificates, log};
+    opcua::unfinished_sessions unfinished;
+    opcua::connection connection{server, *certificates, unfinished, log};
     const auto stop = [&context] { return context.interrupt.requested(); };
     // Lines of JSON come at once, a notice would get between them.
     std::optional<wait_notice> notice{

@@ -56,7 +56,6 @@ const outcome works{};
 const outcome refused{not_connected("BadUserAccessDenied")};
 const outcome no_match{not_connected("BadIdentityTokenRejected"), false};
 const outcome no_trust{not_connected("BadSecurityChecksFailed")};
-const outcome no_answer{not_connected("BadTimeout")};
 
 const texts wrong_mode{
     "7 Rejecting Endpoint opc.tcp://127.0.0.1:[0-9]+/?.* with SecurityMode SignAndEncrypt and "
@@ -98,8 +97,8 @@ const login_row rows[] = {
     {"none_where_encrypted_only", encrypted_only, anonymous, "none", no_match, {}, wrong_mode},
     {"encrypted_where_encrypted_only", encrypted_only, user1, "sign_encrypt"},
     {"untrusted", distrusting, anonymous, "none"},
-    {"untrusted", distrusting, anonymous, "sign", no_trust, no_answer},
-    {"untrusted", distrusting, anonymous, "sign_encrypt", no_trust, no_answer},
+    {"untrusted", distrusting, anonymous, "sign", no_trust},
+    {"untrusted", distrusting, anonymous, "sign_encrypt", no_trust},
     {"where_nothing_is_secured", unsecured, user1, "none"},
     {"where_nothing_is_secured", unsecured, user1, "sign_encrypt", no_match},
 };
@@ -153,6 +152,41 @@ std::string name_of_case(const testing::TestParamInfo<logging_in::ParamType>& in
 INSTANTIATE_TEST_SUITE_P(
     servers, logging_in, testing::Combine(both_makers, testing::ValuesIn(rows)), name_of_case
 );
+
+using refused_login = by_maker;
+
+TEST_P(refused_login, leaves_nothing_behind) {
+    tested_server& server = running_server(GetParam(), all_modes, true);
+    host_.record_log();
+    constexpr int rounds = 34; // of six logins each
+    for (const char* mode : {"none", "sign_encrypt"}) {
+        const setting_map settings = custom_settings(
+            server.port(),
+            {server.node_id("Pump.Speed")},
+            settings_for(with_mode(wrong_password, mode))
+        );
+        setting_map notification = settings;
+        notification.merge(setting_map{
+            {"credentials.connection_opcua.host", "127.0.0.1"},
+            {"target", server.node_id("Write.Boolean")},
+            {"write.type", "Boolean"},
+            {"message", "True"},
+            {"log_level", "3"}});
+        for (int i = 0; i < rounds; ++i) {
+            ASSERT_NE(error_of(scan_once(host_, "custom_sensor", settings)), "");
+            ASSERT_FALSE(answers_yes(host_, "connection_check", settings));
+            ASSERT_EQ(host_.meta_scan(7, 1, make_record("opcua_notification", notification)), 2U);
+            static_cast<void>(host_.take_message());
+        }
+    }
+    EXPECT_LE(server.session_count(), 2U);
+    const setting_map right = custom_settings(
+        server.port(), {server.node_id("Pump.Speed")}, settings_for(with_mode(user1, "none"))
+    );
+    EXPECT_EQ(error_of(scan_once(host_, "custom_sensor", right)), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(servers, refused_login, both_makers, name_of_maker);
 
 using certificate_sensor = by_maker;
 

@@ -4,9 +4,9 @@
 //                   [--no-raid] [--port N] [--key-bits 2048]
 //
 // Listens on 127.0.0.1 only and tells nobody of itself. The first line of output is "Endpoint: URL". On standard input
-// it takes lines, and answers each with one: "close sessions" with how many there were, "thumbprint" with the SHA-1
-// digest of its certificate, "diagnostics on" and "diagnostics off" with whether they are on now, "value NAME" with
-// what a node of group Write holds. It ends when standard input ends, or on SIGTERM.
+// it takes lines, and answers each with one: "close sessions" with how many there were, "count sessions" with how many
+// there are, "thumbprint" with the SHA-1 digest of its certificate, "diagnostics on" and "diagnostics off" with whether
+// they are on now, "value NAME" with what a node of group Write holds. It ends when standard input ends, or on SIGTERM.
 // Secured endpoints have policy Basic256Sha256; the only user is user1 with password1; --strict refuses the
 // certificates of clients, --no-raid leaves out the nodes of the industrial PC's RAID controller. Keys and certificates
 // are made at the start, in a temporary folder that goes with the process.
@@ -248,6 +248,7 @@ async function end() {
 process.on('SIGTERM', end);
 const answers = {
     'close sessions': () => close_sessions(server),
+    'count sessions': () => server.engine.getSessions().length,
     thumbprint: () => new X509Certificate(readFileSync(certificate)).fingerprint.replaceAll(':', '').toLowerCase(),
     'diagnostics on': () => (server.engine.serverDiagnosticsEnabled = true),
     'diagnostics off': () => (server.engine.serverDiagnosticsEnabled = false),

@@ -53,7 +53,6 @@ TEST_P(server_status, shows_state_uptime_and_counters) {
     expected[3] = 1;
     expected[6] = 1;
     if (GetParam() == maker::node_opcua) {
-        expected[2] = 2; // the refused session stays
         expected[7] = 2; // as a rejected session, and again as a security rejection
         expected[8] = 1;
     }

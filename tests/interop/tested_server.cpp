@@ -49,6 +49,7 @@ class node_server final : public tested_server {
             throw std::runtime_error{"there was no session to close"};
         }
     }
+    [[nodiscard]] std::size_t session_count() override { return std::stoul(ask("count sessions")); }
     void set_diagnostics(bool enabled) override {
         static_cast<void>(ask(enabled ? "diagnostics on" : "diagnostics off"));
     }
@@ -129,6 +130,7 @@ class simulated_plant final : public tested_server {
     void stop() override { plant_.stop(); }
     void start() override { plant_.start(); }
     void close_sessions() override { plant_.close_all_sessions(); }
+    [[nodiscard]] std::size_t session_count() override { return plant_.session_count(); }
     void set_diagnostics(bool enabled) override { plant_.set_diagnostics(enabled); }
     [[nodiscard]] std::string value_of(const std::string& name) override {
         return simulator::value_text(plant_.get_value(node_id(name)).get());

@@ -3,6 +3,7 @@
 // The servers that the module is tried on: node-opcua in a process of its own, and the simulated
 // plant, which stands on the same stack as the module.
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -51,6 +52,8 @@ class tested_server {
     virtual void start() = 0;
     /// Ends all sessions, and leaves their connections open.
     virtual void close_sessions() = 0;
+    /// All sessions that take a place, those included that nobody has logged in to.
+    [[nodiscard]] virtual std::size_t session_count() = 0;
     /// Sets EnabledFlag, by the server's own hand.
     virtual void set_diagnostics(bool enabled) = 0;
     /// What a node of group Write holds, as the server itself sees it; texts in double quotes.

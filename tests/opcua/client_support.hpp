@@ -55,8 +55,16 @@ class logged_client {
     explicit logged_client(
         opcua::client_settings settings, opcua::client_services services = opcua::stack_services()
     )
+        : logged_client{std::move(settings), nullptr, std::move(services)} {}
+
+    /// @param unfinished shared with other clients
+    logged_client(
+        opcua::client_settings settings,
+        std::shared_ptr<opcua::unfinished_sessions> unfinished,
+        opcua::client_services services = opcua::stack_services()
+    )
         : client_{std::make_unique<opcua::client_open62541>(
-              std::move(settings), log_, std::move(services)
+              std::move(settings), log_, std::move(unfinished), std::move(services)
           )} {}
 
     opcua::client_interface& operator*() { return *client_; }

@@ -2,8 +2,7 @@
 
 #include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/client/generated_key_pair.hpp"
-#include "tests/opcua/client_support.hpp"
-#include "tests/support/certificate_factory.hpp"
+#include "tests/opcua/secured_settings.hpp"
 
 #include <atomic>
 #include <functional>
@@ -20,29 +19,10 @@ using namespace test_support;
 
 namespace {
 
-constexpr auto client_uri = "urn:tarvik:test:client";
 constexpr tarvik::simulator::endpoint_modes every_mode{true, true, true};
 const std::string none_uri = "http://opcfoundation.org/UA/SecurityPolicy#None";
 const std::string basic_uri = "http://opcfoundation.org/UA/SecurityPolicy#Basic256Sha256";
 using no_endpoint = exceptions::opcua_matching_endpoint_failed;
-
-void without_change(certificate_request&) {}
-
-std::string certificate_with(void change(certificate_request&) = without_change) {
-    auto request = application_request(client_uri);
-    change(request);
-    return make_certificate(request).pem;
-}
-
-client_settings secured(const plant& server, security_mode mode = security_mode::sign_encrypt) {
-    client_settings settings = settings_for(server);
-    settings.security_mode = mode;
-    settings.security_policy = security_policy::basic256sha256;
-    settings.client_certificate = certificate_with();
-    settings.client_key = private_key_pem(key_kind::rsa, "key password");
-    settings.client_key_password = libzunohelper::secure_string{"key password"};
-    return settings;
-}
 
 /// A plant with every endpoint, and clients that know its certificates.
 struct secured_client : testing::Test {

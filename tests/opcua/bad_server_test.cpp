@@ -1,0 +1,222 @@
+// What a server may cost that closes while we connect, refuses logins, or answers too late: one
+// attempt, soon over, with a status that tells what happened, and no session left behind.
+
+#include "common/catalogue/opcua_exceptions.hpp"
+#include "opcua/client/endpoint_list.hpp"
+#include "opcua/connect_watch.hpp"
+#include "tests/opcua/secured_settings.hpp"
+#include "tests/support/scripted_peer.hpp"
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+#include <gtest/gtest.h>
+
+using namespace tarvik::monitoring_modules;
+using namespace opcua;
+using namespace tests;
+using namespace test_support;
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr tarvik::simulator::endpoint_modes every_mode{true, true, true};
+const std::string level = "ns=2;s=Tank.Level";
+const std::string closed = could_not("connect to", "BadConnectionClosed");
+const std::string security_refused = could_not("connect to", "BadSecurityChecksFailed");
+
+/// A time-out that nothing here may come near.
+constexpr std::uint64_t patience_s = 20;
+
+struct bad_server : testing::Test {
+    std::unique_ptr<plant> server = start_plant({.users = true, .endpoints = every_mode});
+    scripted_peer peer{server->port(), {}};
+
+    /// How long ago the peer closed its last connection.
+    [[nodiscard]] auto since_last_close() const {
+        return std::chrono::steady_clock::now() - peer.last_close();
+    }
+};
+
+TEST_F(bad_server, that_closes_while_we_connect_ends_the_one_attempt) {
+    const struct {
+        const char* name;
+        security_mode mode;
+        script plan;
+        std::string error;
+    } rows[] = {
+        {"at once", security_mode::none, {moment::connecting, deed::close}, closed},
+        {"after HEL", security_mode::none, {moment::hello, deed::close}, closed},
+        {"instead of ACK", security_mode::none, {moment::hello, deed::close_answer}, closed},
+        {"after OPN", security_mode::none, {moment::opening, deed::close}, closed},
+        {"instead of the channel",
+         security_mode::none,
+         {moment::opening, deed::close_answer},
+         closed},
+        {"at FindServers", security_mode::none, {moment::find_servers, deed::close}, closed},
+        {"at the endpoints", security_mode::none, {moment::get_endpoints, deed::close}, closed},
+        {"instead of them",
+         security_mode::none,
+         {moment::get_endpoints, deed::close_answer},
+         closed},
+        {"at the session", security_mode::none, {moment::create_session, deed::close}, closed},
+        {"instead of it",
+         security_mode::none,
+         {moment::create_session, deed::close_answer},
+         closed},
+        {"at the login", security_mode::none, {moment::activate_session, deed::close}, closed},
+        {"instead of its answer",
+         security_mode::none,
+         {moment::activate_session, deed::close_answer},
+         closed},
+        {"secured, at once", security_mode::sign, {moment::connecting, deed::close}, closed},
+        {"secured, at the endpoints",
+         security_mode::sign,
+         {moment::get_endpoints, deed::close},
+         closed},
+        {"drops a signed OPN",
+         security_mode::sign,
+         {moment::opening_secured, deed::close},
+         security_refused},
+        {"drops an encrypted OPN",
+         security_mode::sign_encrypt,
+         {moment::opening_secured, deed::close},
+         security_refused},
+        {"secured, at the session",
+         security_mode::sign,
+         {moment::create_session, deed::close},
+         closed},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        client_settings settings =
+            row.mode == security_mode::none ? settings_for(peer) : secured(peer, row.mode);
+        settings.timeout_s = patience_s;
+        logged_client client{settings};
+        peer.play({});
+        static_cast<void>(client->has_matching_endpoint()
+        ); // makes the key pair, where it needs one
+        peer.play(row.plan);
+        const int before = peer.connections();
+        EXPECT_EQ(error_of([&] { client->ensure_connected(); }), row.error);
+        EXPECT_LT(since_last_close(), 200ms);
+        EXPECT_LE(peer.connections() - before, connect_watch::most_connections);
+        EXPECT_LT(client.lines("OPC UA Client: "), 600);
+    }
+}
+
+TEST_F(bad_server, that_closes_while_endpoints_are_fetched_ends_the_one_attempt) {
+    for (const script& plan : {
+             script{moment::connecting, deed::close},
+             script{moment::hello, deed::close},
+             script{moment::opening, deed::close_answer},
+             script{moment::find_servers, deed::close},
+             script{moment::get_endpoints, deed::close},
+             script{moment::get_endpoints, deed::close_answer},
+         }) {
+        SCOPED_TRACE(static_cast<int>(plan.when));
+        peer.play({});
+        client_settings settings = settings_for(peer, patience_s);
+        logged_client client{settings};
+        static_cast<void>(client->has_matching_endpoint());
+        peer.play(plan);
+        const int before = peer.connections();
+        EXPECT_EQ(
+            error_of([&] { static_cast<void>(client->get_server_certificate()); }),
+            could_not("get the endpoints from", std::to_string(UA_STATUSCODE_BADCONNECTIONCLOSED)) +
+                " Check the server path defined in the settings of the parent device or group."
+        );
+        EXPECT_LT(since_last_close(), 200ms);
+        EXPECT_LE(peer.connections() - before, 2);
+    }
+}
+
+TEST_F(bad_server, that_fails_the_session_is_asked_for_one) {
+    const struct {
+        moment when;
+        UA_StatusCode status;
+        const char* error;
+    } rows[] = {
+        {moment::create_session, UA_STATUSCODE_BADTOOMANYSESSIONS, "BadTooManySessions"},
+        {moment::activate_session, UA_STATUSCODE_BADSESSIONIDINVALID, "BadSessionIdInvalid"},
+        {moment::activate_session, UA_STATUSCODE_BADSESSIONCLOSED, "BadSessionClosed"},
+        {moment::activate_session,
+         UA_STATUSCODE_BADIDENTITYTOKENINVALID,
+         "BadIdentityTokenInvalid"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.error);
+        logged_client client{settings_for(peer)};
+        peer.play({row.when, deed::spoil_answer, row.status});
+        const int before = peer.seen(moment::create_session);
+        EXPECT_EQ(
+            error_of([&] { client->ensure_connected(); }), could_not("connect to", row.error)
+        );
+        EXPECT_EQ(peer.seen(moment::create_session), before + 1);
+    }
+}
+
+TEST(refused_login, leaves_no_session_however_often_it_is_tried) {
+    constexpr int attempts = 200;
+    constexpr std::uint16_t places = 20;
+    const auto server =
+        start_plant({.users = true, .endpoints = every_mode, .max_sessions = places});
+    const std::string denied = could_not("connect to", "BadUserAccessDenied");
+    const client_settings wrong = with_user(settings_for(*server), "wrong");
+    logged_client scanned{wrong};
+    for (int i = 0; i < attempts; ++i) {
+        logged_client checked{wrong}; // a check makes its own client, if there is no sensor
+        ASSERT_EQ(error_of([&] { checked->ensure_connected(); }), denied) << i;
+        ASSERT_EQ(error_of([&] { scanned.read(level); }), denied) << i;
+    }
+    for (const auto mode : {security_mode::sign, security_mode::sign_encrypt}) {
+        for (int i = 0; i < places; ++i) {
+            logged_client checked{with_user(secured(*server, mode), "wrong")};
+            ASSERT_EQ(error_of([&] { checked->ensure_connected(); }), denied) << i;
+        }
+    }
+    EXPECT_EQ(server->session_count(), 0U);
+    logged_client right{with_user(settings_for(*server), "password1")};
+    EXPECT_EQ(error_of([&] { right.read(level); }), "no error");
+    EXPECT_EQ(server->session_count(), 1U);
+}
+
+/// The first attempt at a server that keeps a session which nobody will use cannot know it. Those
+/// after it ask for sessions that end soon, until one works.
+TEST_F(bad_server, keeps_few_sessions_that_nobody_uses) {
+    const auto unfinished = std::make_shared<unfinished_sessions>();
+    const client_settings settings = with_user(settings_for(peer, 1), "password1");
+    for (const script& plan : {
+             script{moment::create_session, deed::hold_answer},
+             script{moment::activate_session, deed::close},
+             script{moment::activate_session, deed::hold_answer},
+         }) {
+        SCOPED_TRACE(static_cast<int>(plan.when));
+        peer.play(plan);
+        for (int i = 0; i < 3; ++i) {
+            logged_client checked{settings, unfinished};
+            EXPECT_NE(error_of([&] { checked->ensure_connected(); }), "no error");
+        }
+    }
+    const auto comes_down = [&](std::size_t count) {
+        const auto deadline = std::chrono::steady_clock::now() + 10s;
+        while (server->session_count() > count && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(20ms);
+        }
+        return server->session_count();
+    };
+    EXPECT_LE(comes_down(1), 1U);
+    peer.play({});
+    logged_client works{settings, unfinished};
+    EXPECT_EQ(error_of([&] { works.read(level); }), "no error");
+    EXPECT_EQ(works.lines("Session opened: "), 1);
+    // Its session is a usual one: it outlives the short ones.
+    EXPECT_LE(comes_down(2), 2U);
+    std::this_thread::sleep_for(2500ms);
+    EXPECT_EQ(error_of([&] { works.read(level); }), "no error");
+    EXPECT_EQ(works.lines("perform one retry"), 0);
+    EXPECT_EQ(server->session_count(), 2U);
+}
+
+} // namespace

@@ -1,0 +1,229 @@
+#include "tests/support/scripted_peer.hpp"
+
+#include "tests/support/wire_message.hpp"
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tarvik::monitoring_modules::test_support {
+
+namespace {
+
+using namespace wire;
+
+class socket_owner {
+  public:
+    explicit socket_owner(int descriptor = -1) noexcept : descriptor_{descriptor} {}
+    socket_owner(socket_owner&& other) noexcept
+        : descriptor_{std::exchange(other.descriptor_, -1)} {}
+    socket_owner& operator=(socket_owner&&) = delete;
+    ~socket_owner() {
+        if (descriptor_ >= 0) {
+            ::close(descriptor_);
+        }
+    }
+    [[nodiscard]] int get() const noexcept { return descriptor_; }
+
+  private:
+    int descriptor_;
+};
+
+sockaddr_in loopback(std::uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    return address;
+}
+
+bool send_all(int to, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t sent = ::send(to, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (sent <= 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(sent));
+    }
+    return true;
+}
+
+/// Adds what has come. False at the end of the connection.
+bool receive(int from, std::string& to) {
+    std::array<char, 65536> bytes;
+    const ssize_t got = ::recv(from, bytes.data(), bytes.size(), 0);
+    if (got > 0) {
+        to.append(bytes.data(), static_cast<std::size_t>(got));
+    }
+    return got > 0;
+}
+
+} // namespace
+
+/// One client and its own connection to the server.
+struct scripted_peer::link {
+    socket_owner client;
+    socket_owner server;
+    std::string requests{}; // bytes that are no whole message yet
+    std::string answers{};
+    bool close_at_answer = false;
+    bool holding = false;
+    UA_StatusCode next_result = UA_STATUSCODE_GOOD; // of the next answer, unless it is good
+};
+
+scripted_peer::scripted_peer(std::uint16_t server_port, script plan)
+    : server_port_{server_port},
+      listener_{::socket(AF_INET, SOCK_STREAM, 0)},
+      plan_{std::move(plan)} {
+    sockaddr_in address = loopback(0);
+    socklen_t length = sizeof address;
+    auto* generic = reinterpret_cast<sockaddr*>(&address);
+    if (::bind(listener_, generic, length) != 0 || ::listen(listener_, 64) != 0 ||
+        ::getsockname(listener_, generic, &length) != 0) {
+        ::close(listener_);
+        throw std::runtime_error{"scripted_peer cannot listen"};
+    }
+    port_ = ntohs(address.sin_port);
+    thread_ = std::jthread{[this] { serve(); }};
+}
+
+scripted_peer::~scripted_peer() {
+    ending_ = true;
+    ::shutdown(listener_, SHUT_RDWR);
+    thread_.join();
+    ::close(listener_);
+}
+
+int scripted_peer::seen(moment what) const {
+    const std::lock_guard lock{mutex_};
+    const auto found = seen_.find(what);
+    return found != seen_.end() ? found->second : 0;
+}
+
+std::chrono::steady_clock::time_point scripted_peer::last_close() const {
+    const std::lock_guard lock{mutex_};
+    return last_close_;
+}
+
+void scripted_peer::play(script plan) {
+    const std::lock_guard lock{mutex_};
+    plan_ = std::move(plan);
+}
+
+/// Counts the moment and tells what the script wants now.
+script scripted_peer::note(moment what) {
+    const std::lock_guard lock{mutex_};
+    ++seen_[what];
+    script now = plan_;
+    if (now.when != what) {
+        now.what = deed::pass_on;
+    }
+    return now;
+}
+
+void scripted_peer::note_close() {
+    const std::lock_guard lock{mutex_};
+    last_close_ = std::chrono::steady_clock::now();
+}
+
+void scripted_peer::serve() noexcept {
+    std::map<int, link> links; // by the client's descriptor
+    while (!ending_) {
+        std::vector<pollfd> waiting{{listener_, POLLIN, 0}};
+        for (const auto& [client, of] : links) {
+            waiting.push_back({client, POLLIN, 0});
+            waiting.push_back({of.server.get(), POLLIN, 0});
+        }
+        if (::poll(waiting.data(), waiting.size(), -1) < 0) {
+            continue;
+        }
+        for (std::size_t i = 1; i < waiting.size(); i += 2) {
+            link& of = links.at(waiting[i].fd);
+            const bool goes_on = (waiting[i].revents == 0 || move_request(of)) &&
+                                 (waiting[i + 1].revents == 0 || move_answer(of));
+            if (!goes_on) {
+                links.erase(waiting[i].fd);
+            }
+        }
+        if (waiting[0].revents != 0) {
+            accept_one(links);
+        }
+    }
+}
+
+void scripted_peer::accept_one(std::map<int, link>& links) {
+    socket_owner client{::accept(listener_, nullptr, nullptr)};
+    if (client.get() < 0) {
+        return;
+    }
+    ++connections_;
+    if (note(moment::connecting).what == deed::close) {
+        note_close();
+        return;
+    }
+    socket_owner server{::socket(AF_INET, SOCK_STREAM, 0)};
+    sockaddr_in address = loopback(server_port_);
+    if (::connect(server.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+        const int key = client.get();
+        links.emplace(key, link{std::move(client), std::move(server)});
+    }
+}
+
+bool scripted_peer::move_request(link& of) {
+    if (!receive(of.client.get(), of.requests)) {
+        return false;
+    }
+    for (std::string message; !(message = take_message(of.requests)).empty();) {
+        const script now = note(moment_of(message));
+        if (now.what == deed::close) {
+            note_close();
+            return false;
+        }
+        of.close_at_answer = of.close_at_answer || now.what == deed::close_answer;
+        of.holding = of.holding || now.what == deed::hold_answer;
+        if (now.what == deed::spoil_answer) {
+            of.next_result = now.status;
+        }
+        if (!send_all(of.server.get(), message)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool scripted_peer::move_answer(link& of) {
+    if (!receive(of.server.get(), of.answers)) {
+        return false;
+    }
+    if (of.close_at_answer) {
+        note_close();
+        return false;
+    }
+    for (std::string message; !of.holding && !(message = take_message(of.answers)).empty();) {
+        std::function<void(UA_ReadResponse&)> rewrite;
+        {
+            const std::lock_guard lock{mutex_};
+            rewrite = plan_.rewrite;
+        }
+        if (of.next_result != UA_STATUSCODE_GOOD) {
+            set_service_result(message, std::exchange(of.next_result, UA_STATUSCODE_GOOD));
+        }
+        if (rewrite) {
+            rewrite_read_response(message, rewrite);
+        }
+        if (!send_all(of.client.get(), message)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace tarvik::monitoring_modules::test_support
