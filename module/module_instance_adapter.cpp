@@ -93,7 +93,7 @@ module_instance_adapter::read_record(const std::uint8_t* bytes, std::uint32_t si
     try {
         return sensor_data_wrapper{bytes, size};
     } catch (const std::exception& error) {
-        liblog::write(current_log().get(), severity::error, error.what());
+        liblog::write(current_log().get(), severity::error, libexception::text_of(error));
         throw;
     }
 }

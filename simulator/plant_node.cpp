@@ -8,8 +8,9 @@
 namespace tarvik::simulator {
 namespace {
 
-bool is_bad(UA_StatusCode status) {
-    return UA_StatusCode_isBad(status);
+/// Whether a status comes without a value.
+bool lacks_value(UA_StatusCode status) {
+    return UA_StatusCode_isBad(status) || status == UA_STATUSCODE_GOODNODATA;
 }
 
 /// The server's own session is in namespace 0.
@@ -46,8 +47,8 @@ UA_StatusCode read_callback(
             result->sourceTimestamp = UA_DateTime_now();
             result->hasSourceTimestamp = true;
         }
-        if (is_bad(now.status)) {
-            return UA_STATUSCODE_GOOD;
+        if (lacks_value(now.status)) {
+            return now.status; // the stack puts an empty value beside what is returned as good
         }
         if (index_range != nullptr) {
             result->hasValue = true;
@@ -102,7 +103,7 @@ plant_node::plant_node(plant_row row, source computed, std::atomic<std::uint64_t
 reading plant_node::read(UA_Server* server) const {
     {
         const std::lock_guard lock(mutex_);
-        if (is_bad(status_)) {
+        if (lacks_value(status_)) {
             return {{}, status_};
         }
         if (!computed_ || set_by_hand_) {

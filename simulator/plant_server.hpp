@@ -85,8 +85,8 @@ class plant_server final {
     /// @throws plant_error for a node the plant does not have.
     [[nodiscard]] variant get_value(std::string_view node_id) const;
 
-    /// Reading the node's Value gives this status, without a value, until UA_STATUSCODE_GOOD (0) is
-    /// set.
+    /// Reading the node's Value gives this status until UA_STATUSCODE_GOOD (0) is set: without a
+    /// value if it is bad or GoodNoData, otherwise with it.
     /// @throws plant_error for a node the plant does not have.
     void set_read_status(std::string_view node_id, UA_StatusCode status);
 

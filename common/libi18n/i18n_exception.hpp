@@ -7,6 +7,8 @@
 #include "common/libi18n/i18n_msg.hpp"
 
 #include <memory>
+#include <string>
+#include <string_view>
 
 namespace tarvik::monitoring_modules::libi18n {
 
@@ -16,8 +18,18 @@ class i18n_exception : public libexception::exception {
 
     [[nodiscard]] const i18n_msg& message() const noexcept { return *message_; }
 
+    /// What the message does not tell, as one line for the log alone, such as which of ten nodes
+    /// failed; empty: nothing.
+    [[nodiscard]] std::string_view detail() const noexcept {
+        return detail_ ? std::string_view{*detail_} : std::string_view{};
+    }
+
+    /// Adds the detail to an exception on its way, unless it has one: who throws knows best.
+    void add_detail(std::string text);
+
   private:
     std::shared_ptr<const i18n_msg> message_;
+    std::shared_ptr<const std::string> detail_; // null: none
 };
 
 /// Gives a class derived from T the constructor from an `i18n_msg`: `class x : public

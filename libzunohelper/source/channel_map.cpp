@@ -35,10 +35,6 @@ bool channel_map::is_defined(std::int32_t id) const {
     return index_of(id) < known_.size();
 }
 
-bool channel_map::is_delivered(std::int32_t id) const {
-    return index_of(id) < known_.size() - pending_.size();
-}
-
 dynamic_channel::value_type channel_map::type_of(std::int32_t id) const {
     const std::size_t index = index_of(id);
     if (index == known_.size()) {

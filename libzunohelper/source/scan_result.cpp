@@ -13,7 +13,8 @@ namespace {
 
 libi18n::i18n_msg message_of(const std::exception& reason) {
     const auto* const translated = dynamic_cast<const libi18n::i18n_exception*>(&reason);
-    return translated ? translated->message() : libi18n::i18n_msg{std::string{reason.what()}};
+    return translated ? translated->message()
+                      : libi18n::i18n_msg{std::string{libexception::text_of(reason)}};
 }
 
 } // namespace

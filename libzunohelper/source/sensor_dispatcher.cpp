@@ -97,7 +97,7 @@ sensor_dispatcher::create_sensor_instance(std::int32_t id, const sensor_data_wra
         }
         place->publish(std::move(sensor));
     } catch (const std::exception& reason) {
-        log_error(reason.what());
+        log_error(libexception::text_of(reason));
         send_failure(id, reason);
         throw;
     }
@@ -155,14 +155,14 @@ std::int32_t sensor_dispatcher::execute_check(std::int32_t id, const sensor_data
 }
 
 void sensor_dispatcher::report_creation_failure(std::int32_t id, const std::exception& reason) {
-    log_error(reason.what());
+    log_error(libexception::text_of(reason));
     if (const auto place = sensors_.reserve(id)) {
         send_failure(id, reason);
     }
 }
 
 std::int32_t sensor_dispatcher::refuse(const std::exception& reason) const {
-    log_error(reason.what());
+    log_error(libexception::text_of(reason));
     return refused;
 }
 
@@ -174,7 +174,7 @@ void sensor_dispatcher::send_failure(std::int32_t id, const std::exception& reas
     try {
         container_->get<message_service_interface>()->send(sensor_scan_result{id, reason});
     } catch (const std::exception& failure) {
-        log_error(failure.what());
+        log_error(libexception::text_of(failure));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "opcua/checks/check_base.hpp"
 
+#include "common/libexception/exception.hpp"
 #include "common/version.hpp"
 #include "zunohelper/check_result.hpp"
 #include "zunohelper/message_service.hpp"
@@ -22,7 +23,7 @@ void run_check(
     try {
         result.set_success(question());
     } catch (const std::exception& error) {
-        liblog::write(log, severity::failed_check, error.what());
+        liblog::write(log, severity::failed_check, libexception::text_of(error));
     }
     container.get<libzunohelper::message_service_interface>()->send(result);
 }

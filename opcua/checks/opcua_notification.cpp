@@ -2,6 +2,7 @@
 
 #include "opcua/checks/notification_value.hpp"
 #include "opcua/client/client_cache.hpp"
+#include "opcua/nodes/node_failure.hpp"
 #include "opcua/nodes/nodes_open62541.hpp"
 
 #include <algorithm>
@@ -52,7 +53,9 @@ void opcua_notification::send_notification(const request& what) {
     try {
         write(what);
     } catch (const std::exception& error) {
-        liblog::write(&log_, severity::error, "Exception in send_notification: ", error.what());
+        liblog::write(
+            &log_, severity::error, "Exception in send_notification: ", libexception::text_of(error)
+        );
         throw;
     }
     liblog::write(&log_, severity::debug, "### End   send_notification ###");
@@ -69,8 +72,13 @@ void opcua_notification::write(const request& what) {
     const std::string message = what.get_message();
     const auto type = parse_notification_type(what.settings().get("write.type"));
     const auto node = make_writeable_node(target);
-    set_notification_value(*node, type, message, &log_);
-    client->write_node_value(*node);
+    try {
+        set_notification_value(*node, type, message, &log_);
+        client->write_node_value(*node);
+    } catch (const std::exception& error) {
+        liblog::write(&log_, severity::error, node_failure_of(target, error));
+        throw;
+    }
 }
 
 void opcua_notification::build_response() {

@@ -24,7 +24,9 @@ std::shared_ptr<client_interface> get_opcua_client(
         );
         return client;
     } catch (const std::exception& error) {
-        liblog::write(log, severity::error, "Exception in get_opcua_client: ", error.what());
+        liblog::write(
+            log, severity::error, "Exception in get_opcua_client: ", libexception::text_of(error)
+        );
         throw;
     }
 }

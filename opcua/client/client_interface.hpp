@@ -64,11 +64,11 @@ class client_interface {
     /// @throws exceptions::opcua_matching_endpoint_failed, std::out_of_range as
     /// has_matching_endpoint.
     /// @throws exceptions::opcua_missing_certificate when the endpoint has none.
-    /// @throws certificate_der_invalid for bytes that are no certificate; std::out_of_range without
-    /// a common name.
+    /// @throws certificate_der_invalid for bytes that are no certificate; std::out_of_range, with a
+    /// text that says so, without a common name.
     [[nodiscard]] virtual server_certificate_summary get_server_certificate() = 0;
 
-    /// Writes the value that the node holds.
+    /// Writes the value that the node holds. The detail of opcua_write_failed names the node.
     /// @throws exceptions::prepare_request_failed for a node that is not writeable.
     /// @throws exceptions::opcua_write_failed with the status name; as ensure_connected.
     virtual void write_node_value(generic_node_interface& node) = 0;
@@ -77,8 +77,10 @@ class client_interface {
     virtual void read_node(const std::shared_ptr<generic_node_interface>& node) = 0;
 
     /// Reads all attributes that the nodes ask for with one Read request and hands each to its
-    /// node. An empty list only connects. Nodes before the first error keep their new values.
+    /// node. An empty list only connects. Nodes before the first error keep their new values; all
+    /// others have none afterwards, and neither has a node for which the server had none.
     /// @throws exceptions::prepare_request_failed for a null or unreadable node; nothing is sent.
+    /// The detail of an error of one node names it as its user wrote it, with the status.
     /// @throws exceptions::nodeid_unknown with the NodeID.
     /// @throws exceptions::opcua_read_failed with the status name of the node's result.
     /// @throws exceptions::opcua_request_failed with the status name when the whole request failed.

@@ -5,6 +5,7 @@
 #include "opcua/client/client_log.hpp"
 #include "opcua/client/connection.hpp"
 #include "opcua/client/read_request.hpp"
+#include "opcua/nodes/node_failure.hpp"
 #include "opcua/status_text.hpp"
 
 #include <chrono>
@@ -80,6 +81,7 @@ class client_open62541::implementation {
     void read(const read_list& nodes) {
         const std::lock_guard lock{mutex_};
         log_.refresh();
+        forget_values(nodes);
         with_one_retry("read_node", [&] { read_once(nodes); });
         liblog::write(&log_, severity::debug, "Reading nodes finished successfully.");
     }
@@ -101,7 +103,9 @@ class client_open62541::implementation {
         try {
             attempt();
         } catch (const exceptions::opcua_connection_closed& error) {
-            liblog::write(&log_, severity::info, "Error on ", operation, ": ", error.what());
+            liblog::write(
+                &log_, severity::info, "Error on ", operation, ": ", error.message().text()
+            );
             liblog::write(&log_, severity::info, "perform one retry");
             attempt();
         }
@@ -131,10 +135,10 @@ class client_open62541::implementation {
         request.nodesToWriteSize = 1;
         const ua_write_response response = services_.write(client, request);
         settle(response->responseHeader.serviceResult);
-        check_write(*response);
+        check_write(*response, node);
     }
 
-    static void check_write(const UA_WriteResponse& response) {
+    static void check_write(const UA_WriteResponse& response, const generic_node_interface& node) {
         UA_StatusCode status = response.responseHeader.serviceResult;
         if (status == UA_STATUSCODE_GOOD) {
             status =
@@ -144,7 +148,8 @@ class client_open62541::implementation {
             throw exceptions::opcua_connection_closed{};
         }
         if (!UA_StatusCode_isGood(status)) {
-            throw exceptions::opcua_write_failed{status_name(status)};
+            const std::string name = status_name(status);
+            throw_for_node(exceptions::opcua_write_failed{name}, node.entered_id(), name);
         }
     }
 

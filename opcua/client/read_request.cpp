@@ -1,6 +1,7 @@
 #include "opcua/client/read_request.hpp"
 
 #include "common/catalogue/opcua_exceptions.hpp"
+#include "opcua/nodes/node_failure.hpp"
 #include "opcua/nodes/node_id.hpp"
 #include "opcua/status_text.hpp"
 
@@ -20,7 +21,25 @@ bool means_connection_closed(UA_StatusCode status) {
            status == UA_STATUSCODE_BADCONNECTIONCLOSED;
 }
 
+[[noreturn]] void fail(const generic_node_interface& node, UA_StatusCode status) {
+    const std::string name = status_name(status);
+    if (status == UA_STATUSCODE_BADNODEIDUNKNOWN) {
+        throw_for_node(
+            exceptions::nodeid_unknown{node_id_text(node.node_id())}, node.entered_id(), name
+        );
+    }
+    throw_for_node(exceptions::opcua_read_failed{name}, node.entered_id(), name);
+}
+
 } // namespace
+
+void forget_values(const read_list& nodes) {
+    for (const auto& node : nodes) {
+        if (node && node->is_readable()) {
+            node->set_attribute(attribute_id::value, {});
+        }
+    }
+}
 
 read_request::read_request(const read_list& nodes) {
     items_.reserve(nodes.size());
@@ -76,10 +95,7 @@ void read_request::apply_result(
     const bool lacks_description = status == UA_STATUSCODE_BADATTRIBUTEIDINVALID &&
                                    item.attribute == attribute_id::description;
     if (!UA_StatusCode_isGood(status) && !lacks_description) {
-        if (status == UA_STATUSCODE_BADNODEIDUNKNOWN) {
-            throw exceptions::nodeid_unknown{node_id_text(item.node->node_id())};
-        }
-        throw exceptions::opcua_read_failed{status_name(status)};
+        fail(*item.node, status);
     }
     if (!result.hasValue) {
         return;
@@ -92,7 +108,11 @@ void read_request::apply_result(
         "'s attribute ",
         static_cast<std::uint32_t>(item.attribute)
     );
-    item.node->set_attribute(item.attribute, ua_variant{std::exchange(result.value, UA_Variant{})});
+    for_node(item.node->entered_id(), [&] {
+        item.node->set_attribute(
+            item.attribute, ua_variant{std::exchange(result.value, UA_Variant{})}
+        );
+    });
 }
 
 } // namespace tarvik::monitoring_modules::opcua

@@ -12,6 +12,10 @@
 
 namespace tarvik::monitoring_modules::opcua {
 
+/// Takes the values of all readable nodes away. Done before a request for them, so that whatever it
+/// brings, or fails to bring, no node shows a value of an earlier one.
+void forget_values(const read_list& nodes);
+
 class read_request {
   public:
     /// One item for each attribute that each node asks for, in the order of the list and of the
@@ -25,8 +29,8 @@ class read_request {
     /// The request for the stack; borrows from this object and the nodes.
     [[nodiscard]] UA_ReadRequest stack_request() noexcept;
 
-    /// Hands the results to the nodes, in order, up to the first error. A missing Description is no
-    /// error; a good result without a value is passed over.
+    /// Hands the results to the nodes, in order, up to the first error, whose detail names the
+    /// node. A missing Description is no error; a good result without a value is passed over.
     /// @param response as the server sent it: nothing about it is trusted.
     /// @param log may be null.
     /// @throws the errors of client_interface::read_node but those of connecting.

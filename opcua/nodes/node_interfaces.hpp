@@ -71,9 +71,14 @@ class generic_node_interface {
     /// for.
     /// @throws exceptions::data_type_mismatch for a name or description that is no text.
     virtual void set_attribute(attribute_id id, ua_variant value) = 0;
+
+    /// The NodeID as its user wrote it, also where it names an element of an array; owned by the
+    /// node.
+    [[nodiscard]] virtual const std::string& entered_id() const noexcept = 0;
 };
 
-/// A variable whose value is read. The value accessors throw value_not_set before the first value.
+/// A variable whose value is read. The value accessors throw value_not_set before the first value
+/// and when the last request brought none. The detail of their errors names the node.
 class readable_variable_node_interface : public virtual generic_node_interface {
   public:
     [[nodiscard]] bool is_readable() const noexcept final { return true; }

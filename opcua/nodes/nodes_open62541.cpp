@@ -1,6 +1,7 @@
 #include "opcua/nodes/nodes_open62541.hpp"
 
 #include "common/catalogue/opcua_exceptions.hpp"
+#include "opcua/nodes/node_failure.hpp"
 
 #include <utility>
 
@@ -33,9 +34,11 @@ ua_variant scalar_variant(const T& value, std::size_t type_index) {
 } // namespace
 
 generic_node_open62541::generic_node_open62541(const std::string& node_id)
-    : generic_node_open62541{parse_node_id(node_id)} {}
+    : generic_node_open62541{parse_node_id(node_id), node_id} {}
 
-generic_node_open62541::generic_node_open62541(ua_node_id node_id) : node_id_{std::move(node_id)} {}
+generic_node_open62541::generic_node_open62541(ua_node_id node_id, std::string entered_id)
+    : node_id_{std::move(node_id)},
+      entered_id_{std::move(entered_id)} {}
 
 std::string generic_node_open62541::identifier_text() const {
     return opcua::identifier_text(*node_id_);
@@ -84,23 +87,34 @@ void generic_node_open62541::set_attribute(attribute_id id, ua_variant value) {
 }
 
 value_kind variable_node_open62541::data_type() const {
-    return kind_of(*value_);
+    return for_node(entered_id(), [this] { return kind_of(*value_); });
+}
+
+template <typename Convert>
+auto variable_node_open62541::converted(const Convert& convert) const {
+    return for_node(entered_id(), [&] {
+        if (value_->type == nullptr) {
+            throw exceptions::value_not_set{};
+        }
+        check_shape(*value_);
+        return convert(*value_, index_);
+    });
 }
 
 std::string variable_node_open62541::value_as_string() const {
-    return element_as_string(checked_value(), index_);
+    return converted(element_as_string);
 }
 
 std::int64_t variable_node_open62541::value_as_int64() const {
-    return element_as_int64(checked_value(), index_);
+    return converted(element_as_int64);
 }
 
 double variable_node_open62541::value_as_double() const {
-    return element_as_double(checked_value(), index_);
+    return converted(element_as_double);
 }
 
 bool variable_node_open62541::value_as_bool() const {
-    return element_as_bool(checked_value(), index_);
+    return converted(element_as_bool);
 }
 
 attribute_list variable_node_open62541::attributes_to_read() const {
@@ -115,14 +129,6 @@ void variable_node_open62541::set_attribute(attribute_id id, ua_variant value) {
     } else {
         generic_node_open62541::set_attribute(id, std::move(value));
     }
-}
-
-const UA_Variant& variable_node_open62541::checked_value() const {
-    if (value_->type == nullptr) {
-        throw exceptions::value_not_set{};
-    }
-    check_shape(*value_);
-    return *value_;
 }
 
 scalar_variable_node_open62541::scalar_variable_node_open62541(const std::string& node_id)
@@ -152,10 +158,12 @@ void scalar_variable_node_open62541::set_value(bool value) {
 }
 
 array_variable_node_open62541::array_variable_node_open62541(const std::string& node_id)
-    : array_variable_node_open62541{parse_array_node_id(node_id)} {}
+    : array_variable_node_open62541{parse_array_node_id(node_id), node_id} {}
 
-array_variable_node_open62541::array_variable_node_open62541(array_element_id element)
-    : generic_node_open62541{std::move(element.node)},
+array_variable_node_open62541::array_variable_node_open62541(
+    array_element_id element, const std::string& entered_id
+)
+    : generic_node_open62541{std::move(element.node), entered_id},
       variable_node_open62541{element.index} {}
 
 void array_variable_node_open62541::check_shape(const UA_Variant&) const {

@@ -18,7 +18,9 @@ class generic_node_open62541 : public virtual generic_node_interface {
     /// @param node_id a plain NodeID text.
     /// @throws exceptions::failed_to_parse_node_id
     explicit generic_node_open62541(const std::string& node_id);
-    explicit generic_node_open62541(ua_node_id node_id);
+
+    /// @param entered_id what the id was read from.
+    generic_node_open62541(ua_node_id node_id, std::string entered_id);
 
     [[nodiscard]] const UA_NodeId& node_id() const noexcept override { return *node_id_; }
     [[nodiscard]] std::string identifier_text() const override;
@@ -27,9 +29,11 @@ class generic_node_open62541 : public virtual generic_node_interface {
     [[nodiscard]] std::string description() const override;
     [[nodiscard]] attribute_list attributes_to_read() const override;
     void set_attribute(attribute_id id, ua_variant value) override;
+    [[nodiscard]] const std::string& entered_id() const noexcept override { return entered_id_; }
 
   private:
     ua_node_id node_id_;
+    std::string entered_id_;
     std::optional<std::string> display_name_;
     std::optional<std::string> description_;
     std::optional<std::string> browse_name_;
@@ -56,7 +60,9 @@ class variable_node_open62541 : public readable_variable_node_interface,
     ua_variant value_;
 
   private:
-    [[nodiscard]] const UA_Variant& checked_value() const;
+    /// @param convert makes something of the value, which is there and has the right shape.
+    template <typename Convert>
+    [[nodiscard]] auto converted(const Convert& convert) const;
 
     std::int64_t index_;
 };
@@ -90,7 +96,7 @@ class array_variable_node_open62541 final : public variable_node_open62541 {
     explicit array_variable_node_open62541(const std::string& node_id);
 
   private:
-    explicit array_variable_node_open62541(array_element_id element);
+    array_variable_node_open62541(array_element_id element, const std::string& entered_id);
 
     void check_shape(const UA_Variant& value) const override;
 };

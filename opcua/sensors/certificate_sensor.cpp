@@ -59,7 +59,7 @@ shared_client certificate_sensor::create_client() const {
             sensor_log().get(),
             severity::error,
             "Exception during creation of OPC-UA client: ",
-            error.what()
+            libexception::text_of(error)
         );
         throw;
     }

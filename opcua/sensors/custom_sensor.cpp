@@ -3,6 +3,7 @@
 #include "common/catalogue/definitions.hpp"
 #include "common/catalogue/opcua_exceptions.hpp"
 #include "common/libstringutils/number.hpp"
+#include "opcua/nodes/node_failure.hpp"
 
 #include <stdexcept>
 #include <utility>
@@ -82,8 +83,13 @@ custom_sensor::custom_sensor(
 )
     : node_sensor{id, data, std::move(services), display_name} {
     create_nodes();
-    read(nodes_);
-    define_channels();
+    try {
+        read(nodes_);
+        define_channels();
+    } catch (const libi18n::i18n_exception& error) { // whose text the host gets
+        log_detail(sensor_log().get(), error);
+        throw;
+    }
 }
 
 void custom_sensor::create_nodes() {
@@ -111,7 +117,10 @@ void custom_sensor::create_nodes() {
 void custom_sensor::define_channels() {
     for (const auto& [number, node] : channel_nodes_) {
         const auto& channel = settings().channels.at(static_cast<std::size_t>(number) - 1);
-        channels().define(make_definition(number, channel, nodes_.at(node)));
+        const readable_variable_node_interface& source = nodes_.at(node);
+        channels().define(for_node(source.entered_id(), [&, number = number] {
+            return make_definition(number, channel, source);
+        }));
     }
 }
 
@@ -119,7 +128,10 @@ void custom_sensor::execute_sensor_scan() {
     read(nodes_);
     auto result = begin_result();
     for (const auto& [number, node] : channel_nodes_) {
-        set_channel(result, number, nodes_.at(node));
+        const readable_variable_node_interface& source = nodes_.at(node);
+        for_node(source.entered_id(), [&, number = number] {
+            set_channel(result, number, source);
+        });
     }
     set_message(result);
     send(result);

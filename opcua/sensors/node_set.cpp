@@ -13,7 +13,7 @@ void log_node(const generic_node_interface& node, liblog::log_interface* log) {
         liblog::write(log, severity::debug, "Adding node to request: ", node.display_name());
     } catch (const exceptions::opcua_failure& error) {
         liblog::write(
-            log, severity::debug, "Node metadata was not yet initialized: ", error.what()
+            log, severity::debug, "Node metadata was not yet initialized: ", error.message().text()
         );
     }
 }

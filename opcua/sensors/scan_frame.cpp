@@ -19,7 +19,7 @@ void send_error(
     liblog::log_interface* log,
     const Error& error
 ) {
-    liblog::write(log, severity::error, error.what());
+    liblog::write(log, severity::error, libexception::text_of(error));
     libzunohelper::sensor_scan_result result{sensor_id, error};
     result.set_error_code(0);
     result.set_response_code(libzunohelper::scan_response_codes::error);
@@ -42,6 +42,12 @@ void log_sensor_end(liblog::log_interface* log) noexcept {
     }
 }
 
+void log_detail(liblog::log_interface* log, const libi18n::i18n_exception& error) {
+    if (!error.detail().empty()) {
+        liblog::write(log, severity::error, error.detail());
+    }
+}
+
 void run_sensor_scan(
     std::int32_t sensor_id,
     libzunohelper::message_service_interface& messages,
@@ -54,6 +60,7 @@ void run_sensor_scan(
     try {
         work();
     } catch (const libi18n::i18n_exception& error) {
+        log_detail(log, error);
         send_error(sensor_id, messages, log, error);
     } catch (const std::exception& error) {
         send_error(sensor_id, messages, log, error);

@@ -85,13 +85,15 @@ void server_status_sensor::execute_sensor_scan() {
     );
     if (status_nodes_.at(enabled_flag).value_as_bool()) {
         add_diagnostics(result);
-    } else if (channels().is_delivered(session_count)) {
+    } else if (channels().is_defined(session_count)) {
         report_missing_diagnostics(result);
     }
     send(result);
 }
 
-/// The host learns of the counters' channels when it first can get their values.
+/// The counters' channels are defined when the server is first seen to publish them, even if the
+/// host learns of them only when their values could be read: from then on a server without them has
+/// stopped publishing them.
 void server_status_sensor::add_diagnostics(libzunohelper::sensor_scan_result& result) {
     if (!channels().is_defined(session_count)) {
         for (const channel_node& row : diagnostics) {

@@ -43,11 +43,13 @@ TEST_F(logs, without_a_sink_go_to_standard_error_from_warning_on) {
     sensor(true)->log(severity::warning, "w");
     sensor(false)->log(severity::warning, "dropped");
     sensor(false)->log(severity{2}, "a\nb\x1b[31m\xff ü\r\n");
+    runtime->log(severity::error, {"be\0hind", 7});
     EXPECT_EQ(
         testing::internal::GetCapturedStderr(),
         "opcua module [runtime] failed check: x\nopcua module [runtime] error: x\n"
         "opcua module [runtime] warning: x\nopcua module [sensor 7] warning: w\n"
         "opcua module [sensor 7] severity 2: a\\nb\\x1b[31m\uFFFD ü\n"
+        "opcua module [runtime] error: be\\x00hind\n"
     );
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }

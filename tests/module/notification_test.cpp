@@ -122,6 +122,26 @@ TEST_F(notification, answers_also_when_it_fails) {
     EXPECT_EQ(shown(integer), "0");
 }
 
+TEST_F(notification, names_the_node_that_it_could_not_write_once) {
+    const std::pair<setting_map, std::string> rows[] = {
+        {write("ns=2;s=Nowhere", "String", "x"), "NodeID ns=2;s=Nowhere failed: BadNodeIdUnknown"},
+        {write(integer, "String", "x"), "NodeID ns=2;s=Write.Int64 failed: BadTypeMismatch"},
+        {write(integer, "Integer64", "x"),
+         "NodeID ns=2;s=Write.Int64 failed: There is no number at the start of the text."},
+    };
+    for (const auto& [settings, line] : rows) {
+        host.record_log();
+        EXPECT_EQ(notify(settings), failed);
+        std::vector<std::string> naming = response_lines(3);
+        std::erase_if(naming, [&](const std::string& other) {
+            return other.find(settings.at("target")) == std::string::npos;
+        });
+        EXPECT_THAT(naming, testing::ElementsAre(line));
+        const auto lines = host.take_log();
+        EXPECT_EQ(std::ranges::count(lines, line, &log_line::text), 1);
+    }
+}
+
 TEST_F(notification, needs_the_address_among_the_credentials) {
     const std::string somewhere_else = make_record(
         "opcua_notification",

@@ -156,6 +156,21 @@ TEST_F(server_status, tells_of_counters_once_they_can_be_read) {
     EXPECT_EQ(scan(1)["channel_definitions"].size(), 10U);
 }
 
+TEST_F(server_status, warns_also_when_the_scan_that_saw_the_counters_failed) {
+    server.set_read_status("i=2288", 0x80730000 /* BadWriteNotSupported */);
+    EXPECT_EQ(scan(1)["response_code"], 3);
+    server.set_diagnostics(false);
+    server.set_read_status("i=2288", 0);
+    const json result = scan(1);
+    EXPECT_EQ(result["response_code"], 1);
+    EXPECT_EQ(
+        result["message"]["identity"], "#:error.opcua_server_diagnostics_disabled_afterwards[]"
+    );
+    EXPECT_EQ(values_of(result).size(), 2U);
+    server.set_diagnostics(true);
+    EXPECT_EQ(values_of(scan(1)).size(), 10U);
+}
+
 TEST_F(server_status, is_created_without_a_server) {
     server.stop();
     EXPECT_EQ(create(2, "server_status_sensor"), done);

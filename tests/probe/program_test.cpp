@@ -182,7 +182,8 @@ TEST_F(probe_program, answers_a_notification_in_json) {
             2)
     );
     EXPECT_EQ(answer["type"], "notification_response");
-    EXPECT_EQ(answer["log"].size(), 1U);
+    ASSERT_EQ(answer["log"].size(), 2U);
+    EXPECT_EQ(answer["log"][0]["text"], "NodeID ns=2;s=Write.ReadOnly failed: BadNotWritable");
     EXPECT_EQ(answer["status"], "failed");
     EXPECT_EQ(answer["written"], false);
     EXPECT_THAT(

@@ -33,11 +33,6 @@ class ZUNOHELPER_API channel_map {
     /// @throws utils::exceptions::channel_map_not_initialized
     [[nodiscard]] bool is_defined(std::int32_t id) const;
 
-    /// @return whether the channel is defined and a scan result has carried its definition to the
-    /// host.
-    /// @throws utils::exceptions::channel_map_not_initialized
-    [[nodiscard]] bool is_delivered(std::int32_t id) const;
-
     /// @throws utils::exceptions::channel_not_defined naming the id.
     /// @throws utils::exceptions::channel_map_not_initialized
     [[nodiscard]] dynamic_channel::value_type type_of(std::int32_t id) const;

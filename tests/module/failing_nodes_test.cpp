@@ -1,0 +1,173 @@
+// Nodes that fail: what the host is told, and which node the log names.
+
+#include "tests/module/plant_fixture.hpp"
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace tarvik::monitoring_modules::tests;
+
+namespace {
+
+class failing_nodes : public plant_fixture {
+  protected:
+    failing_nodes() { host.record_log(); }
+
+    /// The error lines since the last look that name a node, each with its source.
+    std::vector<std::string> lines_about_nodes() {
+        std::vector<std::string> found;
+        for (const log_line& line : host.take_log()) {
+            if (line.severity <= 3 && line.text.starts_with("NodeID ")) {
+                found.push_back(
+                    line.source + " " + std::to_string(line.severity) + " " + line.text
+                );
+            }
+        }
+        return found;
+    }
+};
+
+using spoil = std::function<void(tarvik::simulator::plant_server&, const std::string&)>;
+
+const spoil no_value = [](auto& server, const auto& node) {
+    server.set_read_status(node, UA_STATUSCODE_GOODNODATA); // a good result without a value
+};
+const spoil bad = [](auto& server, const auto& node) {
+    server.set_read_status(node, UA_STATUSCODE_BADSENSORFAILURE);
+};
+const spoil text = [](auto& server, const auto& node) { server.set_value(node, "text"); };
+const spoil fraction = [](auto& server, const auto& node) { server.set_value(node, 0.5); };
+
+TEST_F(failing_nodes, are_told_and_named_once_and_show_no_old_value) {
+    const setting_map message{{"custom.sensor_message_custom.nodeid", "ns=2;s=Text.Status"}};
+    const std::string element = "'ns=2;s=Array.Doubles'[1]";
+    const auto custom = [&](const std::vector<std::string>& nodes) {
+        return make_record("custom_sensor", custom_settings(server.port(), nodes, message));
+    };
+    const auto of_kind = [&](const std::string& kind) {
+        return make_record(kind, custom_settings(server.port(), {}));
+    };
+    const std::string speed = "ns=2;s=Pump.Speed";
+    const std::string many = custom({"ns=2;s=Tank.Level", speed, element});
+    const std::string status = of_kind("server_status_sensor");
+    const std::string ipc = of_kind("beckhoff_ipc_system_status_sensor");
+    const std::string load = "ns=2;s=Modules|CPU|CPU0|0x8nn1|0x02";
+    const std::string raid = "ns=2;s=Modules|RAID Controller|Scsi0:|0x8nn1|0x01";
+    const std::string unset = "No Value is set.";
+    const std::string mismatch = "DataType mismatch. The DataType of the value is ";
+    const struct {
+        std::string record;
+        std::string entered; ///< as it stands in the settings or in the sensor's table
+        std::string node;    ///< of the server
+        spoil by;
+        std::string reason;
+        std::string error;
+    } rows[] = {
+        {many, speed, speed, no_value, unset, "#:error.value_not_set[]"},
+        {many,
+         speed,
+         speed,
+         bad,
+         "BadSensorFailure",
+         "#:error.opcua_read_failed[BadSensorFailure]"},
+        {many,
+         speed,
+         speed,
+         text,
+         "The sensor cannot parse the received data. The received data must be a numeric value.",
+         "#:error.conversion_failure[]"},
+        {many,
+         speed,
+         speed,
+         fraction,
+         "set_value called with an float value, but the channel's value mode is not float.",
+         "#:libzunohelper.error.invalid_channel_mode[float,float]"},
+        {many, element, "ns=2;s=Array.Doubles", no_value, unset, "#:error.value_not_set[]"},
+        {many,
+         element,
+         "ns=2;s=Array.Doubles",
+         bad,
+         "BadSensorFailure",
+         "#:error.opcua_read_failed[BadSensorFailure]"},
+        {many,
+         "ns=2;s=Text.Status",
+         "ns=2;s=Text.Status",
+         no_value,
+         unset,
+         "#:error.value_not_set[]"},
+        {status, "ns=0;i=2259", "i=2259", no_value, unset, "#:error.value_not_set[]"},
+        {status, "ns=0;i=2258", "i=2258", no_value, unset, "#:error.value_not_set[]"},
+        {status, "ns=0;i=2294", "i=2294", no_value, unset, "#:error.value_not_set[]"},
+        {status, "ns=0;i=2285", "i=2285", no_value, unset, "#:error.value_not_set[]"},
+        {status,
+         "ns=0;i=2259",
+         "i=2259",
+         text,
+         mismatch + "(string). The expected DataType is (integer).",
+         "#:error.data_type_mismatch[string,integer]"},
+        {ipc, load, load, no_value, unset, "#:error.value_not_set[]"},
+        {ipc, raid, raid, no_value, unset, "#:error.value_not_set[]"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.entered + " " + row.reason);
+        ASSERT_EQ(host.create(1, row.record), done);
+        EXPECT_EQ(scan(1)["response_code"], 0);
+        const auto before = server.get_value(row.node);
+        EXPECT_TRUE(lines_about_nodes().empty());
+
+        row.by(server, row.node);
+        const json failed_scan = scan(1);
+        EXPECT_EQ(failed_scan["response_code"], 3);
+        EXPECT_EQ(failed_scan["message"]["identity"], row.error);
+        EXPECT_TRUE(failed_scan["channels"].empty());
+        EXPECT_THAT(
+            lines_about_nodes(),
+            testing::ElementsAre("sensor 1 3 NodeID " + row.entered + " failed: " + row.reason)
+        );
+
+        server.set_read_status(row.node, 0);
+        server.set_value(row.node, before.get());
+        EXPECT_EQ(scan(1)["response_code"], 0);
+        EXPECT_EQ(host.destroy(1), done);
+    }
+}
+
+TEST_F(failing_nodes, are_named_when_a_sensor_cannot_be_created) {
+    server.set_display_name("ns=2;s=Pump.Speed", "");
+    const std::pair<std::string, std::string> rows[] = {
+        {"ns=2;s=Nowhere", "BadNodeIdUnknown"},
+        {"'ns=2;s=Nowhere'[3]", "BadNodeIdUnknown"},
+        {"ns=2;s=Value.Never", "No Value is set."},
+        {"ns=2;s=Type.Guid", "A provided node has an unsupported DataType."},
+        {"ns=2;s=Pump.Speed", "No DisplayName is set."},
+    };
+    for (const auto& [node, reason] : rows) {
+        EXPECT_EQ(
+            host.create(
+                7,
+                make_record(
+                    "custom_sensor", custom_settings(server.port(), {"i=2258", node, "i=2257"})
+                )
+            ),
+            failed
+        );
+        EXPECT_THAT(
+            lines_about_nodes(),
+            testing::ElementsAre("sensor 7 3 NodeID " + node + " failed: " + reason)
+        );
+    }
+}
+
+TEST_F(failing_nodes, are_not_blamed_for_a_connection) {
+    ASSERT_EQ(create(1, "server_status_sensor"), done);
+    server.stop();
+    EXPECT_EQ(scan(1)["response_code"], 3);
+    EXPECT_TRUE(lines_about_nodes().empty());
+}
+
+} // namespace
