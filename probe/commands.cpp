@@ -12,7 +12,9 @@ std::string waiting_for(const connection_arguments& connection) {
 }
 
 std::string address_of(const connection_arguments& connection) {
-    return connection.host + ":" + std::to_string(connection.port);
+    const std::string& host = connection.host;
+    const bool needs_brackets = host.find(':') != std::string::npos && !host.starts_with('[');
+    return (needs_brackets ? "[" + host + "]" : host) + ":" + std::to_string(connection.port);
 }
 
 } // namespace tarvik::monitoring_modules::probe

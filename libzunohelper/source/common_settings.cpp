@@ -18,7 +18,7 @@ constexpr std::array<selection_option<common_settings::ip_version>, 2> ip_versio
 
 common_settings parse_common_settings(const settings_reader& settings) {
     common_settings parsed;
-    parsed.host = read(settings, "host", kind_string{});
+    parsed.host = read(settings, "host", kind_host{});
     parsed.logging =
         parse_selection("logging", settings.get_or("logging", "disabled"), logging_options);
     parsed.timeout = std::chrono::seconds{

@@ -12,12 +12,6 @@ namespace tarvik::monitoring_modules::libzunohelper {
 
 namespace {
 
-[[noreturn]] void reject(std::string_view key, std::string_view text, std::string_view expected) {
-    std::string reason{"The setting \""};
-    reason.append(key).append("\" needs ").append(expected).push_back('.');
-    throw utils::exceptions::setting_invalid{text, reason};
-}
-
 template <typename Number>
 std::string written(Number number) {
     char digits[32];
@@ -45,7 +39,7 @@ std::int64_t kind_integer::parse(std::string_view key, std::string_view text) co
     const char* const text_end = text.data() + text.size();
     const auto [end, error] = std::from_chars(text.data(), text_end, value);
     if (error == std::errc::invalid_argument || end != text_end) {
-        reject(key, text, "a whole number");
+        throw utils::exceptions::setting_invalid{text, key};
     }
     // A number that 64 bits cannot hold lies beyond every limit.
     const bool too_long = error == std::errc::result_out_of_range;
@@ -64,7 +58,7 @@ double kind_float::parse(std::string_view key, std::string_view text) const {
     const char* const text_end = text.data() + text.size();
     const auto [end, error] = std::from_chars(text.data(), text_end, value);
     if (error != std::errc{} || end != text_end || !std::isfinite(value)) {
-        reject(key, text, "a number");
+        throw utils::exceptions::setting_invalid{text, key};
     }
     if (minimum && value < *minimum) {
         throw utils::exceptions::setting_invalid_less_min{text, written(*minimum)};
@@ -77,6 +71,13 @@ double kind_float::parse(std::string_view key, std::string_view text) const {
 
 std::string kind_string::parse(std::string_view key, std::string_view text) const {
     check_length(key, text, max_length);
+    return std::string{text};
+}
+
+std::string kind_host::parse(std::string_view key, std::string_view text) const {
+    if (text.find('\0') != std::string_view::npos) {
+        throw utils::exceptions::setting_invalid{text, key};
+    }
     return std::string{text};
 }
 

@@ -2,7 +2,10 @@
 
 #include "common/catalogue/framework_exceptions.hpp"
 #include "common/catalogue/opcua_exceptions.hpp"
+#include "zunohelper/setting_kinds.hpp"
+#include <arpa/inet.h>
 
+#include <array>
 #include <exception>
 #include <string_view>
 #include <tuple>
@@ -35,6 +38,13 @@ void check_selection(Enum value, Enum last, const char* setting) {
     }
 }
 
+/// Whether a host is an IPv6 address as it stands outside of URLs, with or without a zone.
+bool is_bare_ipv6(const std::string& host) {
+    std::array<std::uint8_t, sizeof(in6_addr)> address{};
+    const std::string without_zone = host.substr(0, host.find('%'));
+    return inet_pton(AF_INET6, without_zone.c_str(), address.data()) == 1;
+}
+
 } // namespace
 
 client_settings::client_settings(const settings::connection& connection)
@@ -45,7 +55,9 @@ client_settings::client_settings(const settings::connection& connection)
 }
 
 void client_settings::set_server_name(const std::string& server_name) {
-    if (server_name.find("//") != std::string::npos) {
+    // The stack's URL ends at a zero byte.
+    if (server_name.find("//") != std::string::npos ||
+        server_name.find('\0') != std::string::npos) {
         throw exceptions::invalid_servername{};
     }
     server_name_ = server_name.starts_with('/') ? server_name.substr(1) : server_name;
@@ -86,7 +98,7 @@ client_settings create_client_settings(
         const auto& reader = request.settings();
         client_settings built;
         const std::string host_key = std::string{credentials_prefix} + ".connection_opcua.host";
-        built.host = std::string{reader.get(host_key)};
+        built.host = libzunohelper::read(reader, host_key, libzunohelper::kind_host{});
         built.timeout_s = request.get_timeout_s();
         const auto server = settings::parse_connection_opcua(reader, credentials_prefix);
         built.port = server.port;
@@ -98,7 +110,10 @@ client_settings create_client_settings(
         return built;
     } catch (const std::exception& error) {
         liblog::write(
-            log, liblog::severity::error, "Exception in create_client_settings: ", error.what()
+            log,
+            liblog::severity::error,
+            "Exception in create_client_settings: ",
+            libexception::text_of(error)
         );
         throw;
     }
@@ -109,8 +124,9 @@ bool operator==(const client_settings& left, const client_settings& right) noexc
 }
 
 std::string endpoint_url(const client_settings& settings) {
-    return "opc.tcp://" + settings.host + ":" + std::to_string(settings.port) + "/" +
-           settings.server_name();
+    const std::string& host = settings.host;
+    return "opc.tcp://" + (is_bare_ipv6(host) ? "[" + host + "]" : host) + ":" +
+           std::to_string(settings.port) + "/" + settings.server_name();
 }
 
 } // namespace tarvik::monitoring_modules::opcua

@@ -31,7 +31,7 @@ class client_settings {
     virtual ~client_settings() = default;
 
     /// The server path; one leading "/" is dropped.
-    /// @throws exceptions::invalid_servername when it contains "//".
+    /// @throws exceptions::invalid_servername when it contains "//" or a zero byte.
     void set_server_name(const std::string& server_name);
 
     /// Security and identity. User and password are taken for username_password only, certificate,
@@ -73,7 +73,8 @@ class client_settings {
     const libzunohelper::notifications::request& request, liblog::log_interface* log
 );
 
-/// "opc.tcp://" host ":" port "/" server path; the "/" also without a path.
+/// "opc.tcp://" host ":" port "/" server path; the "/" also without a path, and brackets around an
+/// IPv6 address that has none.
 [[nodiscard]] std::string endpoint_url(const client_settings& settings);
 
 } // namespace tarvik::monitoring_modules::opcua

@@ -3,6 +3,7 @@
 #include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/status_text.hpp"
 
+#include <charconv>
 #include <string_view>
 
 namespace tarvik::monitoring_modules::opcua {
@@ -36,13 +37,40 @@ array_notation split_array_notation(const std::string& text) {
     return {text.substr(1, closing - 1), std::string{index}};
 }
 
+/// Whether a text is a decimal number that the type can hold.
+template <typename Number>
+bool holds(std::string_view digits) {
+    Number number{};
+    const char* const digits_end = digits.data() + digits.size();
+    const auto [end, error] = std::from_chars(digits.data(), digits_end, number);
+    return error == std::errc{} && end == digits_end;
+}
+
+/// Whether the numbers of a NodeID that the stack can read fit its fields. The stack lets them wrap
+/// around, so that ns=65537 would name a node of namespace 1, and takes an empty one for 0.
+bool numbers_fit(std::string_view text) {
+    constexpr std::string_view name_space = "ns=";
+    constexpr std::string_view numeric = "i=";
+    if (text.starts_with(name_space)) {
+        const std::size_t end = text.find(';');
+        const std::size_t begin = name_space.size();
+        if (end == std::string_view::npos || !holds<UA_UInt16>(text.substr(begin, end - begin))) {
+            return false;
+        }
+        text.remove_prefix(end + 1);
+    }
+    return !text.starts_with(numeric) || holds<UA_UInt32>(text.substr(numeric.size()));
+}
+
 } // namespace
 
 ua_node_id parse_node_id(const std::string& text) {
-    const std::string_view until_zero{text.c_str()};
     ua_node_id node;
-    if (const UA_StatusCode status = UA_NodeId_parse(node.out(), borrowed(until_zero));
-        status != UA_STATUSCODE_GOOD) {
+    UA_StatusCode status = UA_NodeId_parse(node.out(), borrowed(text));
+    if (status == UA_STATUSCODE_GOOD && !numbers_fit(text)) {
+        status = UA_STATUSCODE_BADDECODINGERROR;
+    }
+    if (status != UA_STATUSCODE_GOOD) {
         throw exceptions::failed_to_parse_node_id{text, status_name(status)};
     }
     return node;

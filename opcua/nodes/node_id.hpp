@@ -19,8 +19,10 @@ struct array_element_id {
     std::int64_t index; ///< from 0
 };
 
-/// Reads a plain NodeID. A text ends at its first zero byte.
-/// @throws exceptions::failed_to_parse_node_id with the text and the stack's status name.
+/// Reads a plain NodeID, to the last byte: a zero byte in a string identifier is a part of it.
+/// @throws exceptions::failed_to_parse_node_id with the text and a status name, also for a
+/// namespace index above 65535 (UInt16), and for a numeric identifier above 4294967295 (UInt32) or
+/// an empty one.
 [[nodiscard]] ua_node_id parse_node_id(const std::string& text);
 
 /// Whether a text has the array form: it begins with a quote. Nothing is trimmed.

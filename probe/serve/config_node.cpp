@@ -2,6 +2,7 @@
 
 #include "probe/nearest_names.hpp"
 #include "probe/probe_error.hpp"
+#include "probe/terminal_text.hpp"
 
 #include <algorithm>
 #include <array>
@@ -166,9 +167,12 @@ std::vector<std::string> config_node::texts_of(const std::string& name) const {
 }
 
 void config_node::fail(const std::string& problem) const {
+    // Sanitised here, because the text of an exception ends at a zero byte, which a file may hold.
     throw probe_error{
         exit_code::usage,
-        file_ + ":" + line_of(node_.Mark()) + (place_.empty() ? "" : place_ + ": ") + problem};
+        sanitise(
+            file_ + ":" + line_of(node_.Mark()) + (place_.empty() ? "" : place_ + ": ") + problem
+        )};
 }
 
 } // namespace tarvik::monitoring_modules::probe

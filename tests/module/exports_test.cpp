@@ -68,6 +68,7 @@ TEST_F(exports, answer_malformed_records_with_a_failure_and_one_error_result) {
         "{\"kind\":\"custom_sensor\",\"settings\":{}}",
         "{\"kind\":\"custom_sensor\",\"settings\":{\"host\":[\"a\"]}}",
         "{\"kind\":\"custom_sensor\",\"settings\":{\"host\":\"\xff\"}}",
+        {"{\"kind\":\"custom_sensor\",\"settings\":{\"host\":\"h\"}}\0", 49},
         std::string(1024 * 1024 + 1, ' '),
         std::string(100'000, '['),
     };
@@ -85,13 +86,15 @@ TEST_F(exports, refuse_unknown_kinds_with_a_reason_in_the_log) {
     host.record_log();
     EXPECT_EQ(host.create(1, make_record("no_such_sensor", {{"host", "h"}})), 1U);
     EXPECT_EQ(host.check(1, make_record("no_such_check", {{"host", "h"}})), 1U);
+    EXPECT_EQ(host.create(1, make_record({"zero\0byte", 9}, {{"host", "h"}})), 1U);
     std::vector<std::string> errors;
     for (const auto& line : host.take_log()) {
         if (line.severity == 3) {
             errors.push_back(line.text);
         }
     }
-    ASSERT_EQ(errors.size(), 2U);
+    ASSERT_EQ(errors.size(), 3U);
+    EXPECT_NE(errors[2].find("zero\\x00byte"), std::string::npos) << errors[2];
     EXPECT_NE(errors[0].find("no_such_sensor"), std::string::npos);
     EXPECT_NE(errors[1].find("no_such_check"), std::string::npos);
 }

@@ -30,6 +30,13 @@ TEST_F(client, connects_on_its_first_read_and_stays_connected) {
     EXPECT_EQ(connected.lines("Reading nodes finished successfully."), 2);
 }
 
+TEST_F(client, connects_to_an_ipv6_address) {
+    auto settings = settings_for(*server);
+    settings.host = "::ffff:127.0.0.1";
+    logged_client other{settings};
+    EXPECT_EQ(error_of([&] { other->ensure_connected(); }), "no error");
+}
+
 TEST_F(client, sends_one_request_for_all_nodes_and_none_for_an_empty_list) {
     const auto before = server->read_request_count();
     connected->read_node(read_list{});

@@ -210,8 +210,44 @@ TEST(node_id, is_rejected_as_the_stack_does) {
     EXPECT_EQ(array_error("'" + mebibyte + "'[1]"), refusal(mebibyte));
 }
 
-TEST(node_id, ends_at_a_zero_byte_and_has_an_identifier_without_namespace) {
-    EXPECT_EQ(node_id_text(*parse_node_id(std::string{"i=5\0junk", 8})), "i=5");
+TEST(node_id, is_the_node_that_was_written_or_refused) {
+    const auto named = [](const std::string& text) {
+        std::string name;
+        const std::string error = error_of([&] { name = node_id_text(*parse_node_id(text)); });
+        return name.empty() ? error : name;
+    };
+    using namespace std::string_literals;
+    const std::pair<std::string, std::string> good[] = {
+        {"ns=65535;i=4294967295", "ns=65535;i=4294967295"},
+        {"ns=0001;i=007", "ns=1;i=7"},
+        {"ns=2;s=i=4294967296", "ns=2;s=i=4294967296"}, // a text may look like a number
+        {"s=ns=65536;i=", "s=ns=65536;i="},
+        {"ns=2;s=a\0b"s, "ns=2;s=a\0b"s}, // a zero byte is a character like any other
+    };
+    for (const auto& [text, name] : good) {
+        EXPECT_EQ(named(text), name);
+    }
+    for (const std::string& text :
+         {"ns=65536;i=1"s,
+          "ns=65537;s=x"s,
+          "ns=99999999999999999999;i=1"s,
+          "i=4294967296"s,
+          "ns=1;i=4294967302"s,
+          "i=99999999999999999999"s,
+          "i="s,
+          "ns=1;i="s,
+          "ns=;i=1"s,
+          "i=-1"s,
+          "i=+1"s,
+          "i=5\0junk"s,
+          "\0"s}) {
+        const exceptions::failed_to_parse_node_id refusal{text, "BadDecodingError"};
+        EXPECT_EQ(named(text), refusal.what()) << text;
+        EXPECT_THROW(std::ignore = parse_array_node_id("'" + text + "'[1]"), decltype(refusal));
+    }
+}
+
+TEST(node_id, has_an_identifier_without_namespace) {
     EXPECT_EQ(identifier_text(*parse_node_id("ns=3;i=2256")), "i=2256");
     EXPECT_EQ(identifier_text(*parse_node_id("ns=2;s=x;y=z")), "s=x;y=z");
     for (const char* text : {"ns=1;g=09087e75-8e5e-499b-954f-f2a9603db28a", "ns=1;b=aGVsbG8="}) {

@@ -1,5 +1,6 @@
 // Settings as a host sends them: what they give and how bad ones are told.
 
+#include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/client/client_settings.hpp"
 #include "opcua/sensors/custom_sensor_settings.hpp"
 #include "tests/opcua/error_text.hpp"
@@ -50,6 +51,23 @@ TEST(connection_settings, have_defaults_and_a_path_without_its_first_slash) {
     EXPECT_EQ(settings_from({{path, "a/b/"}}).server_name(), "a/b/");
 }
 
+TEST(endpoint_url, has_brackets_around_an_ipv6_address) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"::1", "[::1]"},
+        {"2001:DB8::192.0.2.7", "[2001:DB8::192.0.2.7]"},
+        {"fe80::1%eth0", "[fe80::1%eth0]"},
+        {"[::1]", "[::1]"},
+        {"192.0.2.7", "192.0.2.7"},
+        {"plc-7", "plc-7"},
+        {"plc-7:4841", "plc-7:4841"}, // neither a name nor an address: as it was entered
+    };
+    for (const auto& [entered, shown] : rows) {
+        EXPECT_EQ(
+            endpoint_url(settings_from({{"host", entered}})), "opc.tcp://" + shown + ":4840/"
+        );
+    }
+}
+
 TEST(connection_settings, reject_bad_texts_and_numbers) {
     const std::array<std::string, 3> rows[] = {
         {mode, "Sign", "Value \"Sign\"" + bad + "\"security_mode\"."},
@@ -69,6 +87,8 @@ TEST(connection_settings, reject_bad_texts_and_numbers) {
         const setting_map settings{{row[0], row[1]}};
         EXPECT_EQ(tests::error_of([&] { settings_from(settings); }), row[2]) << row[1];
     }
+    const std::string zero("a\0b", 3);
+    EXPECT_THROW(settings_from({{path, zero}}), exceptions::invalid_servername);
     client_settings settings;
     EXPECT_ANY_THROW(settings.set_security({.security_mode = security_mode{3}}, {}));
     EXPECT_ANY_THROW(settings.set_security({.security_policy = security_policy{-1}}, {}));

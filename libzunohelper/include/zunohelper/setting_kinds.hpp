@@ -7,7 +7,8 @@
 //                            kind_integer{.minimum = 1, .maximum = 65535}, 4840);
 //
 // All texts are read whole and in the same way under every locale: "4840x", " 1" and "+1" are
-// errors. An absent setting gives the fallback; an empty text is present and is parsed.
+// errors. An absent setting gives the fallback; an empty text is present and is parsed. The
+// arguments of setting_invalid are the text and the key, and no words: it is translated.
 
 #include "common/catalogue/framework_exceptions.hpp"
 #include "zunohelper/export.hpp"
@@ -30,7 +31,7 @@ struct ZUNOHELPER_API kind_integer {
     std::optional<std::int64_t> minimum{}; ///< smallest allowed value; none: that of 64 bits
     std::optional<std::int64_t> maximum{}; ///< largest allowed value; none: that of 64 bits
 
-    /// @throws utils::exceptions::setting_invalid naming the key when the text is no whole number.
+    /// @throws utils::exceptions::setting_invalid when the text is no whole number.
     /// @throws utils::exceptions::setting_invalid_less_min, setting_invalid_bigger_max
     [[nodiscard]] value_type parse(std::string_view key, std::string_view text) const;
 };
@@ -42,8 +43,8 @@ struct ZUNOHELPER_API kind_float {
     std::optional<double> minimum{}; ///< smallest allowed value
     std::optional<double> maximum{}; ///< largest allowed value
 
-    /// @throws utils::exceptions::setting_invalid naming the key when the text is no number, not
-    /// finite, or beyond the range of a double.
+    /// @throws utils::exceptions::setting_invalid when the text is no number, not finite, or beyond
+    /// the range of a double.
     /// @throws utils::exceptions::setting_invalid_less_min, setting_invalid_bigger_max
     [[nodiscard]] value_type parse(std::string_view key, std::string_view text) const;
 };
@@ -55,6 +56,15 @@ struct ZUNOHELPER_API kind_string {
     std::optional<std::size_t> max_length{}; ///< in code points
 
     /// @throws utils::exceptions::string_too_long naming the key.
+    [[nodiscard]] value_type parse(std::string_view key, std::string_view text) const;
+};
+
+/// The name or address of a host.
+struct ZUNOHELPER_API kind_host {
+    using value_type = std::string;
+
+    /// @throws utils::exceptions::setting_invalid for a text with a zero byte: what resolves names
+    /// would only see what stands before it.
     [[nodiscard]] value_type parse(std::string_view key, std::string_view text) const;
 };
 
