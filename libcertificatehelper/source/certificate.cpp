@@ -12,6 +12,7 @@
 #include <array>
 #include <set>
 #include <span>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -78,7 +79,11 @@ std::unique_ptr<key_interface> certificate::get_public_key() const {
 }
 
 std::string certificate::get_common_name() const {
-    return get_common_names().at(0);
+    std::vector<std::string> names = get_common_names();
+    if (names.empty()) {
+        throw std::out_of_range{"The subject of the certificate has no common name."};
+    }
+    return std::move(names.front());
 }
 
 std::vector<std::string> certificate::get_common_names() const {

@@ -2,36 +2,13 @@
 
 #include "common/catalogue/framework_exceptions.hpp"
 #include "json_writer.hpp"
+#include "secret_settings.hpp"
 #include "settings_parser.hpp"
 
-#include <algorithm>
-#include <array>
 #include <string>
-#include <string_view>
 #include <utility>
 
 namespace tarvik::monitoring_modules::libzunohelper {
-
-namespace {
-
-constexpr std::array<std::string_view, 4> secret_names{
-    "password", "client_key_password", "client_key", "tarvikcloudapikey"};
-
-/// Whether any component of a dotted key names a secret: what stands below a secret is one too.
-bool is_secret(std::string_view key) {
-    for (;;) {
-        const std::size_t dot = key.find('.');
-        if (std::ranges::find(secret_names, key.substr(0, dot)) != secret_names.end()) {
-            return true;
-        }
-        if (dot == std::string_view::npos) {
-            return false;
-        }
-        key.remove_prefix(dot + 1);
-    }
-}
-
-} // namespace
 
 sensor_data_wrapper::sensor_data_wrapper(const std::uint8_t* bytes, std::uint32_t size) {
     if (size > max_size_bytes) {
@@ -55,17 +32,22 @@ sensor_data_wrapper::sensor_data_wrapper(const std::uint8_t* bytes, std::uint32_
 }
 
 std::string sensor_data_wrapper::to_json() const {
-    constexpr std::string_view mask = "*****";
     std::size_t size = 64 + kind_.size();
     for (const auto& [key, text] : settings_.all()) {
-        size += 8 + key.size() + (is_secret(key) ? mask.size() : text.size());
+        size += 8 + key.size() + text.size();
     }
     json_writer json{size};
     json.begin_object();
     json.key("kind").text(kind_);
     json.key("settings").begin_object();
+    std::string last;
     for (const auto& [key, text] : settings_.all()) {
-        json.escaped_key(key).text(!text.empty() && is_secret(key) ? mask : text.view());
+        std::string shown = secret_settings::shown_key(key);
+        if (shown != key && shown == last) {
+            continue; // of all that stands below a secret, one line is enough
+        }
+        json.escaped_key(shown).text(secret_settings::shown_text(key, text.view()));
+        last = std::move(shown);
     }
     json.end_object();
     json.end_object();

@@ -2,6 +2,7 @@
 
 #include "common/catalogue/framework_exceptions.hpp"
 #include "json_errors.hpp"
+#include "secret_settings.hpp"
 #include "zunohelper/sensor_data_wrapper.hpp"
 
 #include <string.h>
@@ -19,6 +20,10 @@ using libjsonparser::exceptions::conversion;
 } // namespace
 
 void settings_parser::parse(std::string_view json) {
+    // Such a byte stands in no JSON, and the parser would take it for the end.
+    if (const std::size_t zero = json.find('\0'); zero != std::string_view::npos) {
+        throw_syntax_error(zero + 1);
+    }
     nlohmann::json::sax_parse(json.begin(), json.end(), this);
 }
 
@@ -149,7 +154,8 @@ bool settings_parser::start_array(std::size_t) {
         throw conversion{"kind", "string"};
     }
     if (member_ == member::settings) {
-        throw libjsonparser::exceptions::unexpected_array{depth_ == 1 ? "settings" : key_};
+        throw libjsonparser::exceptions::unexpected_array{
+            depth_ == 1 ? "settings" : secret_settings::shown_key(key_)};
     }
     enter();
     return true;

@@ -3,6 +3,7 @@
 #include "probe/secret_file.hpp"
 
 #include <cstdlib>
+#include <string_view>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -48,8 +49,10 @@ config_value config_values::read(const config_node& value) const {
     if (!value.is_mapping()) {
         return {value.text(), false};
     }
-    value.allow_only({"file", "env", "credential"});
-    if (value.members().size() != 1) {
+    // An unknown member is not named: it may be a secret that somebody put into braces.
+    const auto members = value.members();
+    const std::string_view source = members.size() == 1 ? members.front().first : "";
+    if (source != "file" && source != "env" && source != "credential") {
         value.fail("expected one of file, env and credential");
     }
     if (const auto file = value.find("file")) {

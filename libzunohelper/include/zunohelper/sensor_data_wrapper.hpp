@@ -45,7 +45,8 @@ class ZUNOHELPER_API sensor_data_wrapper {
 
     /// For logs: the record as one line of JSON, flattened, with the non-empty text of every secret
     /// replaced by "*****". Secrets are the settings password, client_key_password, client_key and
-    /// tarvikcloudapikey, whatever stands before or below them in the dotted key.
+    /// tarvikcloudapikey, whatever stands before or below them in the dotted key; the keys below
+    /// them are replaced, too. So is a client_certificate that holds anything but certificates.
     [[nodiscard]] std::string to_json() const;
 
   private:

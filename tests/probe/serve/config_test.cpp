@@ -122,6 +122,7 @@ TEST_F(config_file, tells_where_something_is_wrong) {
              {with_sensor + "{module: pump, target: a, interval: nan}", "from 100ms"},
              {with_sensor + "{module: pump, target: a}\n  - {module: pump, target: A}",
               "another sensor"},
+             {"modules: {\"a\\0b\": {kind: pump_senser}}", "a\\x00b.kind: there is no such sensor"},
              {"workers: 1\nworkers: 2", "twice"}}) {
         SCOPED_TRACE(text);
         expect_error(
@@ -131,13 +132,15 @@ TEST_F(config_file, tells_where_something_is_wrong) {
 }
 
 TEST_F(config_file, names_no_secret_in_an_error) {
-    try {
-        static_cast<void>(
-            read("modules: {a: {kind: pump_sensor, settings: {way: user, pin: 123456789}}}")
-        );
-        ADD_FAILURE() << "the text is too long";
-    } catch (const probe_error& error) {
-        EXPECT_THAT(error.what(), Not(HasSubstr("123456789")));
+    for (const std::string text : {"123456789", "{123456789: x}", "{file: a, 123456789: x}"}) {
+        try {
+            static_cast<void>(
+                read("modules: {a: {kind: pump_sensor, settings: {way: user, pin: " + text + "}}}")
+            );
+            ADD_FAILURE() << "the text is too long, or stands in braces";
+        } catch (const probe_error& error) {
+            EXPECT_THAT(error.what(), Not(HasSubstr("123456789")));
+        }
     }
 }
 
