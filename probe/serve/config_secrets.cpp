@@ -3,7 +3,6 @@
 #include "probe/secret_file.hpp"
 
 #include <cstdlib>
-#include <string_view>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -51,7 +50,7 @@ config_value config_values::read(const config_node& value) const {
     }
     // An unknown member is not named: it may be a secret that somebody put into braces.
     const auto members = value.members();
-    const std::string_view source = members.size() == 1 ? members.front().first : "";
+    const std::string source = members.size() == 1 ? members.front().first : std::string{};
     if (source != "file" && source != "env" && source != "credential") {
         value.fail("expected one of file, env and credential");
     }

@@ -32,6 +32,13 @@ class failing_nodes : public plant_fixture {
     }
 };
 
+/// What such a line says.
+std::string
+failure_line(const std::string& source, const std::string& node, const std::string& reason) {
+    std::string line = source;
+    return line.append(" 3 NodeID ").append(node).append(" failed: ").append(reason);
+}
+
 using spoil = std::function<void(tarvik::simulator::plant_server&, const std::string&)>;
 
 const spoil no_value = [](auto& server, const auto& node) {
@@ -127,7 +134,7 @@ TEST_F(failing_nodes, are_told_and_named_once_and_show_no_old_value) {
         EXPECT_TRUE(failed_scan["channels"].empty());
         EXPECT_THAT(
             lines_about_nodes(),
-            testing::ElementsAre("sensor 1 3 NodeID " + row.entered + " failed: " + row.reason)
+            testing::ElementsAre(failure_line("sensor 1", row.entered, row.reason))
         );
 
         server.set_read_status(row.node, 0);
@@ -157,8 +164,7 @@ TEST_F(failing_nodes, are_named_when_a_sensor_cannot_be_created) {
             failed
         );
         EXPECT_THAT(
-            lines_about_nodes(),
-            testing::ElementsAre("sensor 7 3 NodeID " + node + " failed: " + reason)
+            lines_about_nodes(), testing::ElementsAre(failure_line("sensor 7", node, reason))
         );
     }
 }
