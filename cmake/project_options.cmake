@@ -16,6 +16,29 @@ target_compile_options(
               # GCC 12 takes the assignment of a literal to a std::string for overlapping memory.
               $<$<AND:$<COMPILE_LANG_AND_ID:CXX,GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
 )
+
+# What limits the damage of a fault in code that talks with strangers: checked stacks and buffers, checked targets of
+# jumps where the processor has them, and no writable function table in what is linked.
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+check_pie_supported()
+check_cxx_compiler_flag(-fcf-protection=full OPCUA_HAS_CF_PROTECTION)
+check_cxx_compiler_flag(-fstack-clash-protection OPCUA_HAS_STACK_CLASH_PROTECTION)
+target_compile_options(
+    project_options
+    INTERFACE -fstack-protector-strong
+              $<$<BOOL:${OPCUA_HAS_CF_PROTECTION}>:-fcf-protection=full>
+              $<$<BOOL:${OPCUA_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>
+)
+target_link_options(project_options INTERFACE -Wl,-z,relro -Wl,-z,now)
+# Needs optimisation, which targets with OPCUA_UNOPTIMISED, such as tests, do without, as do builds for the sanitizers.
+set(optimised $<AND:$<CONFIG:Release,RelWithDebInfo,MinSizeRel>,$<NOT:$<BOOL:$<TARGET_PROPERTY:OPCUA_UNOPTIMISED>>>>)
+if(NOT OPCUA_SANITIZERS)
+    target_compile_options(
+        project_options INTERFACE $<${optimised}:-U_FORTIFY_SOURCE> $<${optimised}:-D_FORTIFY_SOURCE=2>
+    )
+endif()
+
 if(OPCUA_WARNINGS_AS_ERRORS)
     target_compile_options(project_options INTERFACE -Werror)
 endif()
