@@ -5,12 +5,6 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-namespace {
-
-constexpr std::size_t most_lines = 10'000;
-
-} // namespace
-
 extern "C" {
 
 static void receive_line(
@@ -44,8 +38,7 @@ log_collector::~log_collector() {
 
 std::vector<log_line> log_collector::take_lines() {
     const std::lock_guard lock{mutex_};
-    const std::deque<log_line> taken = std::exchange(lines_, {});
-    return {taken.begin(), taken.end()};
+    return lines_.take();
 }
 
 void log_collector::take(
@@ -58,10 +51,7 @@ void log_collector::take(
             terminal_.line(to_text(line));
         }
         const std::lock_guard lock{mutex_};
-        lines_.push_back(std::move(line));
-        if (lines_.size() > most_lines) {
-            lines_.pop_front();
-        }
+        lines_.add(std::move(line));
     } catch (const std::exception&) {
         terminal_.line("opcua-probe: a log line was lost, out of memory");
     }

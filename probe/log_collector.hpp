@@ -2,12 +2,12 @@
 // Receives the log lines of the module: shows those that matter at once and keeps them for later.
 
 #include "probe/console.hpp"
+#include "probe/kept_lines.hpp"
 #include "probe/log_line.hpp"
 #include "probe/module_library.hpp"
 
 #include <atomic>
 #include <cstdint>
-#include <deque>
 #include <mutex>
 #include <string_view>
 #include <vector>
@@ -27,8 +27,7 @@ class log_collector final {
     /// From now on, lines of this severity and below go to the terminal at once; -1: none.
     void show(std::int32_t severity) noexcept { shown_ = severity; }
 
-    /// @return the latest lines (at most 10000) since the last time, in the order in which they
-    /// came
+    /// @return the lines since the last time, within the bounds of kept_lines
     [[nodiscard]] std::vector<log_line> take_lines();
 
     void take(std::string_view source, std::int32_t severity, std::string_view text) noexcept;
@@ -38,7 +37,7 @@ class log_collector final {
     console& terminal_;
     std::atomic<std::int32_t> shown_;
     std::mutex mutex_;
-    std::deque<log_line> lines_; // guarded by mutex_
+    kept_lines lines_; // guarded by mutex_
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -4,17 +4,17 @@ namespace tarvik::monitoring_modules::liblog {
 
 void memory_logger::log(severity level, std::string_view text) {
     const std::lock_guard lock{mutex_};
-    entries_.emplace_back(level, text);
+    lines_.add(level, text);
 }
 
 std::deque<memory_logger::entry> memory_logger::entries() const {
     const std::lock_guard lock{mutex_};
-    return entries_;
+    return lines_.entries();
 }
 
 void memory_logger::clear() {
     const std::lock_guard lock{mutex_};
-    entries_.clear();
+    lines_.clear();
 }
 
 } // namespace tarvik::monitoring_modules::liblog

@@ -82,7 +82,7 @@ scan_outcome live_sensor::scan(bool keep_log) {
     outcome.created = owner_.has_value();
     outcome.sessions_opened = recording.sessions_opened();
     outcome.retries = recording.retries();
-    outcome.log = std::move(recording.lines());
+    outcome.log = recording.take_lines();
     return outcome;
 }
 

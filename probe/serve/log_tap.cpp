@@ -6,8 +6,6 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-constexpr std::size_t most_lines = 10'000;
-
 // Lines by which the module's log tells of its connections.
 constexpr std::string_view session_opened = "Session opened: ";
 constexpr std::string_view one_retry = "perform one retry";
@@ -46,8 +44,8 @@ void log_recording::take(std::string_view source, std::int32_t severity, std::st
         sessions_opened_ += text.starts_with(session_opened) ? 1 : 0;
         retries_ += text.starts_with(one_retry) ? 1 : 0;
     }
-    if (keep_lines_ && lines_.size() < most_lines) {
-        lines_.push_back({std::string{source}, severity, std::string{text}});
+    if (keep_lines_) {
+        lines_.add({std::string{source}, severity, std::string{text}});
     }
 }
 

@@ -3,6 +3,7 @@
 // be listened to, because the module writes its lines on the thread that calls it.
 
 #include "probe/console.hpp"
+#include "probe/kept_lines.hpp"
 #include "probe/log_line.hpp"
 #include "probe/module_library.hpp"
 
@@ -24,8 +25,8 @@ class log_recording final {
     [[nodiscard]] std::uint32_t sessions_opened() const noexcept { return sessions_opened_; }
     [[nodiscard]] std::uint32_t retries() const noexcept { return retries_; }
 
-    /// At most 10000.
-    [[nodiscard]] std::vector<log_line>& lines() noexcept { return lines_; }
+    /// What it has kept, once.
+    [[nodiscard]] std::vector<log_line> take_lines() { return lines_.take(); }
 
     void take(std::string_view source, std::int32_t severity, std::string_view text);
 
@@ -33,7 +34,7 @@ class log_recording final {
     const bool keep_lines_;
     std::uint32_t sessions_opened_ = 0;
     std::uint32_t retries_ = 0;
-    std::vector<log_line> lines_;
+    kept_lines lines_;
 };
 
 /// The module's log sink while it lives.
