@@ -105,10 +105,12 @@ sensor_dispatcher::create_sensor_instance(std::int32_t id, const sensor_data_wra
 }
 
 std::int32_t sensor_dispatcher::execute_sensor_scan(std::int32_t id) {
+    refuse_in_callback();
     return sensors_.scan(id) ? done : refuse(sensor_not_in_sensor_stock{std::to_string(id)});
 }
 
 std::int32_t sensor_dispatcher::destroy_sensor_instance(std::int32_t id) {
+    refuse_in_callback();
     return sensors_.remove(id) ? done : refuse(sensor_not_in_sensor_stock{std::to_string(id)});
 }
 
@@ -164,6 +166,15 @@ void sensor_dispatcher::report_creation_failure(std::int32_t id, const std::exce
 std::int32_t sensor_dispatcher::refuse(const std::exception& reason) const {
     log_error(libexception::text_of(reason));
     return refused;
+}
+
+void sensor_dispatcher::refuse_in_callback() const {
+    if (message_service::is_sending()) {
+        const sensor_registry reason{
+            "A sensor can be neither scanned nor destroyed from inside a callback."};
+        log_error(reason.what());
+        throw sensor_registry{reason};
+    }
 }
 
 void sensor_dispatcher::log_error(std::string_view text) const {

@@ -1,8 +1,6 @@
 #include "zunohelper/sensor_stock.hpp"
 
 #include <atomic>
-#include <stdexcept>
-#include <thread>
 #include <utility>
 
 namespace tarvik::monitoring_modules::libzunohelper {
@@ -13,27 +11,6 @@ struct sensor_stock::slot {
     std::unique_ptr<sensor_interface> sensor; // guarded by running; null before and after its life
     std::atomic<bool> published{false};
     std::atomic<bool> leaving{false};
-    std::atomic<std::thread::id> scanner{}; // who scans now
-
-    /// @throws std::logic_error on a thread that is inside a scan of this sensor: it would wait for
-    /// itself.
-    void refuse_own_scan() const {
-        if (scanner == std::this_thread::get_id()) {
-            throw std::logic_error{"A sensor cannot be scanned or destroyed from inside its scan."};
-        }
-    }
-
-    void scan() {
-        struct scanner_entry {
-            slot& place;
-            explicit scanner_entry(slot& entered) : place{entered} {
-                place.scanner = std::this_thread::get_id();
-            }
-            ~scanner_entry() { place.scanner = std::thread::id{}; }
-        };
-        const scanner_entry entry{*this};
-        sensor->scan();
-    }
 };
 
 sensor_stock::reservation::reservation(
@@ -78,12 +55,11 @@ bool sensor_stock::scan(std::int32_t id) {
     if (!place) {
         return false;
     }
-    place->refuse_own_scan();
     const std::lock_guard lock{place->running};
     if (place->leaving) {
         return false;
     }
-    place->scan();
+    place->sensor->scan();
     return true;
 }
 
@@ -92,7 +68,6 @@ bool sensor_stock::remove(std::int32_t id) {
     if (!place) {
         return false;
     }
-    place->refuse_own_scan();
     place->leaving = true; // before the wait, so that scans that wait as well do not come first
     {
         const std::lock_guard lock{place->running};

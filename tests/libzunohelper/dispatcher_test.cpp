@@ -1,11 +1,15 @@
 #include "common/liblog/memory_logger.hpp"
 #include "support.hpp"
 #include "zunohelper/message_service.hpp"
+#include "zunohelper/scan_result.hpp"
 #include "zunohelper/sensor_dispatcher.hpp"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <barrier>
 #include <future>
+#include <mutex>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -30,6 +34,8 @@ class dispatcher : public testing::Test {
         container_->register_instance<message_service_interface>(std::make_shared<message_service>(
             [this](const std::uint8_t* bytes, std::uint64_t count) {
                 const auto message = nlohmann::json::parse(bytes, bytes + count);
+                on_message_();
+                const std::lock_guard lock{messages_mutex_};
                 messages_.push_back(
                     message["sensor_id"].dump() + " " + message["response_code"].dump() + " " +
                     message["message"]["text"].get<std::string>()
@@ -67,6 +73,8 @@ class dispatcher : public testing::Test {
     std::function<void()> before_building_ = [] {};
     std::function<void(std::int32_t)> work_ = [](std::int32_t) {};
     const std::shared_ptr<int> life_ = std::make_shared<int>();
+    std::function<void()> on_message_ = [] {};
+    std::mutex messages_mutex_;
     lines messages_;
     std::shared_ptr<liblog::memory_logger> log_ = std::make_shared<liblog::memory_logger>();
     std::shared_ptr<service_container> container_ = std::make_shared<service_container>();
@@ -215,21 +223,65 @@ TEST_F(dispatcher, refuses_a_second_sensor_while_the_first_is_being_built) {
     EXPECT_EQ(messages_, lines{});
 }
 
-TEST_F(dispatcher, does_not_wait_for_itself) {
-    work_ = [&](std::int32_t id) {
-        if (id == 1) {
-            EXPECT_THROW(scan(1), std::logic_error);
-            EXPECT_THROW(destroy(1), std::logic_error);
-            EXPECT_EQ(scan(2), 0);
-            EXPECT_EQ(destroy(2), 0);
-            EXPECT_EQ(create(2), 0);
+/// What a callback may and may not do, whichever call it answers: also inside one within another.
+TEST_F(dispatcher, refuses_scans_and_destroys_inside_a_callback) {
+    const auto send = [&] {
+        container_->get<message_service_interface>()->send(sensor_scan_result{
+            1, std::runtime_error{"x"}});
+    };
+    const auto refuses = [&] {
+        for (const std::int32_t id : {1, 2, 99}) { // its own sensor, another, none
+            EXPECT_THROW(scan(id), utils::exceptions::sensor_registry);
+            EXPECT_THROW(destroy(id), utils::exceptions::sensor_registry);
         }
     };
-    create(1);
-    create(2);
+    work_ = [&](std::int32_t) { send(); };
+    EXPECT_EQ(create(1) + create(2), 0);
+    bool nested = false;
+    on_message_ = [&] {
+        if (nested) {
+            refuses();
+            throw std::runtime_error{"a host's"};
+        }
+        nested = true;
+        refuses();
+        EXPECT_EQ(create(1), 1);
+        EXPECT_EQ(create(3), 0);
+        before_building_ = [] { throw std::runtime_error{"other"}; };
+        EXPECT_THROW(create(4), std::runtime_error); // which sends a message
+        refuses();                                   // and is back inside the outer one
+    };
     EXPECT_EQ(scan(1), 0);
-    EXPECT_EQ(scan(1), 0);
-    EXPECT_EQ(destroy(1), 0);
+    on_message_ = [] {};
+    before_building_ = [] {};
+    EXPECT_EQ(scan(2) + destroy(1) + destroy(2) + destroy(3), 0);
+    const std::string reason = "A sensor registry error occurred. A sensor can be neither scanned "
+                               "nor destroyed from inside a callback.";
+    EXPECT_EQ(std::ranges::count(logged(), reason), 18);
+}
+
+TEST_F(dispatcher, lets_callbacks_try_each_others_sensors_without_waiting) {
+    std::barrier both_inside{2};
+    std::atomic<int> refusals{0};
+    work_ = [&](std::int32_t) {
+        container_->get<message_service_interface>()->send(sensor_scan_result{
+            1, std::runtime_error{"x"}});
+    };
+    thread_local std::int32_t scanned = 0;
+    on_message_ = [&] {
+        both_inside.arrive_and_wait();
+        try {
+            scan(3 - scanned);
+        } catch (const utils::exceptions::sensor_registry&) {
+            ++refusals;
+        }
+    };
+    EXPECT_EQ(create(1) + create(2), 0);
+    on_threads(2, [&](int thread) {
+        scanned = thread + 1;
+        EXPECT_EQ(scan(scanned), 0);
+    });
+    EXPECT_EQ(refusals, 2);
 }
 
 } // namespace

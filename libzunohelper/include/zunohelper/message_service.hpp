@@ -35,6 +35,9 @@ class ZUNOHELPER_API message_service final : public message_service_interface {
     /// @throws what serializing or the send function throws; the message is not told then.
     void send(const zuno_message& message) override;
 
+    /// @return whether the calling thread is inside a send function, be it of another service.
+    [[nodiscard]] static bool is_sending() noexcept;
+
   private:
     send_function send_;
 };

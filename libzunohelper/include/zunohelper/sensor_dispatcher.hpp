@@ -78,13 +78,15 @@ class ZUNOHELPER_API sensor_dispatcher {
 
     /// Has the sensor scan once; waits for a scan of it that is running.
     /// @return refused when there is no such sensor, or it was destroyed while this call waited.
-    /// @throws what the scan throws; std::logic_error from inside a scan of the same sensor.
+    /// @throws what the scan throws; utils::exceptions::sensor_registry, which is logged, while the
+    /// calling thread is inside a message's send function: two of them that wait for each other's
+    /// sensors would wait for ever.
     std::int32_t execute_sensor_scan(std::int32_t id);
 
     /// Destroys the sensor; waits for a scan of it that is running. No message of the sensor
     /// follows.
     /// @return refused when there is no such sensor.
-    /// @throws std::logic_error from inside a scan of the same sensor.
+    /// @throws utils::exceptions::sensor_registry as execute_sensor_scan.
     std::int32_t destroy_sensor_instance(std::int32_t id);
 
     /// Sends the notification that the settings describe, then its response, whether or not
@@ -111,6 +113,7 @@ class ZUNOHELPER_API sensor_dispatcher {
   private:
     /// Logs the reason of a refusal.
     [[nodiscard]] std::int32_t refuse(const std::exception& reason) const;
+    void refuse_in_callback() const;
     void log_error(std::string_view text) const;
     void send_failure(std::int32_t id, const std::exception& reason) const;
 

@@ -52,15 +52,15 @@ class ZUNOHELPER_API sensor_stock {
     /// removed.
     [[nodiscard]] std::optional<reservation> reserve(std::int32_t id);
 
-    /// Scans a sensor; waits for a scan of it that is running.
+    /// Scans a sensor; waits for a scan of it that is running, so it must not be called from inside
+    /// one.
     /// @return false when there is no such sensor, or it was removed while this call waited.
-    /// @throws std::logic_error when called from inside a scan of the same sensor; and what the
-    /// scan throws.
+    /// @throws what the scan throws.
     [[nodiscard]] bool scan(std::int32_t id);
 
     /// Destroys a sensor; waits for a scan of it that is running, and turns away scans that wait.
+    /// Not to be called from inside a scan.
     /// @return false when there is no such sensor.
-    /// @throws std::logic_error when called from inside a scan of the same sensor.
     [[nodiscard]] bool remove(std::int32_t id);
 
   private:
