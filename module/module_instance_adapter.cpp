@@ -80,11 +80,13 @@ std::string_view module_instance_adapter::get_module_information_as_bytes(bool i
 
 const module_information_message& module_instance_adapter::information(bool texts) const {
     lazy_message& form = texts ? with_texts_ : without_texts_;
-    std::call_once(form.once, [&] {
+    // Not std::call_once: what is thrown there, such as for want of memory, ends the process.
+    const std::lock_guard lock{form.making};
+    if (!form.message) {
         form.message = std::make_unique<const module_information_message>(
             module_->get_module_information(), texts
         );
-    });
+    }
     return *form.message;
 }
 

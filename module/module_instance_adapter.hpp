@@ -63,8 +63,8 @@ class module_instance_adapter {
     [[nodiscard]] const libzunohelper::module_information_message& information(bool texts) const;
 
     struct lazy_message {
-        std::once_flag once;
-        std::unique_ptr<const libzunohelper::module_information_message> message;
+        std::mutex making;
+        std::unique_ptr<const libzunohelper::module_information_message> message; // guarded by it
     };
 
     std::unique_ptr<libzunohelper::module_instance> module_;

@@ -15,7 +15,7 @@ class ZunoModuleOPCUA final : public libzunohelper::module_instance {
     /// @throws std::invalid_argument for a null callback; the errors of the registrations.
     ZunoModuleOPCUA(std::uint64_t context, libzunohelper::probe_callback callback);
 
-    /// A copy of the module information document.
+    /// The module information document.
     [[nodiscard]] std::string get_module_information() const override;
 };
 

@@ -32,7 +32,7 @@ class c_locale {
 /// @param read strtod_l or its like: takes text, place for the end of the number, and locale.
 template <typename Read>
 auto leading_number(const std::string& text, const Read& read) {
-    static const c_locale locale;
+    const c_locale locale; // which the C library has ready: this makes none
     const int errno_before = errno;
     errno = 0;
     char* end = nullptr;

@@ -3,7 +3,6 @@
 #include "libcertificatehelper/source/encoding.hpp"
 #include "libcertificatehelper/source/openssl_error.hpp"
 
-#include <map>
 #include <utility>
 
 #include <openssl/evp.h>
@@ -11,17 +10,23 @@
 namespace tarvik::monitoring_modules::libcertificatehelper {
 
 key_type type_of(const EVP_PKEY* key) {
-    static const std::map<int, key_type> types{
-        {EVP_PKEY_RSA, key_type::rsa},
-        {EVP_PKEY_RSA_PSS, key_type::rsa},
-        {EVP_PKEY_DSA, key_type::dsa},
-        {EVP_PKEY_EC, key_type::ec},
-        {EVP_PKEY_DH, key_type::dh},
-        {EVP_PKEY_ED25519, key_type::ed25519},
-        {EVP_PKEY_ED448, key_type::ed448},
-    };
-    const auto found = types.find(key != nullptr ? EVP_PKEY_get_base_id(key) : EVP_PKEY_NONE);
-    return found != types.end() ? found->second : key_type::other;
+    switch (key != nullptr ? EVP_PKEY_get_base_id(key) : EVP_PKEY_NONE) {
+    case EVP_PKEY_RSA:
+    case EVP_PKEY_RSA_PSS:
+        return key_type::rsa;
+    case EVP_PKEY_DSA:
+        return key_type::dsa;
+    case EVP_PKEY_EC:
+        return key_type::ec;
+    case EVP_PKEY_DH:
+        return key_type::dh;
+    case EVP_PKEY_ED25519:
+        return key_type::ed25519;
+    case EVP_PKEY_ED448:
+        return key_type::ed448;
+    default:
+        return key_type::other;
+    }
 }
 
 private_key::private_key(evp_pkey_ptr key, std::shared_ptr<allocator> allocator)

@@ -8,7 +8,9 @@
  *  2. Texts and JSON are UTF-8, with a byte count and no trailing zero.
  *  3. Any thread may call any function at any time, with one exception: the host keeps
  * InitializeModule and CleanupModule apart from every other call.
- *  4. Results arrive through the callback, on the thread that called the function, before the
+ *  4. pthread_cancel takes effect at the end of a call. Once the process exits or the library is
+ * unloaded, calls answer as without a module; the exit waits for those in flight, at most 10 s.
+ *  5. Results arrive through the callback, on the thread that called the function, before the
  * function returns. docs/embedding.md describes settings and messages.
  */
 #ifndef OPCUA_MODULE_H
@@ -34,9 +36,10 @@ extern "C" {
  * bytes    the message; valid only during the call
  * size     its length in bytes
  *
- * The callback may call the functions below, but not to scan or destroy the sensor whose scan is
- * delivering the message (those calls answer 2), and neither InitializeModule nor CleanupModule. It
- * must return normally: no exception, no longjmp.
+ * The callback may call the functions below, but neither InitializeModule nor CleanupModule, and
+ * ExecuteSensorScan and DestroySensorInstance answer 2 there, for every sensor. It must return
+ * normally: no exception, no longjmp, no pthread_exit. Cancellation is disabled meanwhile. It may
+ * exit the process.
  */
 typedef void (*opcua_module_callback)(uint64_t context, const uint8_t* bytes, uint32_t size);
 

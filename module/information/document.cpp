@@ -15,20 +15,14 @@ void append(std::string& text, std::span<const std::string_view> pieces) {
     }
 }
 
-std::string join() {
+} // namespace
+
+std::string information_document() {
     std::string document;
     append(document, information::document_head());
     document.append(",\"Text\":");
     append(document, information::document_texts());
     document.push_back('}');
-    document.shrink_to_fit();
-    return document;
-}
-
-} // namespace
-
-const std::string& information_document() {
-    static const std::string document = join();
     return document;
 }
 

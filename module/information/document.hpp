@@ -7,8 +7,7 @@
 namespace tarvik::monitoring_modules {
 
 /// One JSON object in UTF-8 with the members Revision, MetaData, Sensors, MetaScans, Checks,
-/// Sections, Groups, Lookups and Text, in this order. Made once in a process; the same until the
-/// library is unloaded.
-[[nodiscard]] const std::string& information_document();
+/// Sections, Groups, Lookups and Text, in this order. Always the same.
+[[nodiscard]] std::string information_document();
 
 } // namespace tarvik::monitoring_modules

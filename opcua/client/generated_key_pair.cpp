@@ -90,6 +90,11 @@ generated_key_pair generate(liblog::log_interface& log) {
     return {std::string{view_of(*certificate)}, libzunohelper::secure_string{private_key.view()}};
 }
 
+// Of the whole library, not of the function: it has to outlive calls that are in flight when the
+// process exits, so it is registered for destruction before they can begin.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables,cert-err58-cpp)
+shared_key_pair process_pair{generate};
+
 } // namespace
 
 generated_key_pair shared_key_pair::copy(liblog::log_interface& log) {
@@ -101,8 +106,7 @@ generated_key_pair shared_key_pair::copy(liblog::log_interface& log) {
 }
 
 generated_key_pair copy_generated_key_pair(liblog::log_interface& log) {
-    static shared_key_pair pair{generate};
-    return pair.copy(log);
+    return process_pair.copy(log);
 }
 
 } // namespace tarvik::monitoring_modules::opcua

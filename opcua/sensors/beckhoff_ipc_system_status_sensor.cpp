@@ -93,21 +93,21 @@ std::int64_t percentage(std::int64_t part, std::int64_t total) {
     return percent < -beyond ? limits::min() : static_cast<std::int64_t>(percent);
 }
 
-/// Why the RAID controller is offline. The messages live as long as the module.
-const libi18n::i18n_msg& offline_reason(std::int64_t reason) {
+/// Why the RAID controller is offline.
+libi18n::i18n_msg offline_reason(std::int64_t reason) {
     using namespace catalogue::opcua;
-    static const std::array<libi18n::i18n_msg, 4> messages{
-        libi18n::i18n_msg{raid_controller_offline_reason_unknown},
-        libi18n::i18n_msg{raid_controller_offline_reason_initializing},
-        libi18n::i18n_msg{raid_controller_offline_reason_bus_degraded},
-        libi18n::i18n_msg{raid_controller_offline_reason_bus_failure},
+    constexpr std::array messages{
+        &raid_controller_offline_reason_unknown,
+        &raid_controller_offline_reason_initializing,
+        &raid_controller_offline_reason_bus_degraded,
+        &raid_controller_offline_reason_bus_failure,
     };
     if (reason < 0 || static_cast<std::uint64_t>(reason) >= messages.size()) {
         throw std::out_of_range{
             "The RAID controller is offline for the reason " + std::to_string(reason) +
             ", which is none of 0 to 3."};
     }
-    return messages[static_cast<std::size_t>(reason)];
+    return libi18n::i18n_msg{*messages[static_cast<std::size_t>(reason)]};
 }
 
 } // namespace
