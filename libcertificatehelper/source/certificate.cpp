@@ -202,6 +202,12 @@ std::vector<std::string> certificate::get_crl_distribution_points() const {
     return crl_distribution_point_uris(*x509_);
 }
 
+bool certificate::has_public_key_of(const EVP_PKEY& key) const {
+    const error_scope scope;
+    const EVP_PKEY* const own = X509_get0_pubkey(x509_.get());
+    return own != nullptr && EVP_PKEY_eq(own, &key) == 1;
+}
+
 bool certificate::verify_signature(const certificate_interface& issuer) const {
     const error_scope scope;
     const evp_pkey_ptr key = public_key_of(*issuer.get_public_key());

@@ -40,6 +40,9 @@ class certificate final : public certificate_interface {
     [[nodiscard]] std::vector<std::string> get_crl_distribution_points() const override;
     [[nodiscard]] bool verify_signature(const certificate_interface& issuer) const override;
 
+    /// Whether the certificate is for the public half of this key.
+    [[nodiscard]] bool has_public_key_of(const EVP_PKEY& key) const;
+
   private:
     [[nodiscard]] bool key_identifiers_match() const;
 

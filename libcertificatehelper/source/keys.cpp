@@ -1,7 +1,9 @@
 #include "libcertificatehelper/source/keys.hpp"
 
+#include "libcertificatehelper/source/certificate.hpp"
 #include "libcertificatehelper/source/encoding.hpp"
 #include "libcertificatehelper/source/openssl_error.hpp"
+#include "libcertificatehelper/source/rsa_numbers.hpp"
 
 #include <utility>
 
@@ -36,6 +38,13 @@ private_key::private_key(evp_pkey_ptr key, std::shared_ptr<allocator> allocator)
 byte_vector private_key::to_der() const {
     const error_scope scope;
     return private_key_to_der(key_.get());
+}
+
+bool private_key::belongs_to(const certificate_interface& other) const {
+    const error_scope scope;
+    const auto* const ours = dynamic_cast<const certificate*>(&other);
+    return ours != nullptr && ours->has_public_key_of(*key_) &&
+           (get_type() != key_type::rsa || has_whole_rsa_numbers(*key_));
 }
 
 public_key::public_key(evp_pkey_ptr key, std::shared_ptr<allocator> allocator)

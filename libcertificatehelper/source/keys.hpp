@@ -20,6 +20,7 @@ class private_key final : public key_interface {
 
     [[nodiscard]] byte_vector to_der() const override;
     [[nodiscard]] key_type get_type() const override { return type_of(key_.get()); }
+    [[nodiscard]] bool belongs_to(const certificate_interface& certificate) const override;
 
   private:
     std::shared_ptr<allocator> allocator_;
@@ -33,6 +34,7 @@ class public_key final : public key_interface {
 
     [[nodiscard]] byte_vector to_der() const override;
     [[nodiscard]] key_type get_type() const override { return type_of(key_.get()); }
+    [[nodiscard]] bool belongs_to(const certificate_interface&) const override { return false; }
 
   private:
     std::shared_ptr<allocator> allocator_;

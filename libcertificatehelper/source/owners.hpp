@@ -7,6 +7,7 @@
 
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
+#include <openssl/bn.h>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
@@ -36,7 +37,9 @@ inline void free_openssl_memory(void* memory) noexcept {
 
 using asn1_time_ptr = owner<ASN1_TIME, ASN1_TIME_free>;
 using authority_key_id_ptr = owner<AUTHORITY_KEYID, AUTHORITY_KEYID_free>;
+using bignum_ptr = owner<BIGNUM, BN_clear_free>;
 using bio_ptr = owner<BIO, BIO_free_all>;
+using bn_ctx_ptr = owner<BN_CTX, BN_CTX_free>;
 using crl_distribution_points_ptr = owner<CRL_DIST_POINTS, CRL_DIST_POINTS_free>;
 using evp_pkey_ptr = owner<EVP_PKEY, EVP_PKEY_free>;
 using general_names_ptr = owner<GENERAL_NAMES, GENERAL_NAMES_free>;

@@ -205,6 +205,20 @@ TEST(private_key, is_refused_with_the_reason) {
     }
 }
 
+TEST(private_key, belongs_to_the_certificate_of_its_public_half) {
+    const auto allocator = create_openssl_allocator();
+    const auto key_of = [&](factory::key_kind kind) {
+        return allocator->create_private_key(bytes(factory::private_key_pem(kind)), "");
+    };
+    for (const auto kind : {rsa, ec, ed25519}) {
+        const auto certificate = make({.key = kind});
+        EXPECT_TRUE(key_of(kind)->belongs_to(*certificate));
+        EXPECT_FALSE(key_of(other_rsa)->belongs_to(*certificate));
+        EXPECT_FALSE(certificate->get_public_key()->belongs_to(*certificate));
+        EXPECT_EQ(ERR_peek_error(), 0U);
+    }
+}
+
 TEST(error_text, is_the_earliest_reason_with_its_code) {
     const error_scope scope;
     EXPECT_EQ(take_error_text(), "Unknown OpenSSL error (0).");

@@ -8,6 +8,8 @@
 
 namespace tarvik::monitoring_modules::libcertificatehelper {
 
+class certificate_interface;
+
 enum class key_type : std::int32_t {
     other = 0,
     rsa = 1, ///< also RSA restricted to PSS signatures
@@ -34,6 +36,11 @@ class key_interface {
     [[nodiscard]] virtual byte_vector to_der() const = 0;
 
     [[nodiscard]] virtual key_type get_type() const = 0;
+
+    /// Whether this is the private key of the certificate's public key. An RSA key must also be
+    /// whole: its numbers fit each other (whether its factors are primes is not looked at, which
+    /// would take long). False for a public key, and for a certificate of another library.
+    [[nodiscard]] virtual bool belongs_to(const certificate_interface& certificate) const = 0;
 };
 
 } // namespace tarvik::monitoring_modules::libcertificatehelper
