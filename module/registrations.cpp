@@ -4,6 +4,7 @@
 #include "opcua/checks/connection_checks.hpp"
 #include "opcua/checks/opcua_notification.hpp"
 #include "opcua/client/client_open62541.hpp"
+#include "opcua/client/generated_key_pair.hpp"
 #include "opcua/nodes/nodes_open62541.hpp"
 #include "opcua/sensors/beckhoff_ipc_system_status_sensor.hpp"
 #include "opcua/sensors/certificate_sensor.hpp"
@@ -49,6 +50,11 @@ void register_services(libzunohelper::service_container& container) {
     container.register_factory<factory<opcua::generic_node_interface, const std::string&>>(
         opcua::make_generic_node
     );
+}
+
+void prepare_client(libzunohelper::service_container& container) {
+    const auto log = container.find<liblog::log_interface>();
+    static_cast<void>(opcua::copy_generated_key_pair(*log));
 }
 
 void register_sensors(libzunohelper::sensor_dispatcher& dispatcher) {

@@ -12,6 +12,11 @@ namespace tarvik::monitoring_modules {
 /// @throws already_contains_factory when called twice.
 void register_services(libzunohelper::service_container& container);
 
+/// Does what takes long at the first connect of a client.
+/// @pre the container has its log.
+/// @throws exceptions::opcua_request_failed
+void prepare_client(libzunohelper::service_container& container);
+
 /// Registers the sensor kinds.
 void register_sensors(libzunohelper::sensor_dispatcher& dispatcher);
 

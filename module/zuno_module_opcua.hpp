@@ -4,6 +4,7 @@
 // has returned.
 
 #include "zunohelper/module_instance.hpp"
+#include "zunohelper/preparation.hpp"
 
 #include <cstdint>
 #include <string>
@@ -17,6 +18,9 @@ class ZunoModuleOPCUA final : public libzunohelper::module_instance {
 
     /// The module information document.
     [[nodiscard]] std::string get_module_information() const override;
+
+  private:
+    libzunohelper::preparation preparation_; // gone before the services
 };
 
 } // namespace tarvik::monitoring_modules

@@ -3,6 +3,7 @@
 #include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/status_text.hpp"
 #include "opcua/ua_value.hpp"
+#include "zunohelper/host_store.hpp"
 
 #include <string.h>
 
@@ -58,15 +59,22 @@ class key_value_map {
     UA_KeyValueMap map_ = UA_KEYVALUEMAP_NULL;
 };
 
-constexpr UA_UInt16 key_size_bits = 4096;
+/// Under this name the host keeps the pair.
+constexpr const char* store_name = "client-key-pair";
 
-generated_key_pair generate(liblog::log_interface& log) {
+} // namespace
+
+libzunohelper::secure_string make_key_pair(liblog::log_interface& log) {
     liblog::write(&log, liblog::severity::info, "Generating the client's key pair.");
     const std::array subject{
-        borrowed("C=DE"), borrowed("O=TarvikGmbH"), borrowed("CN=OpcUaSensor")};
-    const UA_String alternative_name = borrowed("URI:urn:ostrel.opcua.sensor");
+        borrowed(generated_country),
+        borrowed(generated_organization),
+        borrowed(generated_common_name)};
+    const UA_String alternative_name = borrowed(generated_alternative_name);
     key_value_map parameters;
-    parameters.set("key-size-bits", key_size_bits); // as any other type it would be ignored
+    parameters.set(
+        "key-size-bits", UA_UInt16{generated_key_bits}
+    ); // as any other type it would be ignored
 
     secret_bytes private_key;
     ua_byte_string certificate;
@@ -87,22 +95,56 @@ generated_key_pair generate(liblog::log_interface& log) {
         liblog::write(&log, liblog::severity::error, "failed to create certificate");
         throw exceptions::opcua_request_failed{status_name(status)};
     }
-    return {std::string{view_of(*certificate)}, libzunohelper::secure_string{private_key.view()}};
+    return to_kept(view_of(*certificate), private_key.view());
 }
 
-// Of the whole library, not of the function: it has to outlive calls that are in flight when the
+// Of the whole library, not of a function: it has to outlive calls that are in flight when the
 // process exits, so it is registered for destruction before they can begin.
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables,cert-err58-cpp)
-shared_key_pair process_pair{generate};
+shared_key_pair process_pair{
+    [](liblog::log_interface& log) { return stored_or_made_key_pair(log, make_key_pair); }};
 
 } // namespace
 
 generated_key_pair shared_key_pair::copy(liblog::log_interface& log) {
     const std::lock_guard lock{mutex_};
     if (!pair_) {
-        pair_ = make_(log);
+        pair_ = get_(log);
     }
     return *pair_;
+}
+
+generated_key_pair stored_or_made_key_pair(
+    liblog::log_interface& log,
+    const std::function<libzunohelper::secure_string(liblog::log_interface&)>& make
+) {
+    const auto certificates = libcertificatehelper::create_openssl_allocator();
+    // Twice: a host may know that another process is making a new one, and wait for it.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        const auto kept = libzunohelper::host_store::load(store_name);
+        if (!kept) {
+            break;
+        }
+        read_key_pair found = from_kept(kept->view(), *certificates);
+        if (found.pair) {
+            return *std::move(found.pair);
+        }
+        liblog::write(
+            &log, liblog::severity::debug, "The stored key pair is not used: ", found.problem
+        );
+    }
+    const libzunohelper::secure_string made = make(log);
+    read_key_pair found = from_kept(made.view(), *certificates);
+    if (!found.pair) {
+        liblog::write(
+            &log, liblog::severity::error, "The generated key pair is not usable: ", found.problem
+        );
+        throw exceptions::opcua_request_failed{status_name(UA_STATUSCODE_BADINTERNALERROR)};
+    }
+    if (!libzunohelper::host_store::save(store_name, made.view())) {
+        liblog::write(&log, liblog::severity::debug, "The host has not kept the key pair.");
+    }
+    return *std::move(found.pair);
 }
 
 generated_key_pair copy_generated_key_pair(liblog::log_interface& log) {

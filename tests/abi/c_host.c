@@ -1,13 +1,15 @@
 /*
- * A host in C99 that knows nothing but opcua_module.h: loads the module as the monitoring system
- * does, drives all ten functions through every status number that needs no server, unloads it, sees
- * that nothing stayed behind, and does it all again. Also run under valgrind, where each round must
- * give back what it took.
+ * A host in C99 that knows nothing but the C headers: loads the module as the monitoring system
+ * does, offers it a store, drives all ten functions through every status number that needs no
+ * server, unloads it, sees that nothing stayed behind, and does it all again. Also run under
+ * valgrind, where each round must give back what it took.
  *
  * usage: abi_c_host LIBOPCUA LIBZUNOHELPER ROUNDS
  */
 #define _GNU_SOURCE /* RTLD_NOLOAD */
 #include "opcua_module.h"
+#include "zunohelper/preparation.h"
+#include "zunohelper/store.h"
 
 #include <dlfcn.h>
 #include <stdio.h>
@@ -94,6 +96,57 @@ static void set_log_sink(const char* helper_path) {
     find(helper, "ZunoSetLogSink", &set);
     set(receive_log, &log_lines);
     dlclose(helper);
+}
+
+/* A store of one thing, which the first round makes and all others get. */
+static char kept_name[64];
+static uint8_t kept[16384];
+static uint32_t kept_size = 0;
+static unsigned loads = 0;
+static unsigned saves = 0;
+
+static int32_t load(void* user, const char* name, ZunoStoreGive give, void* to) {
+    CHECK(user == kept);
+    ++loads;
+    if (kept_size == 0 || strcmp(name, kept_name) != 0) {
+        return 1;
+    }
+    give(to, kept, kept_size);
+    return 0;
+}
+
+static int32_t save(void* user, const char* name, const uint8_t* bytes, uint32_t size) {
+    CHECK(user == kept && strlen(name) < sizeof kept_name && size <= sizeof kept);
+    ++saves;
+    snprintf(kept_name, sizeof kept_name, "%s", name);
+    memcpy(kept, bytes, size);
+    kept_size = size;
+    return 0;
+}
+
+static void (*set_store)(ZunoStoreLoad, ZunoStoreSave, void*) = NULL;
+static uint32_t (*prepare_module)(void) = NULL;
+
+static void offer_store(const char* helper_path) {
+    void* const helper = dlopen(helper_path, RTLD_NOW | RTLD_NOLOAD);
+    (void)sizeof(set_store == &ZunoSetStore);
+    (void)sizeof(prepare_module == &ZunoPrepareModule);
+    find(helper, "ZunoSetStore", &set_store);
+    find(helper, "ZunoPrepareModule", &prepare_module);
+    set_store(load, save, kept);
+    dlclose(helper);
+}
+
+/* Loading brings what the module would otherwise make; once for each load of the library. */
+static void check_store(void) {
+    const unsigned loads_before = loads;
+    CHECK(prepare_module() == 0);
+    CHECK(loads == loads_before + 1 && saves == 1);
+    CHECK(strcmp(kept_name, "client-key-pair") == 0);
+    CHECK(strncmp((const char*)kept, "-----BEGIN CERTIFICATE-----\n", 28) == 0);
+    CHECK(prepare_module() == 0);
+    CHECK(loads == loads_before + 1 && saves == 1);
+    set_store(NULL, NULL, NULL);
 }
 
 /* Without a module: before InitializeModule and after CleanupModule. */
@@ -208,12 +261,16 @@ static void check_round(const char* module_path, const char* helper_path) {
     }
     FUNCTIONS(FIND);
     set_log_sink(helper_path);
+    offer_store(helper_path);
     check_not_initialised();
+    CHECK(prepare_module() == OPCUA_MODULE_NOT_INITIALISED);
     check_initialisation();
+    check_store();
     check_information();
     check_failures();
     check_refusals();
     CHECK(module.CleanupModule() == 0);
+    CHECK(prepare_module() == OPCUA_MODULE_NOT_INITIALISED);
     check_not_initialised();
     CHECK(dlclose(library) == 0);
     CHECK(dlopen(module_path, RTLD_NOW | RTLD_NOLOAD) == NULL);

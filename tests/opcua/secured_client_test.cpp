@@ -1,12 +1,9 @@
 // Connections with channel security, and what bad certificates and keys end in.
 
 #include "common/catalogue/opcua_exceptions.hpp"
-#include "opcua/client/generated_key_pair.hpp"
 #include "tests/opcua/secured_settings.hpp"
 
-#include <atomic>
 #include <functional>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -136,24 +133,6 @@ TEST(untrusted_client, is_told_within_the_time_out) {
     logged_client client{settings};
     EXPECT_THROW(client->ensure_connected(), exceptions::opcua_connection_failed);
     EXPECT_TRUE(client->has_matching_endpoint()); // discovery needs no trust
-}
-
-TEST(shared_key_pair, is_made_once_and_again_after_a_failure) {
-    std::atomic<int> made = 0;
-    shared_key_pair pair{[&](liblog::log_interface&) -> generated_key_pair {
-        std::this_thread::sleep_for(std::chrono::milliseconds{20});
-        if (++made == 1) {
-            throw exceptions::opcua_request_failed{"BadOutOfMemory"};
-        }
-        return {"certificate", libzunohelper::secure_string{"key"}};
-    }};
-    liblog::memory_logger log;
-    EXPECT_THROW(std::ignore = pair.copy(log), exceptions::opcua_request_failed);
-    std::jthread first{[&] { EXPECT_EQ(pair.copy(log).certificate, "certificate"); }};
-    std::jthread second{[&] { EXPECT_EQ(pair.copy(log).private_key.view(), "key"); }};
-    first.join();
-    second.join();
-    EXPECT_EQ(made, 2);
 }
 
 } // namespace
