@@ -3,6 +3,8 @@
 #include "probe/loose_json.hpp"
 #include "probe/probe_error.hpp"
 
+#include <utility>
+
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
@@ -111,21 +113,20 @@ void say_everything(ordered_json& document, const translation& texts) {
 } // namespace
 
 translated_document translate_document(std::string_view message, std::string_view language) {
-    const ordered_json whole = ordered_json::parse(message, nullptr, false);
-    const ordered_json& sent = member(whole, "module_information");
-    if (!sent.is_object()) {
+    ordered_json whole = ordered_json::parse(message, nullptr, false);
+    if (!member(whole, "module_information").is_object()) {
         throw probe_error{exit_code::call_failed, "The module information is unusable"};
     }
+    ordered_json& sent = whole["module_information"];
     const std::string name = language_name(language, languages_of(sent));
-    translated_document result{
-        sent, translation{name, texts_in(sent, name), texts_in(sent, default_language)}};
-    say_everything(result.document, result.texts);
-    if (result.document.contains("Text")) {
+    translation texts{name, texts_in(sent, name), texts_in(sent, default_language)};
+    say_everything(sent, texts);
+    if (sent.contains("Text")) {
         ordered_json kept = ordered_json::object();
         kept[name] = member(member(sent, "Text"), name);
-        result.document["Text"] = std::move(kept);
+        sent["Text"] = std::move(kept);
     }
-    return result;
+    return {std::move(sent), std::move(texts)};
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -52,7 +52,7 @@ select(const ordered_json& object, const std::vector<std::string>& names) {
 
 [[nodiscard]] exit_code
 run(const command_context& context, session& loaded, const info_options& options) {
-    const std::string message = loaded.module.information();
+    const std::string message = loaded.module.information(true);
     const module_document document{message, context.language};
     const sensor_description* const sensor =
         options.kind.empty() ? nullptr : &find_sensor(document, options.kind);

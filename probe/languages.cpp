@@ -46,6 +46,10 @@ constexpr auto codes = std::to_array<std::pair<std::string_view, std::string_vie
 
 } // namespace
 
+bool is_english(std::string_view chosen) {
+    return same(chosen, "en") || same(chosen, default_language);
+}
+
 std::string language_name(std::string_view chosen, const std::vector<std::string>& of_document) {
     for (const auto& [code, name] : codes) {
         if (same(chosen, code) || same(chosen, name)) {

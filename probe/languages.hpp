@@ -9,6 +9,9 @@ namespace tarvik::monitoring_modules::probe {
 
 inline constexpr const char* default_language = "English";
 
+/// @param chosen as for language_name
+[[nodiscard]] bool is_english(std::string_view chosen);
+
 /// @param chosen a code such as "de", or a name such as "German", in any case
 /// @param of_document names of the languages of which the module has texts
 /// @return the name that the module uses: "German"

@@ -2,6 +2,8 @@
 // Owns the loaded module library and knows its functions.
 
 #include "libzunohelper/include/zunohelper/log_sink.h"
+#include "libzunohelper/include/zunohelper/preparation.h"
+#include "libzunohelper/include/zunohelper/store.h"
 #include "module/include/opcua_module.h"
 
 #include <filesystem>
@@ -24,6 +26,13 @@ struct module_functions {
     decltype(&::ExecuteCheck) execute_check = nullptr;
 };
 
+/// What the framework library has for hosts. Null: it cannot be found, or is too old.
+struct framework_functions {
+    decltype(&::ZunoSetLogSink) set_log_sink = nullptr;
+    decltype(&::ZunoSetStore) set_store = nullptr;
+    decltype(&::ZunoPrepareModule) prepare_module = nullptr;
+};
+
 /// @param chosen by the person; empty: $OPCUA_MODULE, ../lib beside this program, or the library
 /// search path
 /// @return a path, or a bare name for the library search path
@@ -39,8 +48,9 @@ class module_library final {
 
     /// @return null when the framework library cannot be found: then there are no log lines
     [[nodiscard]] decltype(&::ZunoSetLogSink) set_log_sink() const noexcept {
-        return set_log_sink_;
+        return framework_.set_log_sink;
     }
+    [[nodiscard]] const framework_functions& framework() const noexcept { return framework_; }
 
   private:
     struct closer {
@@ -49,9 +59,9 @@ class module_library final {
     using handle = std::unique_ptr<void, closer>;
 
     handle module_;
-    handle framework_; // only where the module did not bring it along
+    handle framework_library_; // only where the module did not bring it along
     module_functions functions_;
-    decltype(&::ZunoSetLogSink) set_log_sink_ = nullptr;
+    framework_functions framework_;
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -96,7 +96,8 @@ std::string status_text(std::uint32_t status) {
 }
 
 monitoring_module::monitoring_module(const module_library& library)
-    : functions_{library.functions()} {
+    : functions_{library.functions()},
+      framework_{library.framework()} {
     if (functions_.initialize_module(0, &receive_message) != OPCUA_MODULE_INITIALISED) {
         throw probe_error{exit_code::call_failed, "The module could not be initialised"};
     }
@@ -106,13 +107,13 @@ monitoring_module::~monitoring_module() {
     functions_.cleanup_module();
 }
 
-std::string monitoring_module::information() const {
+std::string monitoring_module::information(bool texts) const {
     std::uint32_t size = 0;
-    const auto asked = functions_.get_module_information_sync(nullptr, &size, true);
+    const auto asked = functions_.get_module_information_sync(nullptr, &size, texts);
     std::string text(size, '\0');
     if (asked != OPCUA_MODULE_INFORMATION_DONE ||
         functions_.get_module_information_sync(
-            reinterpret_cast<std::uint8_t*>(text.data()), &size, true
+            reinterpret_cast<std::uint8_t*>(text.data()), &size, texts
         ) != OPCUA_MODULE_INFORMATION_DONE) {
         throw probe_error{exit_code::call_failed, "The module gives no information about itself"};
     }
@@ -147,6 +148,12 @@ call_result monitoring_module::notify(std::int32_t id, std::string_view settings
 
 void monitoring_module::destroy_sensor(std::int32_t id) const noexcept {
     functions_.destroy_sensor_instance(id);
+}
+
+void monitoring_module::prepare() const noexcept {
+    if (framework_.prepare_module != nullptr) {
+        framework_.prepare_module();
+    }
 }
 
 } // namespace tarvik::monitoring_modules::probe

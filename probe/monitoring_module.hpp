@@ -30,9 +30,10 @@ class monitoring_module final {
     monitoring_module(const monitoring_module&) = delete;
     monitoring_module& operator=(const monitoring_module&) = delete;
 
-    /// @return the module_information message with all texts
+    /// @param texts whether the texts of all languages are wanted, which takes ten times as long
+    /// @return the module_information message
     /// @throws probe_error (call_failed)
-    [[nodiscard]] std::string information() const;
+    [[nodiscard]] std::string information(bool texts) const;
 
     // The settings are a JSON record. @throws probe_error (call_failed) when a message was lost for
     // lack of memory
@@ -42,8 +43,13 @@ class monitoring_module final {
     [[nodiscard]] call_result notify(std::int32_t id, std::string_view settings) const;
     void destroy_sensor(std::int32_t id) const noexcept;
 
+    /// Has the module get the key pair of clients whose settings bring none: from its store, or
+    /// newly made, which takes up to some seconds. A failure shows when a client connects.
+    void prepare() const noexcept;
+
   private:
     const module_functions& functions_;
+    const framework_functions& framework_;
 };
 
 /// A sensor that was created; destroys it.

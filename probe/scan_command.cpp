@@ -105,6 +105,7 @@ run(const command_context& context,
     const settings_draft& draft) {
     sensor_run sensor{context.terminal, loaded, options, draft};
     scan_display display{context, options, loaded.document};
+    sensor.prepare();
     const sensor_answer created = sensor.create();
     if (sensor.is_created(created)) {
         return scan_repeatedly(context, options, sensor, display);

@@ -3,6 +3,7 @@
 #include "probe/commands.hpp"
 #include "probe/message_translation.hpp"
 #include "probe/secrets.hpp"
+#include "probe/settings_record.hpp"
 #include "probe/wait_notice.hpp"
 
 #include <utility>
@@ -33,6 +34,13 @@ sensor_run::sensor_run(
       record_{complete_record(
           options.kind, draft, settings_form::of_sensor(loaded.document, options.kind), terminal
       )} {}
+
+void sensor_run::prepare() const {
+    if (takes_generated_key_pair(record_)) {
+        const wait_notice notice{terminal_, "generating the client's key pair"};
+        session_.module.prepare();
+    }
+}
 
 sensor_answer sensor_run::create() {
     call_result created;

@@ -40,6 +40,10 @@ class sensor_run final {
         console& terminal, session& loaded, const scan_options& options, const settings_draft& draft
     );
 
+    /// Has the module get ready what its client will need, which may take some seconds; nothing for
+    /// a client that needs none of it. Optional: creating the sensor does it otherwise.
+    void prepare() const;
+
     /// Creates the sensor, which may connect and then tell in a result what is wrong.
     [[nodiscard]] sensor_answer create();
     /// @return whether there is a sensor to be scanned

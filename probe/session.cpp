@@ -10,7 +10,7 @@ namespace {
 [[nodiscard]] module_document
 read_document(const monitoring_module& module, const std::string& language, console& terminal) {
     try {
-        return module_document{module.information(), language};
+        return module_document{module.information(!is_english(language)), language};
     } catch (const probe_error& error) {
         if (error.code() == exit_code::usage) {
             throw;
@@ -30,6 +30,10 @@ session::session(
 )
     : library{find_module(chosen_module)},
       log{library, terminal, shown_severity},
+      store{
+          library.framework().set_store,
+          state_folder_path(),
+          [this](const std::string& text) { log.take("probe", severity_debug, text); }},
       module{library},
       document{read_document(module, language, terminal)} {}
 

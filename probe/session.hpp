@@ -2,6 +2,7 @@
 // The module, loaded and ready, with what it tells about itself.
 
 #include "probe/console.hpp"
+#include "probe/kept_state.hpp"
 #include "probe/log_collector.hpp"
 #include "probe/module_document.hpp"
 #include "probe/module_library.hpp"
@@ -28,6 +29,7 @@ struct session {
 
     module_library library;
     log_collector log;
+    kept_state store;
     monitoring_module module;
     module_document document;
     std::list<sensor_owner> sensors; ///< numbered from 1; while they live, they share connections

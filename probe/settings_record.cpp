@@ -77,6 +77,15 @@ void add_notification(settings& to, const notify_options& options) {
     }
 }
 
+bool takes_generated_key_pair(const settings& values) {
+    const auto mode = values.find(std::string{security} + "security_mode");
+    return mode == values.end() || mode->second == "none";
+}
+
+bool takes_generated_key_pair(std::string_view record) {
+    return takes_generated_key_pair(nlohmann::json::parse(record).at("settings").get<settings>());
+}
+
 std::string record(std::string_view kind, const settings& values) {
     for (const auto& [key, text] : values) {
         if (!is_utf8(key) || !is_utf8(text)) {

@@ -35,6 +35,13 @@ void add_channels(
 /// Adds those of a notification.
 void add_notification(settings& to, const notify_options& options);
 
+/// @return whether a client with these settings takes the module's generated key pair: every one
+/// without channel security does
+[[nodiscard]] bool takes_generated_key_pair(const settings& values);
+
+/// @param record as record() makes it
+[[nodiscard]] bool takes_generated_key_pair(std::string_view record);
+
 /// @return the JSON record
 /// @throws probe_error (usage) when a text is no UTF-8; its message names the key
 [[nodiscard]] std::string record(std::string_view kind, const settings& values);

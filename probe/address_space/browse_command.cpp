@@ -6,6 +6,8 @@
 #include "probe/address_space/server_settings.hpp"
 #include "probe/address_space/tree_walk.hpp"
 #include "probe/commands.hpp"
+#include "probe/kept_state.hpp"
+#include "probe/state_folder.hpp"
 #include "probe/wait_notice.hpp"
 
 #include <optional>
@@ -108,6 +110,8 @@ exit_code run_browse(const command_context& context, const browse_options& optio
     opcua::ua_node_id first = parse_node(options.node);
     const opcua::client_settings server =
         server_settings(options.connection, options.timeout, context.terminal);
+    // Without the module, but with the module's client, and so with the same key pair.
+    const kept_state store{&ZunoSetStore, state_folder_path(), [](const std::string&) {}};
     try {
         walk(context, options, server, std::move(first));
     } catch (const libi18n::i18n_exception& error) {

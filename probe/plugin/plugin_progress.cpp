@@ -36,6 +36,8 @@ std::string plugin_progress::text() {
         return "reading the settings";
     case plugin_stage::loading:
         return "loading the module";
+    case plugin_stage::preparing:
+        return "generating the client's key pair";
     case plugin_stage::connecting:
         return "connecting to " + address_;
     case plugin_stage::reading:

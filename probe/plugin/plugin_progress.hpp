@@ -9,7 +9,7 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-enum class plugin_stage { settings, loading, connecting, reading, waiting };
+enum class plugin_stage { settings, loading, preparing, connecting, reading, waiting };
 
 /// Thread-safe.
 class plugin_progress final {

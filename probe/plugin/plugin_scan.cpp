@@ -62,6 +62,8 @@ class measurement final {
 [[nodiscard]] plugin_result
 scan(const plugin_work& work, session& loaded, const plugin_demands& demands, sensor_run& sensor) {
     measurement measured{loaded.document};
+    work.progress.enter(plugin_stage::preparing);
+    sensor.prepare();
     work.progress.enter(plugin_stage::connecting);
     const sensor_answer created = sensor.create();
     if (!sensor.is_created(created)) {

@@ -1,5 +1,6 @@
 #include "probe/serve/serve_command.hpp"
 
+#include "probe/kept_state.hpp"
 #include "probe/serve/config_reader.hpp"
 #include "probe/serve/http/http_server.hpp"
 #include "probe/serve/language_shelf.hpp"
@@ -67,6 +68,10 @@ class probe_service final {
           path_{options.config},
           library_{find_module(context.module)},
           log_{library_, terminal_, options.log_level},
+          store_{
+              library_.framework().set_store,
+              state_folder_path(),
+              [this](const std::string& text) { log_.take("probe", severity_debug, text); }},
           module_{library_},
           languages_{module_},
           document_{languages_.find("en")},
@@ -89,6 +94,7 @@ class probe_service final {
             [this](const http_record& record) {
                 own_.served(route_class(record.path), record.status);
             }};
+        prepare(*config_);
         probes.use(config_);
         const std::uint16_t port = server.start();
         scheduler.apply(config_->sensors);
@@ -117,6 +123,13 @@ class probe_service final {
         return std::make_shared<const serve_config>(read_config(path_, *document_));
     }
 
+    /// Before anything is scanned, so that no scan waits for seconds with its place held.
+    void prepare(const serve_config& config) const {
+        if (takes_generated_key_pair(config)) {
+            module_.prepare();
+        }
+    }
+
     /// A configuration that is wrong changes nothing.
     void reload(scan_scheduler& scheduler, probe_requests& probes) {
         try {
@@ -124,6 +137,7 @@ class probe_service final {
             if (config->listen != config_->listen || config->workers != config_->workers) {
                 terminal_.line("opcua-probe: listen and workers change with a restart only");
             }
+            prepare(*config);
             config_ = config;
             probes.use(config);
             scheduler.apply(config->sensors);
@@ -141,7 +155,8 @@ class probe_service final {
     console& terminal_;
     const std::string path_;
     const module_library library_;
-    const log_tap log_;
+    log_tap log_;
+    kept_state store_;
     const monitoring_module module_;
     language_shelf languages_;
     const std::shared_ptr<const module_document> document_;

@@ -2,6 +2,8 @@
 
 #include "probe/settings_record.hpp"
 
+#include <algorithm>
+
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
@@ -22,6 +24,12 @@ namespace {
 }
 
 } // namespace
+
+bool takes_generated_key_pair(const serve_config& config) {
+    return std::ranges::any_of(config.modules, [](const auto& each) {
+        return takes_generated_key_pair(each.second.settings);
+    });
+}
 
 sensor_plan make_plan(
     const std::string& name,

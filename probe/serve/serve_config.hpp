@@ -60,6 +60,9 @@ struct serve_config {
     std::vector<sensor_plan> sensors;
 };
 
+/// @return whether a client of these modules takes the module's generated key pair
+[[nodiscard]] bool takes_generated_key_pair(const serve_config& config);
+
 /// @return the module's settings with this server's address in them
 /// @throws probe_error (usage) when a setting is no UTF-8
 [[nodiscard]] sensor_plan make_plan(

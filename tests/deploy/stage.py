@@ -73,6 +73,7 @@ class Stage(contextlib.ExitStack):
         super().__init__()
         self.programs, self.folder = programs, folder
         os.umask(0o077)
+        os.environ["STATE_DIRECTORY"] = str(folder / "state")  # of the probe
 
     def start(self, name, pattern, *command):
         """The first group of the first match in what the program says."""

@@ -17,8 +17,7 @@ class plant_probe : public testing::Test {
         return arguments;
     }
 
-    /// Runs the program to its end and expects an exit code. Each run makes a key pair, which takes
-    /// a second or so: no more of them than needed.
+    /// Runs the program to its end and expects an exit code.
     /// @return what it printed
     [[nodiscard]] std::string run(const std::vector<std::string>& arguments, int code) const {
         running_probe program{at_plant(arguments)};

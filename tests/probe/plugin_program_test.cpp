@@ -1,6 +1,7 @@
 // The program as a monitoring system calls it: what stands on the first line, exit codes, and an
 // end in time.
 
+#include "probe/state_folder.hpp"
 #include "tests/probe/plant_probe.hpp"
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -19,6 +20,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ContainsRegex;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 class plugin_program : public plant_probe {
@@ -86,12 +88,44 @@ TEST_F(plugin_program, tells_a_server_that_is_gone_as_it_was_asked_to) {
     );
 }
 
+/// What the program keeps, in a folder of this test's own.
+struct kept_by_plugin : plugin_program {
+    [[nodiscard]] std::string scan_here(std::vector<std::string> more) const {
+        std::vector<std::string> arguments{"scan", "server_status_sensor", "--format=plugin"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        running_probe program{at_plant(arguments), state_.path()};
+        std::string text = program.read_all();
+        EXPECT_EQ(program.exit_code(), 0) << text;
+        return text;
+    }
+    [[nodiscard]] bool has_pair() const {
+        return std::filesystem::exists(state_.path() + "/client-key-pair");
+    }
+    state_for_tests state_;
+};
+
+TEST_F(kept_by_plugin, is_a_key_pair_that_is_made_once) {
+    constexpr const char* making = "Generating the client's key pair.";
+    EXPECT_THAT(scan_here({"-vvv"}), HasSubstr(making));
+    EXPECT_TRUE(has_pair());
+    EXPECT_THAT(scan_here({"-vvv"}), Not(HasSubstr(making)));
+    std::filesystem::permissions(
+        state_.path(), std::filesystem::perms::group_read, std::filesystem::perm_options::add
+    );
+    const std::string text = scan_here({"-vvv"});
+    EXPECT_THAT(text, HasSubstr("probe: Not kept: " + state_.path() + ": others may open it"));
+    EXPECT_THAT(text, HasSubstr(making));
+    EXPECT_THAT(scan_here({}), StartsWith("OPCUA OK")); // of which nobody is told unless he asks
+}
+
 /// Runs the program with 2 s of time and expects that it takes that, not much more, and says
 /// where it was.
-void expect_time_out(std::vector<std::string> arguments, const std::string& stage) {
+void expect_time_out(
+    std::vector<std::string> arguments, const std::string& stage, const std::string& state = ""
+) {
     arguments.insert(arguments.begin(), {"scan", "server_status_sensor", "--format=plugin", "-t2"});
     const auto start = std::chrono::steady_clock::now();
-    running_probe program{arguments};
+    running_probe program{arguments, state};
     EXPECT_EQ(program.read_all(), "OPCUA UNKNOWN - timed out after 2 s while " + stage + "\n");
     EXPECT_EQ(program.exit_code(), 3);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
@@ -108,8 +142,17 @@ TEST(plugin_time_out, holds_for_a_server_that_never_answers) {
     ASSERT_EQ(listen(listening, 5), 0);
     ASSERT_EQ(getsockname(listening, raw, &size), 0);
     const std::string port = std::to_string(ntohs(address.sin_port));
+    // Whatever the machine is, the key pair is there when the time begins.
+    running_probe{{"scan", "server_status_sensor", "-H", "127.0.0.1", "-p", "1"}}.read_all();
     expect_time_out({"-H", "127.0.0.1", "-p", port}, "connecting to 127.0.0.1:" + port);
     close(listening);
+}
+
+TEST(plugin_time_out, tells_a_key_pair_that_is_being_made_from_a_server_that_is_slow) {
+    const state_for_tests state;
+    const state_folder folder{state.path()};
+    const auto maker = folder.lock(0ms); // another process, as the program sees it
+    expect_time_out({"-H", "127.0.0.1"}, "generating the client's key pair", state.path());
 }
 
 TEST(plugin_time_out, holds_for_files_that_nobody_writes) {

@@ -1,6 +1,7 @@
 #pragma once
 // The built opcua-probe as a child, with its standard output and standard error in one pipe.
 
+#include "tests/probe/own_state.hpp"
 #include <sys/wait.h>
 
 #include <cstdio>
@@ -14,10 +15,13 @@ namespace tarvik::monitoring_modules::probe {
 class running_probe final {
   public:
     /// Finds module and simulator beside the program, whatever the environment says.
-    explicit running_probe(const std::vector<std::string>& arguments) {
+    /// @param state the folder of what it keeps; empty: own_state
+    explicit running_probe(
+        const std::vector<std::string>& arguments, const std::string& state = ""
+    ) {
         std::string command =
-            "unset OPCUA_MODULE OPCUA_PASSWORD OPCUA_CLIENT_KEY_PASSWORD; exec 2>&1 '" PROBE_PROGRAM
-            "'";
+            "unset OPCUA_MODULE OPCUA_PASSWORD OPCUA_CLIENT_KEY_PASSWORD; STATE_DIRECTORY=" +
+            quoted(state.empty() ? own_state() : state) + " exec 2>&1 '" PROBE_PROGRAM "'";
         for (const std::string& argument : arguments) {
             command += " " + quoted(argument);
         }

@@ -124,6 +124,27 @@ TEST_F(serving, scans_sensors_over_one_session_and_shows_them) {
     EXPECT_THAT(probe.ask("/../probe.yaml"), HasSubstr("404"));
 }
 
+TEST_F(serving, has_the_key_pair_that_it_needs_before_it_serves) {
+    const state_for_tests kept;
+    const auto has_pair = [&kept] {
+        return std::filesystem::exists(kept.path() + "/client-key-pair");
+    };
+    {
+        const serving_probe probe{
+            "modules:\n  a: {kind: server_status_sensor, settings: {security_mode: sign}}\n",
+            kept.path()};
+        EXPECT_EQ(probe.ask("/readyz").substr(0, 12), "HTTP/1.1 200");
+        EXPECT_FALSE(has_pair());
+        probe.configure(modules);
+        probe.signal(SIGHUP);
+        EXPECT_THAT(probe.read_to("read again"), HasSubstr("Configuration read again"));
+        EXPECT_TRUE(has_pair());
+    }
+    EXPECT_TRUE(std::filesystem::remove(kept.path() + "/client-key-pair"));
+    const serving_probe probe{modules, kept.path()};
+    EXPECT_TRUE(has_pair());
+}
+
 TEST_F(serving, follows_servers_that_go_and_return_without_a_flood) {
     const serving_probe probe{
         modules + ("sensors:\n" + sensor("a", plant_) + sensor("b", plant_) + sensor("c", other_))};

@@ -1,6 +1,7 @@
 #pragma once
 // The built `opcua-probe serve` as a child, and what it answers.
 
+#include "tests/probe/own_state.hpp"
 #include "tests/probe/serve/http_client.hpp"
 #include <sys/wait.h>
 
@@ -37,7 +38,8 @@ inline bool comes_true(const std::function<bool()>& condition) {
 class serving_probe final {
   public:
     /// @param configuration YAML, without "listen"
-    explicit serving_probe(const std::string& configuration) {
+    /// @param state the folder of what it keeps; empty: own_state
+    explicit serving_probe(const std::string& configuration, const std::string& state = "") {
         std::string name = testing::TempDir() + "serving-XXXXXX";
         folder_ = mkdtemp(name.data());
         configure(configuration);
@@ -51,6 +53,7 @@ class serving_probe final {
         if (child_ == 0) {
             dup2(line[1], STDERR_FILENO);
             unsetenv("OPCUA_MODULE");
+            setenv("STATE_DIRECTORY", state.empty() ? own_state().c_str() : state.c_str(), 1);
             execl(PROBE_PROGRAM, PROBE_PROGRAM, "serve", option.c_str(), nullptr);
             _exit(127);
         }
