@@ -9,11 +9,16 @@
 #include "bench/exporter_bench.hpp"
 #include "bench/fleet_bench.hpp"
 #include "bench/memory_report.hpp"
+#include "bench/plugin_bench.hpp"
 #include "bench/report.hpp"
 
 #include <sched.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -25,6 +30,30 @@ bool pin_to_one_core() {
     CPU_SET(0, &cores);
     return sched_setaffinity(0, sizeof cores, &cores) == 0;
 }
+
+/// Where opcua-probe keeps things while it is measured: not in the home of whoever measures.
+class own_state {
+  public:
+    own_state() {
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "bench-state-XXXXXX").string();
+        if (mkdtemp(pattern.data()) == nullptr) {
+            throw std::runtime_error{"there is no folder for the probe's state"};
+        }
+        path_ = pattern;
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): there are no other threads yet
+        setenv("STATE_DIRECTORY", path_.c_str(), 1);
+    }
+    ~own_state() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    own_state(const own_state&) = delete;
+    own_state& operator=(const own_state&) = delete;
+
+  private:
+    std::filesystem::path path_;
+};
 
 constexpr tarvik::bench::fleet_size small_fleet{
     .servers = 4,
@@ -77,6 +106,7 @@ int main(int argc, char** argv) {
         arguments.begin() + 1, {min_time, smoke ? smoke_repetitions : repetitions, interleaved}
     );
     tarvik::bench::repeat_connect_benchmarks(smoke ? 1 : 21);
+    const own_state state;
     const tarvik::bench::plant_farm farm; // forks, so before there are threads
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
@@ -99,6 +129,7 @@ int main(int argc, char** argv) {
         {"secured_connect", "secured_bare_connect", 1.2},
     });
     bool good = tarvik::bench::print_memory_per_sensor(smoke ? 10 : 1000);
+    good = tarvik::bench::print_plugin_calls(smoke ? 3 : 101) && good;
     if (!pinned) {
         good =
             tarvik::bench::print_fleet(farm, smoke ? small_fleet : tarvik::bench::fleet_size{}) &&
