@@ -63,7 +63,7 @@ bool fits(
 ) {
     const BIGNUM* const one = BN_value_one();
     return factor.number != nullptr && factor.less_one != nullptr && factor.exponent != nullptr &&
-           !BN_is_zero(factor.less_one.get()) &&
+           BN_is_zero(factor.less_one.get()) == 0 &&
            calculate.product_is(e, d, *one, factor.less_one.get()) &&
            calculate.product_is(d, *one, *factor.exponent, factor.less_one.get());
 }

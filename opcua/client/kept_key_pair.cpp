@@ -71,7 +71,8 @@ read_key_pair from_kept(std::string_view kept, libcertificatehelper::allocator& 
     const std::string_view certificate_pem = kept.substr(0, end + end_of_certificate.size() + 1);
     const std::string_view key_pem = kept.substr(certificate_pem.size());
     // Not even with an empty password: the stack could not read it.
-    if (!key_pem.starts_with(begin_of_block) || key_pem.find("ENCRYPTED") != key_pem.npos) {
+    if (!key_pem.starts_with(begin_of_block) ||
+        key_pem.find("ENCRYPTED") != std::string_view::npos) {
         return {std::nullopt, "its private key is missing or encrypted"};
     }
     try {
