@@ -98,14 +98,6 @@ libzunohelper::secure_string make_key_pair(liblog::log_interface& log) {
     return to_kept(view_of(*certificate), private_key.view());
 }
 
-// Of the whole library, not of a function: it has to outlive calls that are in flight when the
-// process exits, so it is registered for destruction before they can begin.
-// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables,cert-err58-cpp)
-shared_key_pair process_pair{
-    [](liblog::log_interface& log) { return stored_or_made_key_pair(log, make_key_pair); }};
-
-} // namespace
-
 generated_key_pair shared_key_pair::copy(liblog::log_interface& log) {
     const std::lock_guard lock{mutex_};
     if (!pair_) {
@@ -146,6 +138,16 @@ generated_key_pair stored_or_made_key_pair(
     }
     return *std::move(found.pair);
 }
+
+namespace {
+
+// Of the whole library, not of a function: it has to outlive calls that are in flight when the
+// process exits, so it is registered for destruction before they can begin.
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables,cert-err58-cpp)
+shared_key_pair process_pair{
+    [](liblog::log_interface& log) { return stored_or_made_key_pair(log, make_key_pair); }};
+
+} // namespace
 
 generated_key_pair copy_generated_key_pair(liblog::log_interface& log) {
     return process_pair.copy(log);

@@ -8,6 +8,7 @@
 #include "tests/support/scripted_peer.hpp"
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -154,6 +155,48 @@ TEST_F(bad_server, that_fails_the_session_is_asked_for_one) {
             error_of([&] { client->ensure_connected(); }), could_not("connect to", row.error)
         );
         EXPECT_EQ(peer.seen(moment::create_session), before + 1);
+    }
+}
+
+TEST_F(bad_server, that_leaves_values_out_shows_none) {
+    const struct {
+        const char* name;
+        std::function<void(UA_DataValue&)> spoil;
+        std::string error; // of the read, then of the conversion
+    } rows[] = {
+        {"Good without a value", [](UA_DataValue&) {}, error_of([] {
+             throw exceptions::value_not_set{};
+         })},
+        {"Good with an empty value",
+         [](UA_DataValue& result) { result.hasValue = true; },
+         error_of([] { throw exceptions::value_not_set{}; })},
+        {"bad",
+         [](UA_DataValue& result) {
+             result.hasStatus = true;
+             result.status = UA_STATUSCODE_BADSENSORFAILURE;
+         },
+         could_not("read data from", "BadSensorFailure")},
+    };
+    logged_client client{settings_for(peer)};
+    const std::shared_ptr<readable_variable_node_interface> node = make_readable_node(level);
+    const auto shown = [&] {
+        return error_of([&] {
+            client->read_node(read_list{node});
+            static_cast<void>(node->value_as_double());
+        });
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        peer.play({});
+        EXPECT_EQ(shown(), "no error");
+        peer.play({.rewrite = [&](UA_ReadResponse& response) {
+            for (UA_DataValue& result : elements(response.results, response.resultsSize)) {
+                UA_DataValue_clear(&result);
+                row.spoil(result);
+            }
+        }});
+        EXPECT_EQ(shown(), row.error);
+        EXPECT_NE(error_of([&] { static_cast<void>(node->value_as_double()); }), "no error");
     }
 }
 

@@ -131,7 +131,7 @@ TEST_F(endpoint_selection, ends_at_numbers_that_the_standard_does_not_have) {
 TEST_F(endpoint_selection, copes_with_thousands_of_endpoints) {
     const std::vector<offer> offers(5000, {sign, "urn:b", any});
     EXPECT_THROW(select(offers), exceptions::opcua_matching_endpoint_failed);
-    EXPECT_EQ(log.entries().size(), 5001U);
+    EXPECT_EQ(log.entries().back().second, "No matching endpoint found");
 }
 
 } // namespace
