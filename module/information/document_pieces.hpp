@@ -1,7 +1,7 @@
 #pragma once
 
-// The text of the module information document as the build makes it: information_generator writes
-// the source file that defines these. Pieces, because compilers need not take long literals; joined
+// The text of the module information document as the build makes it: generate.py writes the source
+// file that defines these. Pieces, because compilers need not take long literals; joined
 // in order they are JSON.
 
 #include <span>

@@ -1,18 +1,12 @@
-// The texts of the module information: complete, alike in what they must share, and each in its own
-// language; and that the build notices when they are not.
+// The texts of the module information: complete, and each in its own language.
 
-#include "module/information/generator/text_marks.hpp"
-#include "module/information/generator/text_table.hpp"
 #include "tests/module/information_support.hpp"
 
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <regex>
 #include <string>
 #include <vector>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace tarvik::monitoring_modules;
@@ -117,65 +111,6 @@ TEST(texts, are_in_no_two_languages_the_same) {
             }
         }
     }
-}
-
-TEST(text_marks, are_found_and_checked) {
-    EXPECT_THAT(
-        information::marks_of("%1:s [b]of[/b] %0:s%%[br][0]"),
-        testing::ElementsAre("%%", "%0:s", "%1:s", "[/b]", "[b]", "[br]")
-    );
-    for (const char* const bad : {"100 %", "%s", "%1", "[b]x", "x[/i]", "[b][i]x[/b][/i]"}) {
-        EXPECT_THROW(static_cast<void>(information::marks_of(bad)), std::runtime_error) << bad;
-    }
-}
-
-/// Copies the texts, changes one line of German and tells what the build would say.
-std::string complaint_after(const std::string& line, const std::string& replacement) {
-    namespace fs = std::filesystem;
-    const fs::path folder = fs::path{testing::TempDir()} / "opcua_information_texts";
-    fs::remove_all(folder);
-    fs::copy(fs::path{INFORMATION_FOLDER} / "texts", folder);
-    std::string german;
-    {
-        std::ifstream file{folder / "german.json"};
-        german.assign(std::istreambuf_iterator<char>{file}, {});
-    }
-    german = std::regex_replace(
-        german, std::regex{line}, replacement, std::regex_constants::format_first_only
-    );
-    std::ofstream{folder / "german.json"} << german;
-    try {
-        const information::text_table texts{folder};
-        return "";
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-}
-
-TEST(texts, are_refused_by_the_build_when_they_disagree_with_english) {
-    const std::string port = R"("connection_opcua.port.display": "[^"]*",)";
-    EXPECT_EQ(complaint_after("no such line", ""), "");
-    EXPECT_THAT(complaint_after(port, ""), testing::HasSubstr("port.display: is missing"));
-    EXPECT_THAT(
-        complaint_after(port, R"("connection_opcua.port.display": "",)"),
-        testing::HasSubstr("the text is empty")
-    );
-    EXPECT_THAT(
-        complaint_after(port, R"($& "connection_opcua.port.display": "Port",)"),
-        testing::HasSubstr("comes twice")
-    );
-    EXPECT_THAT(
-        complaint_after(port, R"($& "connection_opcua.port.title": "Port",)"),
-        testing::HasSubstr("there is no such key")
-    );
-    EXPECT_THAT(
-        complaint_after(port, R"("connection_opcua.port.display": "Port %0:s",)"),
-        testing::HasSubstr("other placeholders or markup")
-    );
-    EXPECT_THAT(
-        complaint_after(port, R"($& "channel.uptime": "Laufzeit",)"),
-        testing::HasSubstr("there is no such key")
-    );
 }
 
 } // namespace
