@@ -1,5 +1,8 @@
 #include "probe/terminal_text.hpp"
 
+#include <unistr.h>
+#include <uniwidth.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -13,36 +16,6 @@ struct range {
     char32_t first;
     char32_t last;
 };
-
-// Sorted. What takes no column of its own: combining marks of common scripts, joiners, variation
-// selectors.
-constexpr auto zero_width = std::to_array<range>(
-    {{0x300, 0x36f},   {0x483, 0x489},   {0x591, 0x5bd},    {0x5bf, 0x5bf},   {0x5c1, 0x5c2},
-     {0x5c4, 0x5c5},   {0x5c7, 0x5c7},   {0x610, 0x61a},    {0x64b, 0x65f},   {0x670, 0x670},
-     {0x6d6, 0x6dc},   {0x6df, 0x6e4},   {0x6e7, 0x6e8},    {0x6ea, 0x6ed},   {0x711, 0x711},
-     {0x730, 0x74a},   {0x900, 0x902},   {0x93a, 0x93a},    {0x93c, 0x93c},   {0x941, 0x948},
-     {0x94d, 0x94d},   {0xe31, 0xe31},   {0xe34, 0xe3a},    {0xe47, 0xe4e},   {0x1ab0, 0x1aff},
-     {0x1dc0, 0x1dff}, {0x200c, 0x200d}, {0x20d0, 0x20f0},  {0x302a, 0x302d}, {0x3099, 0x309a},
-     {0xfe00, 0xfe0f}, {0xfe20, 0xfe2f}, {0xe0100, 0xe01ef}}
-);
-
-// Sorted. What takes two columns: East Asian wide characters and symbols that are drawn as
-// pictures.
-constexpr auto wide = std::to_array<range>(
-    {{0x1100, 0x115f},   {0x231a, 0x231b},   {0x2329, 0x232a},   {0x23e9, 0x23ec},
-     {0x23f0, 0x23f0},   {0x23f3, 0x23f3},   {0x25fd, 0x25fe},   {0x2614, 0x2615},
-     {0x2648, 0x2653},   {0x267f, 0x267f},   {0x2693, 0x2693},   {0x26a1, 0x26a1},
-     {0x26aa, 0x26ab},   {0x26bd, 0x26be},   {0x26c4, 0x26c5},   {0x26ce, 0x26ce},
-     {0x26d4, 0x26d4},   {0x26ea, 0x26ea},   {0x26f2, 0x26f3},   {0x26f5, 0x26f5},
-     {0x26fa, 0x26fa},   {0x26fd, 0x26fd},   {0x2705, 0x2705},   {0x270a, 0x270b},
-     {0x2728, 0x2728},   {0x274c, 0x274c},   {0x274e, 0x274e},   {0x2753, 0x2755},
-     {0x2757, 0x2757},   {0x2795, 0x2797},   {0x27b0, 0x27b0},   {0x27bf, 0x27bf},
-     {0x2b1b, 0x2b1c},   {0x2b50, 0x2b50},   {0x2b55, 0x2b55},   {0x2e80, 0x303e},
-     {0x3041, 0x33ff},   {0x3400, 0x4dbf},   {0x4e00, 0xa4cf},   {0xa960, 0xa97f},
-     {0xac00, 0xd7a3},   {0xf900, 0xfaff},   {0xfe10, 0xfe19},   {0xfe30, 0xfe6f},
-     {0xff00, 0xff60},   {0xffe0, 0xffe6},   {0x1f300, 0x1f64f}, {0x1f680, 0x1f6fc},
-     {0x1f7e0, 0x1f7eb}, {0x1f900, 0x1f9ff}, {0x1fa70, 0x1faff}, {0x20000, 0x3fffd}}
-);
 
 // Sorted. What a terminal obeys, or what makes a text look like another one.
 constexpr auto unsafe = std::to_array<range>(
@@ -64,34 +37,22 @@ constexpr auto unsafe = std::to_array<range>(
     return found != ranges.end() && found->first <= character;
 }
 
-constexpr char32_t invalid = 0xffffffff;
+constexpr char32_t replacement = 0xfffd;
 
 struct decoded {
-    char32_t character; // invalid: the bytes are no UTF-8
+    char32_t character; // the replacement where the bytes are no UTF-8
     std::size_t size;   // bytes, at least 1
 };
 
+[[nodiscard]] const std::uint8_t* utf8_of(std::string_view text) noexcept {
+    return reinterpret_cast<const std::uint8_t*>(text.data());
+}
+
 /// @param text not empty
 [[nodiscard]] decoded decode(std::string_view text) noexcept {
-    const auto lead = static_cast<std::uint8_t>(text.front());
-    if (lead < 0x80) {
-        return {lead, 1};
-    }
-    const std::size_t size = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-    if (lead < 0xc2 || lead > 0xf4) {
-        return {invalid, 1};
-    }
-    char32_t character = lead & (0xffU >> (size + 1));
-    for (std::size_t i = 1; i < size; ++i) {
-        if (i >= text.size() || (static_cast<std::uint8_t>(text[i]) & 0xc0U) != 0x80U) {
-            return {invalid, i};
-        }
-        character = (character << 6U) | (static_cast<std::uint8_t>(text[i]) & 0x3fU);
-    }
-    const bool overlong = (size == 3 && character < 0x800) || (size == 4 && character < 0x10000);
-    const bool surrogate = character >= 0xd800 && character <= 0xdfff;
-    return overlong || surrogate || character > 0x10ffff ? decoded{invalid, 1}
-                                                         : decoded{character, size};
+    ucs4_t character = 0;
+    const int size = u8_mbtouc(&character, utf8_of(text), text.size());
+    return {character, static_cast<std::size_t>(size)};
 }
 
 [[nodiscard]] std::string escape(char32_t character) {
@@ -116,10 +77,8 @@ struct decoded {
 }
 
 [[nodiscard]] std::size_t width_of(char32_t character) noexcept {
-    if (contains(zero_width, character)) {
-        return 0;
-    }
-    return contains(wide, character) ? 2 : 1;
+    const int columns = uc_width(character, "UTF-8");
+    return columns < 0 ? 1 : static_cast<std::size_t>(columns);
 }
 
 } // namespace
@@ -129,7 +88,7 @@ std::string sanitise(std::string_view text) {
     result.reserve(text.size());
     while (!text.empty()) {
         const auto [character, size] = decode(text);
-        if (character == invalid) {
+        if (character == replacement) {
             result += "\xef\xbf\xbd";
         } else if (contains(unsafe, character)) {
             result += escape(character);
@@ -199,14 +158,7 @@ std::string fit(std::string_view text, std::size_t columns) {
 }
 
 bool is_utf8(std::string_view text) noexcept {
-    while (!text.empty()) {
-        const auto [character, size] = decode(text);
-        if (character == invalid) {
-            return false;
-        }
-        text.remove_prefix(size);
-    }
-    return true;
+    return u8_check(utf8_of(text), text.size()) == nullptr;
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -40,9 +40,9 @@ TEST(terminal_text, replaces_what_is_no_utf8) {
          "b",
          "�b"},
         {"\xc0\xaf", "��"},           // overlong "/"
-        {"\xe0\x80\xaf", "���"},      // overlong "/", longer
-        {"\xed\xa0\x80", "���"},      // surrogate
-        {"\xf4\x90\x80\x80", "����"}, // beyond U+10FFFF
+        {"\xe0\x80\xaf", "�"},        // overlong "/", longer
+        {"\xed\xa0\x80", "�"},        // surrogate
+        {"\xf4\x90\x80\x80", "�"},    // beyond U+10FFFF
         {"\xe2\x1b[2J", "�\\x1b[2J"}, // a lead byte must not swallow the escape behind it
     };
     for (const auto& [input, expected] : rows) {
@@ -62,6 +62,11 @@ TEST(terminal_text, counts_columns) {
         {"\xf0\x9f\x94\xa5", 2},
         {"Привет", 6},
         {"한국", 4},
+        {"\xe1\x84\x92\xe1\x85\xa1\xe1\x86\xab", 2}, // 한 of its three letters
+        {"ก\xe0\xb8\xb3\xe0\xb8\xb5", 2},            // a vowel above takes no column
+        {"\xe0\xa4\x95\xe0\xa5\x8d", 1},             // and neither does one below
+        {"\xe2\x9a\xa1\xef\xb8\x8f", 2},             // a picture, with its selector
+        {"a\xe2\x80\x8d", 1},                        // a joiner
     };
     for (const auto& [text, columns] : rows) {
         EXPECT_EQ(display_width(text), columns) << text;
