@@ -12,7 +12,6 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-constexpr server_options all_modes{.sign = true, .sign_encrypt = true, .users = true};
 constexpr std::int32_t sensor = 1;
 
 class between_two_scans : public testing::TestWithParam<maker_and_mode> {

@@ -18,7 +18,6 @@ std::string not_connected(const std::string& status) {
     return "The sensor could not connect to the OPC UA server (" + status + ").";
 }
 
-constexpr server_options all_modes{.sign = true, .sign_encrypt = true, .users = true};
 constexpr server_options users_only{
     .sign = true, .sign_encrypt = true, .anonymous = false, .users = true};
 constexpr server_options nobody_known{.sign_encrypt = true};

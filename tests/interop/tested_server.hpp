@@ -30,6 +30,7 @@ struct server_options {
 
     [[nodiscard]] bool operator==(const server_options&) const = default;
 };
+inline constexpr server_options all_modes{.sign = true, .sign_encrypt = true, .users = true};
 
 /// Both servers have the same nodes with the same values, but for those of types that one of them
 /// cannot hold.

@@ -36,7 +36,7 @@ struct value_row {
 using enum maker;
 
 // clang-format off
-const value_row rows[] = {
+const value_row value_rows[] = {
     {"Boiler.Temperature", "72.5"},
     {"Boiler.Pressure", "2.5"},
     {"Boiler.Running", "1"},
@@ -113,7 +113,7 @@ std::ostream& operator<<(std::ostream& out, const value_case& param) {
 
 std::vector<value_case> cases() {
     std::vector<value_case> all;
-    for (const value_row& row : rows) {
+    for (const value_row& row : value_rows) {
         for (const maker made_by : {open62541, node_opcua}) {
             if (row.only.value_or(made_by) == made_by) {
                 all.push_back({made_by, row});
