@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include <CLI/CLI.hpp>
 
@@ -57,8 +58,12 @@ void add_plugin_options(CLI::App& command, plugin_options& to) {
         )
         ->check(CLI::IsMember({"critical", "unknown"}))
         ->capture_default_str();
-    command.add_flag(
-        "-v,--verbose", to.verbosity, "More details; twice: log lines, three times: all of them"
+    // Not bound to the number itself, which newer versions of CLI11 take for a default, and so for
+    // given.
+    command.add_flag_function(
+        "-v,--verbose",
+        [&to](std::int64_t count) { to.verbosity = static_cast<int>(count); },
+        "More details; twice: log lines, three times: all of them"
     );
     for (const char* name : plugin_only) {
         command.get_option(name)->group(group);

@@ -51,8 +51,8 @@ struct decoded {
 /// @param text not empty
 [[nodiscard]] decoded decode(std::string_view text) noexcept {
     ucs4_t character = 0;
-    const int size = u8_mbtouc(&character, utf8_of(text), text.size());
-    return {character, static_cast<std::size_t>(size)};
+    const int size = u8_mbtoucr(&character, utf8_of(text), text.size());
+    return size < 1 ? decoded{replacement, 1} : decoded{character, static_cast<std::size_t>(size)};
 }
 
 [[nodiscard]] std::string escape(char32_t character) {

@@ -10,14 +10,13 @@
 namespace tarvik::monitoring_modules::probe {
 
 /// Control characters (C0, C1, DEL), characters that reorder or hide text, and line separators
-/// become visible escapes such as "\n", "\x1b" or "\u202e"; bytes that are no UTF-8 become U+FFFD,
-/// those of one malformed character together.
+/// become visible escapes such as "\n", "\x1b" or "\u202e"; bytes that are no UTF-8 become U+FFFD.
 [[nodiscard]] std::string sanitise(std::string_view text);
 
 /// @return columns that sanitised text takes: 2 for wide characters, 0 for combining ones
 [[nodiscard]] std::size_t display_width(std::string_view text) noexcept;
 
-/// @return how many characters (code points) the text has; a malformed one counts, too
+/// @return how many characters (code points) the text has; each wrong byte counts as one
 [[nodiscard]] std::size_t character_count(std::string_view text) noexcept;
 
 /// @param text not empty

@@ -23,16 +23,17 @@ EVERY_COMMAND = "Options of every command"
 FIRST, PARTS = ("Commands", "Options"), ("With ", EVERY_COMMAND)
 # Sections of the program that its commands' pages repeat.
 GENERAL = ("Exit status", "Environment")
-FILES = [("entry", "/etc/opcua-probe/probe.yaml", "Configuration of the service opcua-probe.service. Files that it names "
-          "relatively lie beside it.")]
+FILES = [("entry", "/etc/opcua-probe/probe.yaml",
+          "Configuration of the service opcua-probe.service. Files that it names relatively lie beside it.")]
 # What roff would take for its own, or show as a typographic sign.
 ESCAPES = {"\\": r"\e", "-": r"\-", "'": r"\(aq", '"': r"\(dq", "`": r"\(ga", "^": r"\(ha", "~": r"\(ti"}
-# "--port UINT:INT in [1 - 65535]=4840", "--set KEY=VALUE ...", "kind KIND REQUIRED", "--password-file FILE Needs: --user"
+# "--port UINT:INT in [1 - 65535]=4840" or, of newer versions, "... [4840]"; "--set KEY=VALUE ...", "kind KIND REQUIRED",
+# "--password-file FILE Needs: --user"
 HEAD = re.compile(
     r"(?P<names>-\S+(?:, *-\S+)*|[a-z]+)"
     r"(?: (?P<type>\[[A-Z]+=\][A-Z]+|[A-Z][^ :={]*(?:=[A-Z]+)?)"
     r"(?::(?:\{(?P<words>[^}]*)\}|[A-Z]+ in \[(?P<least>\S+) - (?P<most>[^]]+)\]))?"
-    r"(?: ?=? ?\[(?P<listed>[^]]*)\]|=(?P<usual>\S+))?)?"
+    r"(?:[= ]\[+(?P<listed>[^]]*)\]+|=(?P<usual>\S+))?)?"
     r"(?P<several> \.\.\.)?(?P<required> REQUIRED)?(?: Needs: (?P<needs>\S+))?(?: Excludes: (?P<excludes>\S+))?"
 )
 
@@ -66,11 +67,12 @@ def is_title(line, following):
 
 def entry_of(line, following):
     """@return tag and text of "  tag    text"; text is empty when it stands in the next line; None for other lines"""
+    line = re.sub(r"\]  (?=\.\.\.|REQUIRED|Needs:|Excludes:)", "] ", line)  # two blanks in newer versions
     gap = re.match(r"  (\S.*?)  +(\S.*)$", line)
     if gap:
         return gap.groups()
     if following.startswith(" " * (TEXT_COLUMN - 10)):
-        return line.strip(), ""
+        return " ".join(line.split()), ""
     if line[:TEXT_COLUMN].endswith("... "):
         return line[:TEXT_COLUMN].strip(), line[TEXT_COLUMN:]
     return None
@@ -203,7 +205,8 @@ def page_of(call, page, version, see_also):
         if title:
             name_of, more, rest = title.partition(" (")
             macro, shown = (".SS", title) if title.startswith(PARTS) else (".SH", name_of.upper() + more + rest)
-            parts += [f'{macro} "{escaped(shown)}"', *roff_of(page.sections[title], title.startswith(("Options", *PARTS)))]
+            has_options = title.startswith(("Options", *PARTS))
+            parts += [f'{macro} "{escaped(shown)}"', *roff_of(page.sections[title], has_options)]
     links = ", ".join(f"{bold(other)}(1)" for other in see_also if other != name)
     return name, "\n".join((*parts, f'.SH "SEE ALSO"\n{links}', ""))
 
@@ -215,7 +218,8 @@ def pages_of(program, version, added, others):
     own_pages = [f"{program.name}-{command}" for command in commands]
     if commands:
         main.sections["Commands"] = [
-            ("entry", tag, f"{sentence(text)} See {program.name}-{tag}(1).") for _, tag, text in main.sections["Commands"]
+            ("entry", tag, f"{sentence(text)} See {program.name}-{tag}(1).")
+            for _, tag, text in main.sections["Commands"]
         ]
     yield page_of(program.name, main, version, [*own_pages, *others])
     general = {title: main.sections[title] for title in GENERAL if title in main.sections}
@@ -241,7 +245,8 @@ def main(words):
     folder, module, *programs = map(pathlib.Path, words)
     try:
         version = subprocess.run([programs[0], "--version"], text=True, capture_output=True, check=True).stdout.strip()
-        added = {"opcua-probe-scan": {"Sensors": sensors_of(programs[0], module)}, "opcua-probe-serve": {"Files": FILES}}
+        sensors = sensors_of(programs[0], module)
+        added = {"opcua-probe-scan": {"Sensors": sensors}, "opcua-probe-serve": {"Files": FILES}}
         others = [program.name for program in programs]
         pages = [page for program in programs for page in pages_of(program, version, added, others)]
     except (ValueError, KeyError, OSError, subprocess.CalledProcessError) as error:

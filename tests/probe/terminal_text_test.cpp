@@ -38,11 +38,11 @@ TEST(terminal_text, replaces_what_is_no_utf8) {
         {"a\xc3", "a�"},
         {"\xe2\x82"
          "b",
-         "�b"},
+         "��b"},
         {"\xc0\xaf", "��"},           // overlong "/"
-        {"\xe0\x80\xaf", "�"},        // overlong "/", longer
-        {"\xed\xa0\x80", "�"},        // surrogate
-        {"\xf4\x90\x80\x80", "�"},    // beyond U+10FFFF
+        {"\xe0\x80\xaf", "���"},      // overlong "/", longer
+        {"\xed\xa0\x80", "���"},      // surrogate
+        {"\xf4\x90\x80\x80", "����"}, // beyond U+10FFFF
         {"\xe2\x1b[2J", "�\\x1b[2J"}, // a lead byte must not swallow the escape behind it
     };
     for (const auto& [input, expected] : rows) {
