@@ -1,8 +1,5 @@
 #include "probe/serve/connection_lane.hpp"
 
-#include "probe/message.hpp"
-#include "probe/probe_error.hpp"
-
 #include <algorithm>
 #include <functional>
 
@@ -16,18 +13,6 @@ constexpr std::chrono::minutes kept_after_request{5};
 
 [[nodiscard]] std::uint32_t seed_of(const std::string& name) {
     return static_cast<std::uint32_t>(std::hash<std::string>{}(name));
-}
-
-/// The endpoint check's answer; nothing when it could not be had.
-[[nodiscard]] std::optional<bool>
-has_matching_endpoint(const monitoring_module& module, std::int32_t id, const std::string& record) {
-    for (const std::string& message : module.check(id, record).messages) {
-        const any_message parsed = parse_message(message);
-        if (const auto* result = std::get_if<check_result>(&parsed)) {
-            return result->success;
-        }
-    }
-    return std::nullopt;
 }
 
 /// @return the first time after now that is some whole intervals after the anchor
@@ -208,13 +193,9 @@ void connection_lane::resolve(const sensor_plan& plan, sensor_fault& fault) cons
         fault.connection = health_.fault()->connection;
         return;
     }
-    constexpr std::int32_t check_id = 0; // checks have numbers of their own
-    try {
-        if (has_matching_endpoint(context_.module, check_id, plan.check) == false) {
-            fault.connection = connection_state::no_matching_endpoint;
-        }
-    } catch (const probe_error&) { // then it stays with what the status says
-    }
+    if (context_.module.has_matching_endpoint(plan.check) == false) {
+        fault.connection = connection_state::no_matching_endpoint;
+    } // else it stays with what the status says
 }
 
 void connection_lane::settle(member& one, const scan_outcome& outcome, time_point started) {

@@ -24,7 +24,7 @@ namespace tarvik::monitoring_modules::probe {
 
 /// What all lanes work with; everything outlives them.
 struct lane_context {
-    const monitoring_module& module;
+    module_access& module;
     const module_document& document;
     board& shown;
     scan_observer& observer;

@@ -1,10 +1,9 @@
 #include "probe/serve/live_sensor.hpp"
 
-#include "probe/message.hpp"
 #include "probe/probe_error.hpp"
-#include "probe/serve/log_tap.hpp"
 
 #include <algorithm>
+#include <iterator>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -30,22 +29,26 @@ worst_state(scan_state result, const std::vector<channel_view>& channels) {
 } // namespace
 
 live_sensor::live_sensor(
-    const monitoring_module& module,
-    const module_document& document,
-    std::int32_t id,
-    sensor_plan plan
+    module_access& module, const module_document& document, std::int32_t id, sensor_plan plan
 )
     : module_{module},
       document_{document},
+      id_{id},
       plan_{std::move(plan)},
       memory_{document} {
     auto first = std::make_shared<shown_sensor>();
-    first->id = id;
+    first->id = id_;
     first->name = plan_.name;
     first->kind = plan_.kind;
     first->connection = plan_.connection;
     first->interval = plan_.interval;
     shown_ = std::move(first);
+}
+
+live_sensor::~live_sensor() {
+    if (created_) {
+        module_.destroy(id());
+    }
 }
 
 std::shared_ptr<shown_sensor> live_sensor::copy_of_shown() const {
@@ -61,11 +64,10 @@ void live_sensor::show_fault(shown_sensor& next, const sensor_fault& fault) cons
 
 scan_outcome live_sensor::scan(bool keep_log) {
     scan_outcome outcome;
-    log_recording recording{keep_log};
     const auto start = std::chrono::steady_clock::now();
     const auto next = copy_of_shown();
     try {
-        outcome.fault = create_and_scan(*next);
+        outcome.fault = create_and_scan(*next, outcome, keep_log);
     } catch (const probe_error& error) { // a message that makes no sense
         outcome.fault = fault_without_message(error.what());
     }
@@ -79,38 +81,35 @@ scan_outcome live_sensor::scan(bool keep_log) {
     }
     shown_ = next;
     outcome.shown = shown_;
-    outcome.created = owner_.has_value();
-    outcome.sessions_opened = recording.sessions_opened();
-    outcome.retries = recording.retries();
-    outcome.log = std::move(recording.lines());
+    outcome.created = created_;
     return outcome;
 }
 
-std::optional<sensor_fault> live_sensor::create_and_scan(shown_sensor& next) {
-    if (!owner_) {
-        const call_result created = module_.create_sensor(id(), plan_.record);
-        if (created.status != OPCUA_MODULE_DONE) {
-            auto fault = take(created, "create the sensor", next);
+std::optional<sensor_fault>
+live_sensor::create_and_scan(shown_sensor& next, scan_outcome& outcome, bool keep_log) {
+    const auto noted = [&outcome](module_answer answer) {
+        outcome.sessions_opened += answer.sessions_opened;
+        outcome.retries += answer.retries;
+        std::ranges::move(answer.log, std::back_inserter(outcome.log));
+        return answer;
+    };
+    if (!created_) {
+        const module_answer made = noted(module_.create(id(), plan_.record, keep_log));
+        created_ = made.status == OPCUA_MODULE_DONE;
+        if (!created_) {
+            auto fault = take(made, "create the sensor", next);
             return fault ? fault : fault_without_message("The module could not create the sensor");
         }
-        owner_.emplace(module_, id());
     }
-    return take(owner_->scan(), "scan the sensor", next);
+    return take(noted(module_.scan(id(), keep_log)), "scan the sensor", next);
 }
 
 std::optional<sensor_fault>
-live_sensor::take(const call_result& call, const char* what, shown_sensor& next) {
-    std::optional<scan_result> result;
-    for (const std::string& message : call.messages) {
-        any_message parsed = parse_message(message);
-        if (auto* of_scan = std::get_if<scan_result>(&parsed);
-            of_scan != nullptr && of_scan->sensor_id == id()) {
-            result = std::move(*of_scan);
-        }
-    }
+live_sensor::take(const module_answer& answer, const char* what, shown_sensor& next) {
+    const std::optional<scan_result>& result = answer.result;
     if (!result) {
         return fault_without_message(
-            "The module " + status_text(call.status) + " to " + what + ", without a result"
+            "The module " + status_text(answer.status) + " to " + what + ", without a result"
         );
     }
     if (result->state == scan_state::error) {

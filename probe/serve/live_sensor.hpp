@@ -3,7 +3,7 @@
 
 #include "probe/channel_memory.hpp"
 #include "probe/log_line.hpp"
-#include "probe/monitoring_module.hpp"
+#include "probe/serve/module_access.hpp"
 #include "probe/serve/serve_config.hpp"
 #include "probe/serve/shown_sensor.hpp"
 
@@ -32,19 +32,20 @@ struct scan_outcome {
     std::vector<log_line> log; ///< when it was asked for
 };
 
-/// Scanned by one thread at a time; ends as a sensor_owner does.
+/// Scanned by one thread at a time; is destroyed in the module when it ends.
 class live_sensor final {
   public:
     /// Module and document must outlive this object.
     live_sensor(
-        const monitoring_module& module,
-        const module_document& document,
-        std::int32_t id,
-        sensor_plan plan
+        module_access& module, const module_document& document, std::int32_t id, sensor_plan plan
     );
+    ~live_sensor();
+    live_sensor(const live_sensor&) = delete;
+    live_sensor& operator=(const live_sensor&) = delete;
 
+    // These two never change, so any thread may ask for them at any time.
     [[nodiscard]] const sensor_plan& plan() const noexcept { return plan_; }
-    [[nodiscard]] std::int32_t id() const noexcept { return shown_->id; }
+    [[nodiscard]] std::int32_t id() const noexcept { return id_; }
     [[nodiscard]] const std::shared_ptr<const shown_sensor>& shown() const noexcept {
         return shown_;
     }
@@ -58,18 +59,20 @@ class live_sensor final {
     [[nodiscard]] std::shared_ptr<const shown_sensor> not_reached(const sensor_fault& fault);
 
   private:
-    [[nodiscard]] std::optional<sensor_fault> create_and_scan(shown_sensor& next);
     [[nodiscard]] std::optional<sensor_fault>
-    take(const call_result& call, const char* what, shown_sensor& next);
+    create_and_scan(shown_sensor& next, scan_outcome& outcome, bool keep_log);
+    [[nodiscard]] std::optional<sensor_fault>
+    take(const module_answer& answer, const char* what, shown_sensor& next);
     [[nodiscard]] std::shared_ptr<shown_sensor> copy_of_shown() const;
     void show_fault(shown_sensor& next, const sensor_fault& fault) const;
 
-    const monitoring_module& module_;
+    module_access& module_;
     const module_document& document_;
+    const std::int32_t id_;
     const sensor_plan plan_;
     channel_memory memory_;
     std::shared_ptr<const shown_sensor> shown_;
-    std::optional<sensor_owner> owner_;
+    bool created_ = false; // in the module
 };
 
 } // namespace tarvik::monitoring_modules::probe

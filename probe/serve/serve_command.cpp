@@ -80,7 +80,7 @@ class probe_service final {
 
     /// Serves until the program is to end.
     void run(interruption& interrupt) {
-        scan_scheduler scheduler{{module_, *document_, board_, observer_}, config_->workers};
+        scan_scheduler scheduler{{sensors_, *document_, board_, observer_}, config_->workers};
         probe_requests probes{scheduler, most_requested_scans(*config_)};
         const server_routes routes{board_, languages_, metrics_, probes};
         http_server server{
@@ -143,6 +143,7 @@ class probe_service final {
     const module_library library_;
     const log_tap log_;
     const monitoring_module module_;
+    loaded_module sensors_{module_};
     language_shelf languages_;
     const std::shared_ptr<const module_document> document_;
     std::shared_ptr<const serve_config> config_;

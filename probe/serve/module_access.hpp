@@ -1,0 +1,66 @@
+#pragma once
+// What the exporter asks of the module, in terms of sensors and results, so that tests can stand in
+// for it.
+
+#include "probe/log_line.hpp"
+#include "probe/message.hpp"
+#include "probe/monitoring_module.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// What one call for a sensor came to.
+struct module_answer {
+    std::uint32_t status = OPCUA_MODULE_DONE;
+    std::optional<scan_result> result; ///< the last one of this sensor
+    std::uint32_t sessions_opened = 0;
+    std::uint32_t retries = 0; ///< made by the module itself
+    std::vector<log_line> log; ///< when it was asked for
+};
+
+/// Any threads may call it at once; calls block until the module has answered.
+class module_access {
+  public:
+    module_access() = default;
+    module_access(const module_access&) = delete;
+    module_access& operator=(const module_access&) = delete;
+    virtual ~module_access() = default;
+
+    // @throws probe_error when a message was lost or makes no sense
+
+    /// @param record settings of the sensor
+    [[nodiscard]] virtual module_answer
+    create(std::int32_t id, const std::string& record, bool keep_log) = 0;
+
+    /// @param id of a sensor that was created
+    [[nodiscard]] virtual module_answer scan(std::int32_t id, bool keep_log) = 0;
+
+    /// Closes the connection when no other sensor uses it, which may take a moment.
+    virtual void destroy(std::int32_t id) noexcept = 0;
+
+    /// @param record settings of an endpoint check
+    /// @return its answer; nothing when it could not be had
+    [[nodiscard]] virtual std::optional<bool> has_matching_endpoint(const std::string& record) = 0;
+};
+
+/// The loaded module.
+class loaded_module final : public module_access {
+  public:
+    /// @param module must outlive this object
+    explicit loaded_module(const monitoring_module& module) : module_{module} {}
+
+    [[nodiscard]] module_answer
+    create(std::int32_t id, const std::string& record, bool keep_log) override;
+    [[nodiscard]] module_answer scan(std::int32_t id, bool keep_log) override;
+    void destroy(std::int32_t id) noexcept override { module_.destroy_sensor(id); }
+    [[nodiscard]] std::optional<bool> has_matching_endpoint(const std::string& record) override;
+
+  private:
+    const monitoring_module& module_;
+};
+
+} // namespace tarvik::monitoring_modules::probe
