@@ -22,7 +22,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::size_t http_connections = 256;
 constexpr std::size_t spare_threads = 8; // of the HTTP server, when all others wait for scans
 constexpr auto time_to_stop = 20s;       // the longest scan takes some 15 s
 
@@ -45,7 +44,6 @@ constexpr auto time_to_stop = 20s;       // the longest scan takes some 15 s
     }
     settings.allowed_hosts = listen.allowed_hosts;
     settings.threads = most_requested_scans(config) + spare_threads;
-    settings.limits.connections = http_connections;
     return settings;
 }
 
@@ -86,8 +84,8 @@ class probe_service final {
         http_server server{
             settings_of(*config_),
             [&routes](const http_request& request) { return routes.answer(request); },
-            [this](const http_record& record) {
-                own_.served(route_class(record.path), record.status);
+            [this](const std::string& path, int status) {
+                own_.served(route_class(path), status);
             }};
         probes.use(config_);
         const std::uint16_t port = server.start();

@@ -1,19 +1,70 @@
 #include "probe/serve/http/access_rules.hpp"
 
 #include "probe/probe_error.hpp"
-#include "probe/serve/http/ascii_text.hpp"
-
-#include <httplib.h>
+#include <arpa/inet.h>
+#include <gnutls/crypto.h>
+#include <gnutls/gnutls.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <new>
 #include <string_view>
+#include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
 constexpr std::string_view scheme = "Basic ";
+
+/// @return an IP address in its binary form: 4 or 16 bytes
+[[nodiscard]] std::optional<std::string> parse_ip(std::string_view text) {
+    if (text.find('\0') != std::string_view::npos) {
+        return std::nullopt; // would end the text early
+    }
+    const std::string copy{text};
+    std::array<char, sizeof(in6_addr)> bytes{};
+    if (inet_pton(AF_INET, copy.c_str(), bytes.data()) == 1) {
+        return std::string{bytes.data(), sizeof(in_addr)};
+    }
+    if (inet_pton(AF_INET6, copy.c_str(), bytes.data()) == 1) {
+        return std::string{bytes.data(), sizeof(in6_addr)};
+    }
+    return std::nullopt;
+}
+
+struct named_host {
+    std::string_view name;
+    bool bracketed;
+};
+
+/// @return the host without its port; nothing for what is no host
+[[nodiscard]] std::optional<named_host> without_port(std::string_view host) {
+    const bool bracketed = host.starts_with('[');
+    const std::size_t end = bracketed ? host.find(']') : std::min(host.find(':'), host.size());
+    if (end == std::string_view::npos) {
+        return std::nullopt;
+    }
+    const std::string_view port = host.substr(end + (bracketed ? 1 : 0));
+    const bool good_port =
+        port.empty() || (port.front() == ':' && port.size() <= 6 &&
+                         port.find_first_not_of("0123456789", 1) == std::string_view::npos);
+    std::string_view name = host.substr(0, end);
+    name.remove_prefix(bracketed ? 1 : 0);
+    if (!bracketed && name.ends_with('.')) {
+        name.remove_suffix(1); // the root of all names
+    }
+    return name.empty() || !good_port ? std::nullopt : std::optional{named_host{name, bracketed}};
+}
+
+[[nodiscard]] bool is_loopback(const std::string& ip) {
+    return ip.size() == 4 ? ip.front() == 127 : ip == parse_ip("::1");
+}
+
+[[nodiscard]] bool is_wildcard(const std::string& ip) {
+    return ip.find_first_not_of('\0') == std::string::npos;
+}
 
 [[nodiscard]] std::string encoded(const std::optional<http_credentials>& wanted) {
     if (!wanted) {
@@ -22,27 +73,34 @@ constexpr std::string_view scheme = "Basic ";
     if (wanted->user.find(':') != std::string::npos) {
         throw probe_error{exit_code::usage, "The user of the web page may not have a colon"};
     }
-    return httplib::make_basic_authentication_header(wanted->user, wanted->password)
-        .second.substr(scheme.size());
-}
-
-/// Takes a time that depends on the given text only. The wanted one is not empty.
-[[nodiscard]] bool equal_in_constant_time(std::string_view given, std::string_view wanted) {
-    volatile unsigned difference = given.size() == wanted.size() ? 0 : 1;
-    for (std::size_t i = 0; i < given.size(); ++i) {
-        const auto bits = static_cast<unsigned char>(given[i] ^ wanted[i % wanted.size()]);
-        difference = difference | bits;
+    std::string plain = wanted->user + ":" + wanted->password;
+    const gnutls_datum_t bytes{
+        reinterpret_cast<unsigned char*>(plain.data()), static_cast<unsigned>(plain.size())};
+    gnutls_datum_t made{};
+    if (gnutls_base64_encode2(&bytes, &made) != GNUTLS_E_SUCCESS) {
+        throw std::bad_alloc{};
     }
-    return difference == 0;
+    const std::unique_ptr<unsigned char, decltype(gnutls_free)> owner{made.data, gnutls_free};
+    return {reinterpret_cast<const char*>(made.data), made.size};
 }
 
-/// A name that has other characters than RFC 9110 lets it have can hide a length from us.
-[[nodiscard]] bool has_odd_name(const http_request& request) {
-    return std::ranges::any_of(request.headers, [](const auto& header) {
-        return std::ranges::any_of(header.first, [](char letter) {
-            return letter <= ' ' || letter > '~' ||
-                   std::string_view{"\"(),/:;<=>?@[\\]{}"}.find(letter) != std::string_view::npos;
-        });
+[[nodiscard]] bool equal_in_constant_time(std::string_view given, std::string_view wanted) {
+    return given.size() == wanted.size() &&
+           gnutls_memcmp(given.data(), wanted.data(), wanted.size()) == 0;
+}
+
+/// A name that has other characters than RFC 9110 lets it have, or a line end within a value, can
+/// hide a length from one of two readers.
+[[nodiscard]] bool has_odd_header(const http_request& request) {
+    constexpr std::string_view separators = "\"(),/:;<=>?@[\\]{}";
+    constexpr std::string_view ends{"\r\n\0", 3};
+    return std::ranges::any_of(request.headers, [&](const auto& header) {
+        const auto& [name, value] = header;
+        return value.find_first_of(ends) != std::string::npos ||
+               std::ranges::any_of(name, [&](char letter) {
+                   return letter <= ' ' || letter > '~' ||
+                          separators.find(letter) != std::string_view::npos;
+               });
     });
 }
 
@@ -80,6 +138,40 @@ constexpr std::string_view scheme = "Basic ";
 
 } // namespace
 
+host_rule::host_rule(
+    const std::string& address, const std::string& bound, std::vector<std::string> names
+)
+    : names_{std::move(names)},
+      ip_{parse_ip(bound)} {
+    if (!parse_ip(address)) {
+        names_.push_back(address);
+    }
+    const bool wildcard = ip_ && is_wildcard(*ip_);
+    if (wildcard || (ip_ && is_loopback(*ip_))) {
+        names_.emplace_back("localhost");
+    }
+    if (wildcard) {
+        ip_.reset();
+    }
+}
+
+bool host_rule::allows(std::string_view host) const {
+    const std::optional<named_host> called = without_port(host);
+    if (!called) {
+        return false;
+    }
+    const std::optional<std::string> ip = parse_ip(called->name);
+    if (called->bracketed != (ip && ip->size() == sizeof(in6_addr))) {
+        return false;
+    }
+    if (ip) {
+        return !ip_ || ip == ip_;
+    }
+    return std::ranges::any_of(names_, [&called](const std::string& name) {
+        return equal_ignoring_case(name, called->name);
+    });
+}
+
 access_rules::access_rules(const http_settings& settings, const std::string& bound)
     : hosts_{settings.address, bound, settings.allowed_hosts},
       credentials_{encoded(settings.basic_auth)},
@@ -93,7 +185,7 @@ std::optional<int> access_rules::refusal(const http_request& request) const {
         return 413;
     }
     const std::optional<std::string> host = only(request, "Host");
-    if (!host || !request.path.starts_with('/') || has_odd_name(request)) {
+    if (!host || !request.path.starts_with('/') || has_odd_header(request)) {
         return 400;
     }
     if (!hosts_.allows(*host)) {

@@ -1,12 +1,8 @@
 #pragma once
-// The threads on which requests become answers. Their queue is as long as there are connections, at
-// most: each of them has one request under way.
-
-#include "probe/serve/http/request_processor.hpp"
+// Threads on which jobs run in the order in which they came.
 
 #include <condition_variable>
 #include <cstddef>
-#include <cstdint>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -17,42 +13,58 @@ namespace tarvik::monitoring_modules::probe {
 
 class handler_threads final {
   public:
-    using finished_call = std::function<void(std::uint64_t, answer_text)>;
+    /// Must not throw.
+    using job = std::function<void()>;
 
-    /// Rules, handler and observer must outlive this object.
     /// @param count at least 1
-    /// @param finished takes each answer, on any of the threads; must not throw
-    handler_threads(
-        std::size_t count,
-        const access_rules& rules,
-        const http_handler& handler,
-        const http_observer& observer,
-        bool secure,
-        finished_call finished
-    );
+    explicit handler_threads(std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            threads_.emplace_back([this] { work(); });
+        }
+    }
 
-    /// Drops requests that wait, and waits for handlers that run.
-    ~handler_threads();
+    /// Runs the jobs that wait, and waits for them.
+    ~handler_threads() {
+        {
+            const std::lock_guard lock{mutex_};
+            stopping_ = true;
+        }
+        changed_.notify_all();
+        for (std::thread& thread : threads_) {
+            thread.join();
+        }
+    }
     handler_threads(const handler_threads&) = delete;
     handler_threads& operator=(const handler_threads&) = delete;
 
-    /// @param id comes back with the answer
-    void add(std::uint64_t id, request_text request);
+    void add(job what) {
+        {
+            const std::lock_guard lock{mutex_};
+            waiting_.push_back(std::move(what));
+        }
+        changed_.notify_one();
+    }
 
   private:
-    struct task {
-        std::uint64_t id;
-        request_text request;
-    };
+    void work() {
+        std::unique_lock lock{mutex_};
+        while (true) {
+            changed_.wait(lock, [this] { return stopping_ || !waiting_.empty(); });
+            if (waiting_.empty()) {
+                return;
+            }
+            const job taken = std::move(waiting_.front());
+            waiting_.pop_front();
+            lock.unlock();
+            taken();
+            lock.lock();
+        }
+    }
 
-    void work(request_processor& processor);
-
-    const finished_call finished_;
     std::mutex mutex_; // guards all that follows
     std::condition_variable changed_;
-    std::deque<task> waiting_;
+    std::deque<job> waiting_;
     bool stopping_ = false;
-    std::deque<request_processor> processors_; // one for each thread
     std::vector<std::thread> threads_;
 };
 

@@ -91,20 +91,4 @@ listening_socket::listening_socket(const std::string& address, std::uint16_t por
     socket_.swap(made);
 }
 
-accept_problem listening_socket::accept(accepted_socket& client) const {
-    sockaddr_storage from{};
-    socklen_t size = sizeof from;
-    file_descriptor accepted{accept4(
-        socket_.get(), reinterpret_cast<sockaddr*>(&from), &size, SOCK_CLOEXEC | SOCK_NONBLOCK
-    )};
-    if (accepted.get() >= 0) {
-        switch_option(accepted.get(), IPPROTO_TCP, TCP_NODELAY, 1);
-        client.socket.swap(accepted);
-        client.peer = name_of(from, size).first;
-        return accept_problem::none;
-    }
-    const bool lack = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
-    return lack ? accept_problem::no_resources : accept_problem::nobody_waits;
-}
-
 } // namespace tarvik::monitoring_modules::probe

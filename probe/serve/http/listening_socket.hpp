@@ -4,17 +4,9 @@
 #include "probe/file_descriptor.hpp"
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 namespace tarvik::monitoring_modules::probe {
-
-struct accepted_socket {
-    file_descriptor socket; ///< does not block
-    std::string peer;       ///< IP address
-};
-
-enum class accept_problem { none, nobody_waits, no_resources };
 
 class listening_socket final {
   public:
@@ -28,10 +20,6 @@ class listening_socket final {
 
     /// @return the IP address that is listened on
     [[nodiscard]] const std::string& address() const noexcept { return address_; }
-
-    /// Does not wait.
-    /// @param client filled in unless there was a problem
-    [[nodiscard]] accept_problem accept(accepted_socket& client) const;
 
     void close() noexcept { socket_.close(); }
 

@@ -61,6 +61,7 @@ TEST(http_host_rule, knows_our_names) {
 }
 
 TEST_F(http_test, refuses_what_it_does_not_serve) {
+    settings_.limits.silence = std::chrono::seconds{1};
     start();
     const std::string evil = "Evil-Text";
     const auto head = [](const std::string& line, const std::string& headers) {
@@ -77,18 +78,11 @@ TEST_F(http_test, refuses_what_it_does_not_serve) {
         {head("TRACE /" + evil, ""), 405},
         {head("GET /", "Content-Length: 3\r\n") + "abc", 413},
         {head("GET /", "Transfer-Encoding: chunked\r\n") + "0\r\n\r\n", 413},
-        {head("GET /", "Content-Length : 3\r\n") + "abc", 400}, // a length that hides
+        {head("GET /", "X: y\rContent-Length: 3\r\n") + "abc", 400},
         {head("GET /", "Host: localhost\r\n"), 400},
         {"GET / HTTP/1.1\r\n\r\n", 400},
-        {"GET / HTTP/2.0\r\nHost: localhost\r\n\r\n", 400},
-        {evil + " / HTTP/1.1\r\nHost: localhost\r\n\r\n", 400},
-        {evil + "\r\n\r\n", 400},
-        {"\r\n\r\n", 400},
+        {evil + " / HTTP/1.1\r\nHost: localhost\r\n\r\n", 405},
         {head("GET http://" + evil + "/", ""), 400},
-        {"GET /" + evil + std::string(9'000, 'a') + " HTTP/1.1\r\n\r\n", 414},
-        {get("/", "X: " + std::string(9'000, 'a') + "\r\n"), 400},
-        {get("/", "X: " + std::string(20'000, 'a') + "\r\n"), 431},
-        {std::string(20'000, 'a'), 431},
         {get("/", "", evil + ".example"), 421},
         {get("/", "Origin: http://" + evil + ".example\r\n"), 403},
         {get("/", "Origin: null\r\n"), 403},
@@ -125,9 +119,25 @@ TEST_F(http_test, refuses_what_it_does_not_serve) {
         }
     }
     server_->stop();
-    EXPECT_EQ(records_.back().status, 500);
-    EXPECT_EQ(records_.back().path, "/throw");
-    EXPECT_EQ(records_.back().problem, "secret reason");
+    EXPECT_EQ(records_.back(), (std::pair<std::string, int>{"/throw", 500}));
+}
+
+TEST_F(http_test, gives_nothing_to_those_who_speak_no_http) {
+    settings_.limits.silence = std::chrono::seconds{1};
+    start();
+    const std::string evil = "Evil-Text";
+    for (const std::string& request :
+         {"GET /" + evil + " HTTP/2.0\r\nHost: localhost\r\n\r\n",
+          evil + "\r\n\r\n",
+          std::string{"\r\n\r\n"},
+          "GET /" + evil + std::string(30'000, 'a') + " HTTP/1.1\r\n\r\n",
+          get("/", "X: " + evil + std::string(30'000, 'a') + "\r\n"),
+          evil + std::string(30'000, 'a')}) {
+        const std::string answer = ask(request);
+        EXPECT_THAT(answer, Not(HasSubstr("200 OK"))) << request.substr(0, 100);
+        EXPECT_THAT(answer, Not(HasSubstr(evil))) << request.substr(0, 100);
+    }
+    EXPECT_TRUE(records_.empty());
 }
 
 TEST_F(http_test, asks_for_a_password) {

@@ -66,6 +66,8 @@ class http_client final {
         return text;
     }
 
+    [[nodiscard]] int descriptor() const noexcept { return socket_.get(); }
+
     /// @return whether the server was seen to have closed
     [[nodiscard]] bool closed() const noexcept { return closed_; }
 

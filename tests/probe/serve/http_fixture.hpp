@@ -8,6 +8,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -21,9 +22,9 @@ class http_test : public testing::Test {
         server_.emplace(
             settings_,
             [this](const http_request& request) { return answer(request); },
-            [this](const http_record& record) {
+            [this](const std::string& path, int status) {
                 const std::lock_guard lock{mutex_};
-                records_.push_back(record);
+                records_.emplace_back(path, status);
             }
         );
         port_ = server_->start();
@@ -55,7 +56,7 @@ class http_test : public testing::Test {
         for (const auto& [name, value] : request.parameters) {
             text.append(" ").append(name).append("=").append(value);
         }
-        text += " from " + request.peer + " " + request.header("x-test").value_or("-");
+        text += " " + request.header("x-test").value_or("-");
         return {200, "text/html; charset=utf-8", text, {{"Cache-Control", "max-age=60"}}};
     }
 
@@ -64,7 +65,7 @@ class http_test : public testing::Test {
     http_settings settings_;
     std::uint16_t port_ = 0;
     mutable std::mutex mutex_;
-    std::vector<http_record> records_;
+    std::vector<std::pair<std::string, int>> records_;
     std::optional<http_server> server_;
 };
 

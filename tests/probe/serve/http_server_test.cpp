@@ -1,7 +1,7 @@
 #include "tests/probe/expect_error.hpp"
 #include "tests/probe/serve/http_fixture.hpp"
 
-#include <httplib.h>
+#include <zlib.h>
 
 #include <atomic>
 #include <list>
@@ -22,18 +22,17 @@ TEST_F(http_test, hands_requests_to_the_handler_and_its_answer_to_the_client) {
     start();
     const std::string answer = ask(get("/a%20b?x=1&y=%41+b&x=2", "X-Test: %41\r\n"));
     EXPECT_THAT(answer, StartsWith("HTTP/1.1 200 OK\r\n"));
-    EXPECT_THAT(answer, EndsWith("\r\n\r\nGET /a b x=1 x=2 y=A b from 127.0.0.1 A"));
+    EXPECT_THAT(answer, EndsWith("\r\n\r\nGET /a b x=1 x=2 y=A b %41"));
     EXPECT_THAT(answer, HasSubstr("\r\nContent-Type: text/html; charset=utf-8\r\n"));
     EXPECT_THAT(answer, HasSubstr("\r\nCache-Control: max-age=60\r\n"));
     EXPECT_THAT(answer, Not(HasSubstr("no-store"))) << "the handler knows better";
     const std::string head = ask("HEAD / HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
-    EXPECT_THAT(head, HasSubstr("\r\nContent-Length: 23\r\n"));
+    EXPECT_THAT(head, HasSubstr("\r\nContent-Length: 8\r\n"));
     EXPECT_THAT(head, EndsWith("\r\n\r\n"));
     EXPECT_EQ(ask(get("/", "Range: bytes=0-,0-,0-,0-\r\n")).size(), ask(get("/")).size());
 }
 
-TEST_F(http_test, keeps_a_connection_for_a_number_of_requests) {
-    settings_.limits.requests = 3;
+TEST_F(http_test, answers_requests_that_come_at_once) {
     start();
     http_client client{port_};
     std::string all;
@@ -42,55 +41,98 @@ TEST_F(http_test, keeps_a_connection_for_a_number_of_requests) {
     }
     client.send(all.substr(0, 20));
     client.send(all.substr(20));
-    const std::string answers = client.receive();
-    EXPECT_THAT(answers, HasSubstr("GET /0 "));
-    EXPECT_THAT(answers, HasSubstr("GET /2 "));
-    EXPECT_THAT(answers, Not(HasSubstr("GET /3 ")));
-    EXPECT_EQ(answers.find("Connection: close"), answers.rfind("Connection: close"));
-    EXPECT_TRUE(client.closed());
+    EXPECT_THAT(client.receive("GET /3 "), HasSubstr("GET /2 "));
+}
+
+// Whoever hides the length of a body from one of two readers makes the other one take it as a
+// request, with the rights of whom the first one lets in.
+TEST_F(http_test, takes_no_body_as_a_request) {
+    start();
+    const std::string hidden = "GET /hidden HTTP/1.1\r\nHost: localhost\r\n\r\n";
+    const std::string length = "Content-Length: " + std::to_string(hidden.size());
+    for (const std::string& head : std::vector<std::string>{
+             "Host: localhost\r\n" + length + "\nX: y\r\n\r\n",
+             "Host: localhost\n" + length + "\r\n\r\n",
+             "Host: localhost\r\nX: y\n" + length + "\n\n",
+             "Host: localhost\r\nX: y\r" + length + "\r\n\r\n",
+             "Host: localhost\r\n" + length + "\r\n\r\n",
+             "Host: localhost\r\nContent-Length : 41\r\n\r\n",
+             "Host: localhost\r\nX: y\r\n " + length + "\r\n" + length + "\r\n\r\n"}) {
+        const std::string answer = ask("GET /first HTTP/1.1\r\n" + head + hidden);
+        EXPECT_THAT(answer, StartsWith("HTTP/1.1 4")) << head;
+        EXPECT_THAT(answer, Not(HasSubstr("hidden"))) << head;
+        EXPECT_EQ(answer.find("HTTP/1.1", 1), std::string::npos) << head;
+    }
+}
+
+[[nodiscard]] std::string unzipped(const std::string& body) {
+    z_stream state{};
+    std::string result(10'000, '\0');
+    std::string input = body;
+    state.next_in = reinterpret_cast<Bytef*>(input.data());
+    state.avail_in = static_cast<uInt>(input.size());
+    state.next_out = reinterpret_cast<Bytef*>(result.data());
+    state.avail_out = static_cast<uInt>(result.size());
+    EXPECT_EQ(inflateInit2(&state, 15 + 16), Z_OK);
+    EXPECT_EQ(inflate(&state, Z_FINISH), Z_STREAM_END);
+    EXPECT_EQ(inflateEnd(&state), Z_OK);
+    return result.substr(0, state.total_out);
 }
 
 TEST_F(http_test, compresses_text_for_those_who_can_read_it) {
     http_server server{{}, [](const http_request& request) {
                            return http_answer{200, request.path.substr(1), std::string(5'000, 'a')};
                        }};
-    httplib::Client client{"127.0.0.1", server.start()};
+    port_ = server.start();
     const std::tuple<std::string, std::string, bool> rows[] = {
-        {"text/plain; version=0.0.4", "gzip", true},
-        {"application/openmetrics-text; version=1.0.0", "br, GZIP;q=0.5", true},
+        {"text/plain;version=0.0.4", "gzip", true},
+        {"application/openmetrics-text;version=1.0.0", "br, GZIP;q=0.5", true},
         {"text/plain", "br", false},
         {"text/plain", "gzip;q=0", false},
         {"image/png", "gzip", false},
     };
     for (const auto& [type, accepted, compressed] : rows) {
-        const auto result = client.Get("/" + type, {{"Accept-Encoding", accepted}});
-        ASSERT_TRUE(result) << type;
-        EXPECT_EQ(result->has_header("Content-Encoding"), compressed) << type << accepted;
-        EXPECT_EQ(result->body, std::string(5'000, 'a'));
+        const std::string answer = ask(get("/" + type, "Accept-Encoding: " + accepted + "\r\n"));
+        const std::string body = answer.substr(answer.find("\r\n\r\n") + 4);
+        EXPECT_EQ(answer.find("Content-Encoding: gzip") != std::string::npos, compressed)
+            << type << accepted;
+        EXPECT_EQ(compressed ? unzipped(body) : body, std::string(5'000, 'a')) << type << accepted;
     }
 }
 
 TEST_F(http_test, serves_others_while_clients_are_slow) {
     settings_.threads = 1;
     settings_.limits.connections = 6;
-    settings_.limits.receive = 1s;
-    settings_.limits.stall = 200ms;
     start();
     http_client deaf{port_, 4096};
     deaf.send(get("/big"));
     std::list<http_client> slow;
-    for (int i = 0; i < 8; ++i) { // more than there is room for
+    for (int i = 0; i < 80; ++i) { // more than there is room for, at one time
         slow.emplace_back(port_).send("GET / HT");
     }
     const auto begin = clock::now();
     for (int i = 0; i < 20; ++i) {
-        slow.back().send("T"); // one byte now and then is not enough
+        for (http_client& client : slow) {
+            client.send("T"); // one byte now and then is not enough
+        }
         EXPECT_THAT(ask(get("/quick")), HasSubstr("GET /quick"));
-        std::this_thread::sleep_for(20ms);
     }
     EXPECT_LT(clock::now() - begin, 5s);
-    EXPECT_THAT(slow.back().receive(), StartsWith("HTTP/1.1 408 "));
-    EXPECT_LT(clock::now() - begin, 5s) << "each byte must not give another second";
+    EXPECT_EQ(slow.front().receive(), "");
+    EXPECT_TRUE(slow.front().closed());
+}
+
+TEST_F(http_test, has_patience_with_nobody_for_ever) {
+    settings_.limits.patience = 0s;
+    start();
+    http_client deaf{port_, 4096};
+    deaf.send(get("/big"));
+    http_client slow{port_};
+    slow.send("GET / HT");
+    deaf.receive("HTTP");
+    EXPECT_THAT(ask(get("/quick")), HasSubstr("GET /quick"));
+    EXPECT_EQ(slow.receive(), "");
+    EXPECT_TRUE(slow.closed());
     EXPECT_LT(deaf.receive().size(), big_size);
 }
 
@@ -106,7 +148,7 @@ TEST_F(http_test, sends_large_answers_whole_to_those_who_stay) {
 }
 
 TEST_F(http_test, survives_rubbish) {
-    settings_.limits.receive = 300ms;
+    settings_.limits.silence = 1s;
     start();
     std::mt19937 random{7}; // NOLINT(cert-msc51-cpp): the same rubbish each time
     for (int i = 0; i < 300; ++i) {
@@ -119,7 +161,7 @@ TEST_F(http_test, survives_rubbish) {
         client.send(bytes + (i % 2 == 0 ? "\r\n\r\n" : ""));
     }
     EXPECT_THAT(ask(get("/")), HasSubstr("200 OK"));
-    EXPECT_THAT(ask(std::string("GET / HTTP/1.1\r\n\0\xff", 18)), StartsWith("HTTP/1.1 408 "));
+    EXPECT_THAT(ask(std::string("GET / HTTP/1.1\r\n\0\xff", 18)), Not(HasSubstr("200 OK")));
 }
 
 TEST_F(http_test, stops_in_time_whoever_is_connected) {
