@@ -1,0 +1,48 @@
+#pragma once
+// What a client accepts, and answers as libmicrohttpd sends them.
+
+#include "exporter/http/http_message.hpp"
+#include "exporter/http/listening.hpp"
+
+#include <memory>
+#include <microhttpd.h>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+using response_owner = std::unique_ptr<MHD_Response, releaser<MHD_destroy_response>>;
+
+/// @param secure whether it goes over TLS
+/// @return what each answer tells browsers
+[[nodiscard]] http_headers fixed_headers(bool secure);
+
+/// @return the answer to a request that is not welcome, after which the connection is closed; it
+/// holds nothing of the request
+[[nodiscard]] http_answer refusal(int status);
+
+/// @param fixed the answer's own headers replace those of the same names
+/// @throws std::bad_alloc
+[[nodiscard]] response_owner make_response(http_answer answer, http_headers fixed);
+
+/// One choice of a header such as Accept or Accept-Encoding.
+struct accepted_choice {
+    std::string name;    ///< in lower case
+    std::string version; ///< in lower case; empty: any
+    double weight = 1;   ///< 0: not wanted
+};
+
+/// @param header may be empty
+[[nodiscard]] std::vector<accepted_choice> accepted_choices(std::string_view header);
+
+/// @param accept_encoding header of a request
+/// @return whether the body is text of a size for which it pays, and the client wants it
+[[nodiscard]] bool is_worth_compressing(
+    std::string_view body, std::string_view content_type, std::string_view accept_encoding
+);
+
+/// @throws std::bad_alloc
+[[nodiscard]] std::string gzipped(const std::string& body);
+
+} // namespace tarvik::monitoring_modules::probe
