@@ -30,7 +30,7 @@ void notify_service_manager(const std::string& lines) {
     static_cast<void>(sd_notify(0, lines.c_str()));
 }
 
-[[nodiscard]] bool is_loopback(const std::string& address) {
+[[nodiscard]] bool is_loopback_address(const std::string& address) {
     return address.starts_with("127.") || address == "::1" || address == "localhost";
 }
 
@@ -73,7 +73,7 @@ class exporter_service final {
         scans.apply(config_->sensors);
         place_ = "Serving " + url_of(config_->listen, port);
         terminal_.line(place_);
-        if (!is_loopback(config_->listen.address) && !config_->listen.basic_auth) {
+        if (!is_loopback_address(config_->listen.address) && !config_->listen.basic_auth) {
             terminal_.line("opcua-probe: warning: whoever reaches this address can read all of it");
         }
         interrupt.let_hangup_reload();

@@ -47,9 +47,12 @@ class client_list final {
         one.since = clock::now();
     }
 
+    /// @param one may be null
     void remove(client* one) {
-        enter(*one, phase::receiving);
-        clients_.erase(one->self);
+        if (one != nullptr) {
+            enter(*one, phase::receiving);
+            clients_.erase(one->self);
+        }
     }
 
     /// @return how many answers are under way; any thread may ask

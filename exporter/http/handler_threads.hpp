@@ -23,26 +23,35 @@ class handler_threads final {
         }
     }
 
-    /// Runs the jobs that wait, and waits for them.
-    ~handler_threads() {
+    ~handler_threads() { stop(); }
+    handler_threads(const handler_threads&) = delete;
+    handler_threads& operator=(const handler_threads&) = delete;
+
+    /// @return false: no more are taken
+    [[nodiscard]] bool add(job what) {
+        {
+            const std::lock_guard lock{mutex_};
+            if (stopping_) {
+                return false;
+            }
+            waiting_.push_back(std::move(what));
+        }
+        changed_.notify_one();
+        return true;
+    }
+
+    /// Takes no more jobs, runs those that wait, and waits for them. Called by one thread only.
+    void stop() noexcept {
         {
             const std::lock_guard lock{mutex_};
             stopping_ = true;
         }
         changed_.notify_all();
         for (std::thread& thread : threads_) {
-            thread.join();
+            if (thread.joinable()) {
+                thread.join();
+            }
         }
-    }
-    handler_threads(const handler_threads&) = delete;
-    handler_threads& operator=(const handler_threads&) = delete;
-
-    void add(job what) {
-        {
-            const std::lock_guard lock{mutex_};
-            waiting_.push_back(std::move(what));
-        }
-        changed_.notify_one();
     }
 
   private:

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
+#include <exception>
 #include <new>
 #include <utility>
 #include <zlib.h>
@@ -71,7 +72,77 @@ class gzip_stream final {
     z_stream state_{};
 };
 
+[[nodiscard]] bool is_worth_compressing(const http_answer& answer) {
+    const std::string type = answer.content_type.substr(0, answer.content_type.find(';'));
+    return answer.body.size() >= smallest_body &&
+           (type.starts_with("text/") || type == "application/openmetrics-text" ||
+            type == "application/json" || type == "image/svg+xml");
+}
+
+[[nodiscard]] std::string gzipped(const std::string& body) {
+    gzip_stream stream;
+    z_stream& state = stream.state();
+    std::string result(deflateBound(&state, body.size()), '\0');
+    // zlib takes bytes as not constant, but leaves them as they are.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
+    state.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(body.data()));
+    state.avail_in = static_cast<uInt>(body.size());
+    state.next_out = reinterpret_cast<Bytef*>(result.data());
+    state.avail_out = static_cast<uInt>(result.size());
+    if (deflate(&state, Z_FINISH) != Z_STREAM_END) {
+        throw std::bad_alloc{};
+    }
+    result.resize(state.total_out);
+    return result;
+}
+
+[[nodiscard]] std::string text_of(const char* bytes, std::size_t size) {
+    return bytes == nullptr ? std::string{} : std::string{bytes, size};
+}
+
+/// Headers or parameters, and whether one was lost.
+struct collected {
+    http_headers values;
+    bool lost = false;
+};
+
+MHD_Result collect(
+    void* to,
+    MHD_ValueKind /*kind*/,
+    const char* name,
+    std::size_t name_size,
+    const char* value,
+    std::size_t size
+) noexcept {
+    auto& all = *static_cast<collected*>(to);
+    try {
+        all.values.emplace_back(text_of(name, name_size), text_of(value, size));
+    } catch (const std::exception&) { // out of memory
+        all.lost = true;
+    }
+    return MHD_YES;
+}
+
+[[nodiscard]] http_headers values_of(MHD_Connection* connection, MHD_ValueKind kind) {
+    collected all;
+    MHD_get_connection_values_n(connection, kind, collect, &all);
+    if (all.lost) {
+        throw std::bad_alloc{};
+    }
+    return std::move(all.values);
+}
+
 } // namespace
+
+http_request
+read_request(MHD_Connection* connection, const char* path, const char* method) {
+    const http_headers parameters = values_of(connection, MHD_GET_ARGUMENT_KIND);
+    return {
+        method,
+        path,
+        {parameters.begin(), parameters.end()},
+        values_of(connection, MHD_HEADER_KIND)};
+}
 
 http_headers fixed_headers(bool secure) {
     http_headers headers{
@@ -155,35 +226,14 @@ std::vector<accepted_choice> accepted_choices(std::string_view header) {
     return choices;
 }
 
-bool is_worth_compressing(
-    std::string_view body, std::string_view content_type, std::string_view accept_encoding
-) {
-    const std::string_view type = content_type.substr(0, content_type.find(';'));
-    if (body.size() < smallest_body ||
-        !(type.starts_with("text/") || type == "application/openmetrics-text" ||
-          type == "application/json" || type == "image/svg+xml")) {
-        return false;
+void compress(http_answer& answer, std::string_view accept_encoding) {
+    if (is_worth_compressing(answer) &&
+        std::ranges::any_of(accepted_choices(accept_encoding), [](const auto& choice) {
+            return choice.name == "gzip" && choice.weight > 0;
+        })) {
+        answer.body = gzipped(answer.body);
+        answer.headers.emplace_back("Content-Encoding", "gzip");
     }
-    return std::ranges::any_of(accepted_choices(accept_encoding), [](const auto& choice) {
-        return choice.name == "gzip" && choice.weight > 0;
-    });
-}
-
-std::string gzipped(const std::string& body) {
-    gzip_stream stream;
-    z_stream& state = stream.state();
-    std::string result(deflateBound(&state, body.size()), '\0');
-    // zlib takes bytes as not constant, but leaves them as they are.
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
-    state.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(body.data()));
-    state.avail_in = static_cast<uInt>(body.size());
-    state.next_out = reinterpret_cast<Bytef*>(result.data());
-    state.avail_out = static_cast<uInt>(result.size());
-    if (deflate(&state, Z_FINISH) != Z_STREAM_END) {
-        throw std::bad_alloc{};
-    }
-    result.resize(state.total_out);
-    return result;
 }
 
 } // namespace tarvik::monitoring_modules::probe

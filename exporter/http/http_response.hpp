@@ -1,5 +1,5 @@
 #pragma once
-// What a client accepts, and answers as libmicrohttpd sends them.
+// Requests and answers as libmicrohttpd has them, and what a client accepts.
 
 #include "exporter/http/http_message.hpp"
 #include "exporter/http/listening.hpp"
@@ -13,6 +13,10 @@
 namespace tarvik::monitoring_modules::probe {
 
 using response_owner = std::unique_ptr<MHD_Response, releaser<MHD_destroy_response>>;
+
+/// @throws std::bad_alloc
+[[nodiscard]] http_request
+read_request(MHD_Connection* connection, const char* path, const char* method);
 
 /// @param secure whether it goes over TLS
 /// @return what each answer tells browsers
@@ -36,13 +40,8 @@ struct accepted_choice {
 /// @param header may be empty
 [[nodiscard]] std::vector<accepted_choice> accepted_choices(std::string_view header);
 
-/// @param accept_encoding header of a request
-/// @return whether the body is text of a size for which it pays, and the client wants it
-[[nodiscard]] bool is_worth_compressing(
-    std::string_view body, std::string_view content_type, std::string_view accept_encoding
-);
-
+/// Compresses the body if it is text of a size for which it pays, and the client wants that.
 /// @throws std::bad_alloc
-[[nodiscard]] std::string gzipped(const std::string& body);
+void compress(http_answer& answer, std::string_view accept_encoding);
 
 } // namespace tarvik::monitoring_modules::probe

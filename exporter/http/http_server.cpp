@@ -20,51 +20,11 @@ namespace {
 constexpr std::size_t head_of_answer = 4'096;
 constexpr std::size_t margin = 64; // clients that are told to go, but have not gone yet
 
-[[nodiscard]] std::string text_of(const char* bytes, std::size_t size) {
-    return bytes == nullptr ? std::string{} : std::string{bytes, size};
-}
-
-void compress(http_answer& answer, const http_request& request) {
-    const std::string accepted = request.header("Accept-Encoding").value_or("");
-    if (is_worth_compressing(answer.body, answer.content_type, accepted)) {
-        answer.body = gzipped(answer.body);
-        answer.headers.emplace_back("Content-Encoding", "gzip");
-    }
-}
-
 /// A request from its head to its answer. The library has it, and gives it back in the end.
 struct exchange {
     http_request request;
     std::optional<http_answer> answer; // set while the connection is suspended
 };
-
-MHD_Result add_header(
-    void* to,
-    MHD_ValueKind,
-    const char* name,
-    std::size_t name_size,
-    const char* value,
-    std::size_t size
-) noexcept {
-    try {
-        static_cast<http_headers*>(to)->emplace_back(
-            text_of(name, name_size), text_of(value, size)
-        );
-        return MHD_YES;
-    } catch (const std::exception&) {
-        return MHD_NO;
-    }
-}
-
-[[nodiscard]] http_request
-read_request(MHD_Connection* connection, const char* path, const char* method) {
-    http_request request{method, path, {}, {}};
-    http_headers parameters;
-    MHD_get_connection_values_n(connection, MHD_HEADER_KIND, add_header, &request.headers);
-    MHD_get_connection_values_n(connection, MHD_GET_ARGUMENT_KIND, add_header, &parameters);
-    request.parameters = {parameters.begin(), parameters.end()};
-    return request;
-}
 
 [[nodiscard]] client_list::client* client_of(MHD_Connection* connection) {
     const MHD_ConnectionInfo* const info =
@@ -143,7 +103,7 @@ class http_server::parts final {
         while (clients_.unanswered() > 0 && clock::now() < end) {
             std::this_thread::sleep_for(std::chrono::milliseconds{5});
         }
-        handlers_.reset(); // a connection that is suspended cannot be ended
+        handlers_->stop(); // a connection that is suspended cannot be ended
         daemon_.reset();
     }
 
@@ -162,12 +122,16 @@ class http_server::parts final {
         void* own, MHD_Connection* connection, void** context, MHD_ConnectionNotificationCode what
     ) noexcept {
         client_list& clients = static_cast<parts*>(own)->clients_;
-        if (what == MHD_CONNECTION_NOTIFY_STARTED) {
-            const MHD_ConnectionInfo* const info =
-                MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
-            *context = clients.add(info == nullptr ? -1 : info->connect_fd);
-        } else {
+        if (what == MHD_CONNECTION_NOTIFY_CLOSED) {
             clients.remove(static_cast<client_list::client*>(*context));
+            return;
+        }
+        const MHD_ConnectionInfo* const info =
+            MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+        try {
+            *context = info == nullptr ? nullptr : clients.add(info->connect_fd);
+        } catch (const std::exception&) { // out of memory
+            *context = nullptr;
         }
     }
 
@@ -193,18 +157,27 @@ class http_server::parts final {
     ) noexcept {
         try {
             auto& self = *static_cast<parts*>(own);
-            if (*context == nullptr) {
-                return self.begin(connection, path, method, context);
+            client_list::client* const client = client_of(connection);
+            if (client == nullptr) { // there was no memory for it
+                return MHD_NO;
             }
-            return self.go_on(connection, *static_cast<exchange*>(*context));
+            if (*context == nullptr) {
+                return self.begin(connection, *client, path, method, context);
+            }
+            return self.go_on(connection, *client, *static_cast<exchange*>(*context));
         } catch (const std::exception&) { // out of memory
             return MHD_NO;
         }
     }
 
     /// The head of a request is there.
-    MHD_Result
-    begin(MHD_Connection* connection, const char* path, const char* method, void** context) {
+    MHD_Result begin(
+        MHD_Connection* connection,
+        client_list::client& client,
+        const char* path,
+        const char* method,
+        void** context
+    ) {
         auto made = std::make_unique<exchange>();
         const http_request& request = made->request = read_request(connection, path, method);
         *context = made.release(); // to the library, until request_completed
@@ -212,7 +185,7 @@ class http_server::parts final {
         if (!refused) {
             return MHD_YES; // and we are called again
         }
-        clients_.enter(*client_of(connection), client_list::phase::sending);
+        clients_.enter(client, client_list::phase::sending);
         if (observer_) {
             observer_(request.path, *refused);
         }
@@ -220,21 +193,29 @@ class http_server::parts final {
     }
 
     /// The whole request is there, or its answer.
-    MHD_Result go_on(MHD_Connection* connection, exchange& current) {
+    MHD_Result
+    go_on(MHD_Connection* connection, client_list::client& client, exchange& current) {
         if (current.answer) {
-            clients_.enter(*client_of(connection), client_list::phase::sending);
+            clients_.enter(client, client_list::phase::sending);
             if (stopping_) {
                 current.answer->headers.emplace_back("Connection", "close");
             }
             return send(connection, *std::move(current.answer));
         }
-        clients_.enter(*client_of(connection), client_list::phase::handling);
+        clients_.enter(client, client_list::phase::handling);
         MHD_suspend_connection(connection);
-        handlers_->add([this, connection, &current] {
-            current.answer = answer_to(current.request);
+        bool taken = false;
+        try {
+            taken = handlers_->add([this, connection, &current] {
+                current.answer = answer_to(current.request);
+                MHD_resume_connection(connection);
+            });
+        } catch (const std::exception&) { // out of memory
+        }
+        if (!taken) {
             MHD_resume_connection(connection);
-        });
-        return MHD_YES;
+        }
+        return taken ? MHD_YES : MHD_NO;
     }
 
     [[nodiscard]] MHD_Result send(MHD_Connection* connection, http_answer answer) const {
@@ -250,7 +231,7 @@ class http_server::parts final {
             if (answer.content_type.empty()) {
                 answer.content_type = "text/plain";
             }
-            compress(answer, request);
+            compress(answer, request.header("Accept-Encoding").value_or(""));
         } catch (...) {
             answer = refusal(500);
         }

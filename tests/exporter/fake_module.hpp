@@ -16,7 +16,7 @@ namespace tarvik::monitoring_modules::probe {
 
 /// @return whether it came true within a time that is long for any machine
 inline bool comes_true_soon(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{20};
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{10};
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) {
             return false;

@@ -106,6 +106,25 @@ TEST(worker_pool, runs_what_is_due_while_other_tasks_block) {
     release.count_down();
 }
 
+TEST(worker_pool, has_somebody_else_run_what_is_due_behind_a_task_that_blocks) {
+    std::latch second_ran{1};
+    bool in_time = false;
+    const auto when = clock::now() + 30ms;
+    const auto first = std::make_shared<counting_task>(when, [&] {
+        in_time = comes_true_soon([&] { return second_ran.try_wait(); });
+    });
+    const auto second =
+        std::make_shared<counting_task>(when + 1ns, [&] { second_ran.count_down(); });
+    {
+        worker_pool pool{2};
+        pool.wake(first);
+        std::this_thread::sleep_for(10ms); // somebody waits for it
+        pool.wake(second);
+        EXPECT_TRUE(comes_true_soon([&] { return second_ran.try_wait(); }));
+    }
+    EXPECT_TRUE(in_time);
+}
+
 TEST(worker_pool, takes_a_task_up_again_while_another_one_waits_long) {
     std::latch done{5};
     std::shared_ptr<counting_task> again;
