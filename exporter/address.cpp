@@ -1,8 +1,8 @@
 #include "exporter/address.hpp"
 
+#include "exporter/http/ascii.hpp"
 
 #include <algorithm>
-#include <charconv>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -13,7 +13,7 @@ constexpr std::size_t longest_address = 270; // with brackets and port
 
 struct host_and_port {
     std::string host;
-    std::string port; // empty: not told
+    std::string port; // empty: none
 };
 
 [[nodiscard]] bool is_host_character(char byte) noexcept {
@@ -24,14 +24,6 @@ struct host_and_port {
 [[nodiscard]] bool is_ipv6_character(char byte) noexcept {
     return (byte >= 'a' && byte <= 'f') || (byte >= '0' && byte <= '9') || byte == ':' ||
            byte == '.';
-}
-
-[[nodiscard]] std::string in_lower_case(std::string_view text) {
-    std::string result{text};
-    std::ranges::transform(result, result.begin(), [](char byte) {
-        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte - 'A' + 'a') : byte;
-    });
-    return result;
 }
 
 /// @param wild whether "*" may stand in the host
@@ -46,14 +38,14 @@ struct host_and_port {
         if (end == std::string_view::npos) {
             return std::nullopt;
         }
-        result.host = in_lower_case(text.substr(1, end - 1));
+        result.host = ascii_lower(text.substr(1, end - 1));
         rest = text.substr(end + 1);
         if (!std::ranges::all_of(result.host, is_ipv6_character)) {
             return std::nullopt;
         }
     } else {
         const std::size_t end = std::min(text.find(':'), text.size());
-        result.host = in_lower_case(text.substr(0, end));
+        result.host = ascii_lower(text.substr(0, end));
         rest = text.substr(end);
         if (!std::ranges::all_of(result.host, [wild](char byte) {
                 return is_host_character(byte) || (wild && byte == '*');
@@ -73,10 +65,8 @@ struct host_and_port {
     if (text.empty()) {
         return default_opcua_port;
     }
-    std::uint16_t port = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-    const bool whole = error == std::errc{} && end == text.data() + text.size() && port != 0;
-    return whole ? std::optional{port} : std::nullopt;
+    const auto port = whole_number<std::uint16_t>(text);
+    return port == 0 ? std::nullopt : port;
 }
 
 /// "*" matches any characters but points. The pattern's length bounds the work, as each star only

@@ -1,9 +1,9 @@
 #include "exporter/configuration.hpp"
 
+#include "exporter/yaml_value.hpp"
 #include "probe/nearest_names.hpp"
 #include "probe/probe_error.hpp"
 #include "probe/secret_file.hpp"
-#include "exporter/yaml_value.hpp"
 #include "probe/settings_form.hpp"
 #include "probe/settings_record.hpp"
 #include "probe/terminal_text.hpp"

@@ -1,9 +1,9 @@
 #pragma once
 // What the configuration asks for.
 
-#include "probe/module_document.hpp"
 #include "exporter/address.hpp"
 #include "exporter/http/http_server.hpp"
+#include "probe/module_document.hpp"
 
 #include <chrono>
 #include <cstdint>

@@ -1,6 +1,5 @@
 #include "exporter/connection.hpp"
 
-
 #include <algorithm>
 #include <functional>
 
@@ -145,10 +144,10 @@ server_connection::member* server_connection::choose(time_point now) {
 /// Destroys the sensor, which may take the time of a good-bye to the server.
 void server_connection::dismiss(std::unique_ptr<member> gone) {
     const std::int32_t id = gone->sensor.id();
-    const bool on_board = !gone->expires;
+    const bool was_shown = !gone->expires;
     gone.reset();
     const std::lock_guard lock{mutex_};
-    if (on_board) {
+    if (was_shown) {
         context_.shown.remove_sensor(id);
     }
     if (members_.empty()) {

@@ -4,8 +4,8 @@
 // longer and longer waits; meanwhile the others count as not reached either.
 
 #include "exporter/connection_status.hpp"
-#include "exporter/snapshot.hpp"
 #include "exporter/scanned_sensor.hpp"
+#include "exporter/snapshot.hpp"
 #include "exporter/worker_pool.hpp"
 
 #include <chrono>
@@ -121,6 +121,5 @@ class server_connection final : public timed_task {
     std::vector<std::unique_ptr<member>> members_;
     connection_status status_;
 };
-
 
 } // namespace tarvik::monitoring_modules::probe

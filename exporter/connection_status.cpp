@@ -1,6 +1,5 @@
 #include "exporter/connection_status.hpp"
 
-
 #include <algorithm>
 #include <functional>
 

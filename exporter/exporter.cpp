@@ -2,18 +2,19 @@
 
 #include "exporter/configuration.hpp"
 #include "exporter/http/http_server.hpp"
-#include "exporter/routes.hpp"
+#include "exporter/metrics_answer.hpp"
 #include "exporter/module_access.hpp"
 #include "exporter/own_metrics.hpp"
-#include "exporter/metrics_answer.hpp"
+#include "exporter/routes.hpp"
 #include "exporter/scheduler.hpp"
 
+#include <malloc.h>
+#include <unistd.h>
 
 #include <chrono>
-#include <malloc.h>
 #include <memory>
+
 #include <systemd/sd-daemon.h>
-#include <unistd.h>
 
 namespace tarvik::monitoring_modules::probe {
 

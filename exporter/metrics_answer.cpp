@@ -3,7 +3,6 @@
 #include "exporter/metrics/exposition.hpp"
 #include "exporter/own_metrics.hpp"
 
-
 namespace tarvik::monitoring_modules::probe {
 
 namespace {

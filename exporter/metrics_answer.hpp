@@ -1,9 +1,9 @@
 #pragma once
 // What monitoring systems read: everything that is known, or one server that was just asked.
 
-#include "exporter/snapshot.hpp"
 #include "exporter/http/http_message.hpp"
 #include "exporter/scanned_sensor.hpp"
+#include "exporter/snapshot.hpp"
 
 #include <string>
 

@@ -6,13 +6,14 @@
 #include <algorithm>
 #include <iterator>
 #include <mutex>
+#include <set>
+#include <utility>
+
 #include <prometheus/counter.h>
 #include <prometheus/family.h>
 #include <prometheus/gauge.h>
 #include <prometheus/histogram.h>
 #include <prometheus/registry.h>
-#include <set>
-#include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 

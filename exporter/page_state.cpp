@@ -1,7 +1,7 @@
 #include "exporter/page_state.hpp"
 
-
 #include <cmath>
+
 #include <nlohmann/json.hpp>
 
 namespace tarvik::monitoring_modules::probe {

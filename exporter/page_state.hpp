@@ -1,8 +1,8 @@
 #pragma once
 // What the page shows, as JSON.
 
-#include "probe/module_document.hpp"
 #include "exporter/snapshot.hpp"
+#include "probe/module_document.hpp"
 
 #include <chrono>
 #include <string>

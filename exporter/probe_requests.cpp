@@ -4,7 +4,6 @@
 #include "probe/terminal_text.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <cmath>
 
@@ -23,11 +22,9 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
 /// @return how long the answer may take
 [[nodiscard]] clock::duration time_for(const http_request& request) {
     const std::string text = request.header("X-Prometheus-Scrape-Timeout-Seconds").value_or("");
-    double told = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), told);
-    const bool usable =
-        error == std::errc{} && end == text.data() + text.size() && std::isfinite(told) && told > 0;
-    const seconds whole = usable ? std::min(seconds{told}, longest_time_out) : usual_time_out;
+    const auto given = whole_number<double>(text);
+    const bool usable = given && std::isfinite(*given) && *given > 0;
+    const seconds whole = usable ? std::min(seconds{*given}, longest_time_out) : usual_time_out;
     return std::chrono::duration_cast<clock::duration>(whole - std::min(way_back, whole / 4));
 }
 

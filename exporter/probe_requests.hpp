@@ -2,10 +2,10 @@
 // Answers to /probe?target=HOST:PORT&module=NAME: another system says which server is to be asked
 // now, the configuration says what for and which servers may be asked at all.
 
+#include "exporter/configuration.hpp"
 #include "exporter/http/http_message.hpp"
 #include "exporter/metrics_answer.hpp"
 #include "exporter/scheduler.hpp"
-#include "exporter/configuration.hpp"
 
 #include <atomic>
 #include <chrono>

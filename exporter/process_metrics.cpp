@@ -1,5 +1,4 @@
 #include "exporter/own_metrics.hpp"
-
 #include <sys/resource.h>
 #include <sys/time.h>
 

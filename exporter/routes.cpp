@@ -1,11 +1,10 @@
 #include "exporter/routes.hpp"
 
-#include "probe/probe_error.hpp"
 #include "exporter/page_state.hpp"
+#include "probe/probe_error.hpp"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <string_view>
 #include <vector>
 
@@ -16,20 +15,12 @@ namespace {
 constexpr std::size_t most_curves = 200; // sensors in one request
 constexpr const char* json_type = "application/json";
 
-template <typename Number>
-[[nodiscard]] std::optional<Number> number_of(std::string_view text) {
-    Number number{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool whole = error == std::errc{} && end == text.data() + text.size();
-    return whole ? std::optional{number} : std::nullopt;
-}
-
 /// @return the numbers of a list such as "7,8"; others are left out
 [[nodiscard]] std::vector<std::int32_t> ids_of(std::string_view text) {
     std::vector<std::int32_t> ids;
     while (!text.empty() && ids.size() < most_curves) {
         const std::size_t end = std::min(text.find(','), text.size());
-        if (const auto id = number_of<std::int32_t>(text.substr(0, end))) {
+        if (const auto id = whole_number<std::int32_t>(text.substr(0, end))) {
             ids.push_back(*id);
         }
         text.remove_prefix(std::min(end + 1, text.size()));
@@ -79,7 +70,7 @@ http_answer request_routes::answer(const http_request& request) const {
 }
 
 http_answer request_routes::state(const http_request& request) const {
-    const auto since = number_of<std::uint64_t>(request.parameter("since").value_or("0"));
+    const auto since = whole_number<std::uint64_t>(request.parameter("since").value_or("0"));
     const auto document = languages_.find(request.parameter("language").value_or("en"));
     return {
         .content_type = json_type,

@@ -1,12 +1,12 @@
 #pragma once
 // Which request gets which answer.
 
-#include "probe/module_document.hpp"
-#include "exporter/module_access.hpp"
-#include "exporter/snapshot.hpp"
 #include "exporter/http/http_message.hpp"
 #include "exporter/metrics_answer.hpp"
+#include "exporter/module_access.hpp"
 #include "exporter/probe_requests.hpp"
+#include "exporter/snapshot.hpp"
+#include "probe/module_document.hpp"
 
 #include <map>
 #include <memory>

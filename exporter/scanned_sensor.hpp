@@ -1,12 +1,12 @@
 #pragma once
 // A sensor of the module that is created when it is first needed and scanned again and again.
 
-#include "probe/channel_memory.hpp"
-#include "probe/log_line.hpp"
-#include "exporter/module_access.hpp"
 #include "exporter/configuration.hpp"
+#include "exporter/module_access.hpp"
 #include "exporter/snapshot.hpp"
 #include "exporter/time_source.hpp"
+#include "probe/channel_memory.hpp"
+#include "probe/log_line.hpp"
 
 #include <chrono>
 #include <memory>

@@ -1,6 +1,5 @@
 #include "exporter/scheduler.hpp"
 
-
 #include <algorithm>
 #include <set>
 #include <thread>

@@ -1,8 +1,9 @@
 #pragma once
-// Keeps all sensors scanned: connections one beside the other, on one pool of threads lanes.
+// Keeps all sensors scanned: connections beside each other, on one pool of
+// threads.
 
-#include "exporter/connection.hpp"
 #include "exporter/configuration.hpp"
+#include "exporter/connection.hpp"
 #include "exporter/worker_pool.hpp"
 
 #include <chrono>

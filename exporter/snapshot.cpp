@@ -1,6 +1,5 @@
 #include "exporter/snapshot.hpp"
 
-
 #include <algorithm>
 #include <cmath>
 #include <limits>

@@ -2,10 +2,10 @@
 // What the scans found, for those who show it: the last results of sensors and connections, and the
 // last hour of the channels.
 
+#include "exporter/metrics/channel_metrics.hpp"
 #include "exporter/time_source.hpp"
 #include "probe/channel_memory.hpp"
 #include "probe/connection_state.hpp"
-#include "exporter/metrics/channel_metrics.hpp"
 
 #include <array>
 #include <chrono>

@@ -1,6 +1,5 @@
 #include "exporter/worker_pool.hpp"
 
-
 #include <system_error>
 #include <utility>
 

@@ -1,12 +1,12 @@
 #include "exporter/yaml_value.hpp"
 
+#include "exporter/http/ascii.hpp"
 #include "probe/nearest_names.hpp"
 #include "probe/probe_error.hpp"
 #include "probe/secret_file.hpp"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 
@@ -16,14 +16,6 @@ namespace {
 
 [[nodiscard]] std::string line_of(const YAML::Mark& mark) {
     return mark.is_null() ? "" : std::to_string(mark.line + 1) + ": ";
-}
-
-template <typename Number>
-[[nodiscard]] std::optional<Number> whole_number(std::string_view text) {
-    Number number{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool whole = error == std::errc{} && end == text.data() + text.size();
-    return whole ? std::optional{number} : std::nullopt;
 }
 
 [[nodiscard]] std::optional<double> seconds_of(std::string_view text) {

@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 #include <vector>
+
 #include <yaml-cpp/yaml.h>
 
 namespace tarvik::monitoring_modules::probe {

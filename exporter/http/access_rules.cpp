@@ -1,16 +1,17 @@
 #include "exporter/http/access_rules.hpp"
 
 #include "probe/probe_error.hpp"
+#include <arpa/inet.h>
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <array>
 #include <cstddef>
-#include <gnutls/crypto.h>
-#include <gnutls/gnutls.h>
 #include <new>
 #include <string_view>
 #include <utility>
+
+#include <gnutls/crypto.h>
+#include <gnutls/gnutls.h>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -119,7 +120,7 @@ struct named_host {
     return count == 1 ? request.header(name) : std::nullopt;
 }
 
-/// Browsers say on whose behalf they ask (Fetch Metadata); other clients say nothing. Another page
+/// Browsers tell on whose behalf they ask (Fetch Metadata); other clients do not. Another page
 /// may lead a person here, but it may neither read nor make us work.
 [[nodiscard]] bool is_of_other_page(const http_request& request, std::string_view host) {
     const std::string origin = request.header("Origin").value_or("");

@@ -4,12 +4,12 @@
 // Used on the server's thread, but for unanswered().
 
 #include "exporter/http/http_server.hpp"
+#include <sys/socket.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <list>
-#include <sys/socket.h>
 
 namespace tarvik::monitoring_modules::probe {
 

@@ -1,6 +1,8 @@
 #pragma once
 // What a client asks and what it gets.
 
+#include "exporter/http/ascii.hpp"
+
 #include <algorithm>
 #include <functional>
 #include <map>
@@ -13,16 +15,6 @@
 namespace tarvik::monitoring_modules::probe {
 
 using http_headers = std::vector<std::pair<std::string, std::string>>;
-
-/// Independent of the process's locale.
-[[nodiscard]] constexpr char ascii_lower(char letter) noexcept {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
-[[nodiscard]] constexpr bool
-equal_ignoring_case(std::string_view left, std::string_view right) noexcept {
-    return std::ranges::equal(left, right, {}, ascii_lower, ascii_lower);
-}
 
 /// Texts come from outside: any bytes, perhaps no UTF-8.
 struct http_request {

@@ -3,11 +3,11 @@
 #include "exporter/http/http_message.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
 #include <exception>
 #include <new>
 #include <utility>
+
 #include <zlib.h>
 
 namespace tarvik::monitoring_modules::probe {
@@ -33,16 +33,12 @@ constexpr std::size_t smallest_body = 1024;
     std::string_view part = text.substr(0, text.find(separator));
     text.remove_prefix(std::min(part.size() + 1, text.size()));
     part.remove_prefix(std::min(part.find_first_not_of(" \t"), part.size()));
-    std::string result{part.substr(0, part.find_last_not_of(" \t") + 1)};
-    std::ranges::transform(result, result.begin(), ascii_lower);
-    return result;
+    return ascii_lower(part.substr(0, part.find_last_not_of(" \t") + 1));
 }
 
 [[nodiscard]] double read_weight(const std::string& text) {
-    double weight = 0;
-    const auto [end, problem] = std::from_chars(text.data(), text.data() + text.size(), weight);
-    const bool good = problem == std::errc{} && end == text.data() + text.size();
-    return good && weight >= 0 && weight <= 1 ? weight : 0;
+    const double weight = whole_number<double>(text).value_or(0);
+    return weight >= 0 && weight <= 1 ? weight : 0;
 }
 
 /// A running compressor.

@@ -5,10 +5,11 @@
 #include "exporter/http/listening.hpp"
 
 #include <memory>
-#include <microhttpd.h>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include <microhttpd.h>
 
 namespace tarvik::monitoring_modules::probe {
 

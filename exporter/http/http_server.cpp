@@ -1,24 +1,25 @@
 #include "exporter/http/http_server.hpp"
 
-#include "probe/probe_error.hpp"
 #include "exporter/http/access_rules.hpp"
 #include "exporter/http/client_list.hpp"
-#include "exporter/http/http_response.hpp"
 #include "exporter/http/handler_threads.hpp"
+#include "exporter/http/http_response.hpp"
 #include "exporter/http/listening.hpp"
+#include "probe/probe_error.hpp"
 
 #include <algorithm>
 #include <exception>
-#include <microhttpd.h>
 #include <thread>
 #include <utility>
+
+#include <microhttpd.h>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
 constexpr std::size_t head_of_answer = 4'096;
-constexpr std::size_t margin = 64; // clients that are told to go, but have not gone yet
+constexpr std::size_t margin = 64; // clients that were sent away, but have not gone yet
 
 /// A request from its head to its answer. The library has it, and gives it back in the end.
 struct exchange {

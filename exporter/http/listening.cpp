@@ -2,18 +2,20 @@
 
 #include "probe/probe_error.hpp"
 #include "probe/secret_file.hpp"
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <netdb.h>
 
 #include <array>
 #include <cerrno>
+#include <memory>
+#include <new>
+#include <system_error>
+
 #include <gnutls/abstract.h>
 #include <gnutls/gnutls.h>
-#include <memory>
-#include <netdb.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <new>
-#include <sys/socket.h>
-#include <system_error>
 
 namespace tarvik::monitoring_modules::probe {
 

@@ -1,8 +1,8 @@
 #pragma once
 // What a server needs before the first client: the socket, and certificate and key.
 
-#include "probe/file_descriptor.hpp"
 #include "exporter/http/http_server.hpp"
+#include "probe/file_descriptor.hpp"
 
 #include <cstdint>
 #include <string>

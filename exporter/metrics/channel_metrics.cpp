@@ -1,6 +1,5 @@
 #include "exporter/metrics/channel_metrics.hpp"
 
-
 #include <algorithm>
 #include <set>
 #include <utility>

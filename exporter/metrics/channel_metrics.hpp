@@ -1,10 +1,10 @@
 #pragma once
 // The channels of one sensor as metrics, with labels sensor, server and channel.
 
-#include "probe/message.hpp"
-#include "probe/module_document.hpp"
 #include "exporter/metrics/exposition.hpp"
 #include "exporter/metrics/metric_name.hpp"
+#include "probe/message.hpp"
+#include "probe/module_document.hpp"
 
 #include <cstdint>
 #include <map>

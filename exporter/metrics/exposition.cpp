@@ -239,7 +239,6 @@ std::string exposition::write(exposition_format format) const {
     return writer.finished();
 }
 
-
 exposition_format choose_format(std::string_view accept) {
     double openmetrics = 0;
     double text = 0;

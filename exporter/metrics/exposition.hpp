@@ -81,7 +81,6 @@ class exposition final {
     std::map<std::string, metric_family, std::less<>> families_;
 };
 
-
 /// @param accept header of the request; may be empty
 /// @return OpenMetrics when it is asked for by name and no less wanted than plain text
 [[nodiscard]] exposition_format choose_format(std::string_view accept);

@@ -1,6 +1,5 @@
 #include "exporter/metrics/metric_name.hpp"
 
-
 #include <algorithm>
 #include <array>
 #include <cstddef>

@@ -16,8 +16,8 @@
 //   metric's own name is the state's text, and 1 for the one that holds. The number itself is
 //   beside it as "..._code", for states that have no text.
 
-#include "probe/message.hpp"
 #include "exporter/metrics/exposition.hpp"
+#include "probe/message.hpp"
 
 #include <string>
 #include <string_view>
