@@ -27,7 +27,7 @@ foreach(line IN LISTS lines)
 endforeach()
 file(
     WRITE ${OUTPUT}
-    "#include \"probe/serve/page_assets.hpp\"
+    "#include \"exporter/routes.hpp\"
 
 namespace tarvik::monitoring_modules::probe {
 

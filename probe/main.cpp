@@ -1,8 +1,8 @@
 // opcua-probe: parses its arguments, runs one command and ends with its exit code.
 
+#include "exporter/exporter.hpp"
 #include "probe/commands.hpp"
 #include "probe/plugin/plugin_command.hpp"
-#include "probe/serve/serve_command.hpp"
 
 #include <exception>
 #include <variant>
@@ -25,7 +25,13 @@ struct command_runner {
     exit_code operator()(const endpoints_options& options) const {
         return run_endpoints(context, options);
     }
-    exit_code operator()(const serve_options& options) const { return run_serve(context, options); }
+    exit_code operator()(const serve_options& options) const {
+        return run_exporter(
+            {context.module, options.config, options.check_only, options.log_level},
+            context.terminal,
+            context.interrupt
+        );
+    }
     template <typename Options>
     exit_code operator()(const Options& options) const {
         return run_alone(context, prepare(options, context.terminal));

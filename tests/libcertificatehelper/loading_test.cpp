@@ -1,5 +1,6 @@
 // Every way into the library: what it reads, and what it refuses and how.
 
+#include "libcertificatehelper/source/key_cost.hpp"
 #include "libcertificatehelper/source/openssl_error.hpp"
 #include "tests/libcertificatehelper/support.hpp"
 
@@ -7,8 +8,13 @@
 #include <array>
 #include <climits>
 #include <functional>
+#include <memory>
 
+#include <openssl/bio.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
 #include <openssl/ui.h>
+#include <openssl/x509.h>
 
 using namespace tarvik::monitoring_modules::libcertificatehelper;
 using tarvik::monitoring_modules::libi18n::error_generic;
@@ -216,6 +222,55 @@ TEST(private_key, belongs_to_the_certificate_of_its_public_half) {
         EXPECT_FALSE(key_of(other_rsa)->belongs_to(*certificate));
         EXPECT_FALSE(certificate->get_public_key()->belongs_to(*certificate));
         EXPECT_EQ(ERR_peek_error(), 0U);
+    }
+}
+
+using algorithm = std::unique_ptr<X509_ALGOR, decltype(&X509_ALGOR_free)>;
+
+/// @return a PEM block that claims to be a key, encrypted in this way
+[[nodiscard]] std::string key_encrypted_by(X509_ALGOR* made) {
+    const algorithm encryption{made, X509_ALGOR_free};
+    const std::unique_ptr<X509_SIG, decltype(&X509_SIG_free)> sealed{X509_SIG_new(), X509_SIG_free};
+    X509_ALGOR* place = nullptr;
+    ASN1_OCTET_STRING* content = nullptr;
+    X509_SIG_getm(sealed.get(), &place, &content);
+    EXPECT_EQ(X509_ALGOR_copy(place, encryption.get()), 1);
+    EXPECT_EQ(ASN1_STRING_set(content, "sixteen letters.", 16), 1);
+    const std::unique_ptr<BIO, decltype(&BIO_free)> to{BIO_new(BIO_s_mem()), BIO_free};
+    EXPECT_EQ(PEM_write_bio_PKCS8(to.get(), sealed.get()), 1);
+    char* text = nullptr;
+    const long size = BIO_get_mem_data(to.get(), &text);
+    return {text, static_cast<std::size_t>(size)};
+}
+
+TEST(key_cost, is_bounded_by_some_seconds) {
+    std::array<unsigned char, 8> salt{};
+    const auto pbkdf2 = [&](int rounds) {
+        return key_encrypted_by(PKCS5_pbe2_set_iv(
+            EVP_aes_256_cbc(), rounds, salt.data(), 8, nullptr, NID_hmacWithSHA256
+        ));
+    };
+    const auto triple_des = [&](int rounds) {
+        return key_encrypted_by(
+            PKCS5_pbe_set(NID_pbe_WithSHA1And3_Key_TripleDES_CBC, rounds, salt.data(), 8)
+        );
+    };
+    const auto scrypt = [&](std::uint64_t parallel) {
+        return key_encrypted_by(PKCS5_pbe2_set_scrypt(
+            EVP_aes_256_cbc(), salt.data(), 8, nullptr, 1U << 14U, 1, parallel
+        ));
+    };
+    const std::pair<std::string, bool> rows[] = {
+        {pbkdf2(5'000'000), true},
+        {pbkdf2(5'000'001), false},
+        {triple_des(5'000'000), true},
+        {triple_des(5'000'001), false},
+        {scrypt(1U << 8U), true}, // 2^22 in all
+        {scrypt((1U << 8U) + 1), false},
+    };
+    for (const auto& [pem, affordable] : rows) {
+        const byte_view bytes{reinterpret_cast<const std::uint8_t*>(pem.data()), pem.size()};
+        EXPECT_EQ(has_affordable_key_derivation(bytes), affordable) << pem;
     }
 }
 

@@ -11,7 +11,7 @@ import threading
 import time
 import urllib.parse
 
-PAGE = pathlib.Path(__file__).resolve().parents[2] / "probe/serve/page"
+PAGE = pathlib.Path(__file__).resolve().parents[2] / "exporter/page"
 HEADERS = {
     "Content-Security-Policy": "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; "
     "connect-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'; "

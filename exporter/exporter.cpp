@@ -1,0 +1,160 @@
+#include "exporter/exporter.hpp"
+
+#include "exporter/configuration.hpp"
+#include "exporter/http/http_server.hpp"
+#include "exporter/metrics_answer.hpp"
+#include "exporter/module_access.hpp"
+#include "exporter/own_metrics.hpp"
+#include "exporter/routes.hpp"
+#include "exporter/scheduler.hpp"
+
+#include <malloc.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <memory>
+
+#include <systemd/sd-daemon.h>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto time_to_stop = 20s;       // the longest scan takes some 15 s
+
+/// Tells systemd how far the service is (Type=notify), so that `systemctl start` fails when a
+/// configuration is wrong and `systemctl status` shows what is served. Whether it arrives is the
+/// service manager's concern: without the word it ends the service by itself.
+void notify_service_manager(const std::string& lines) {
+    static_cast<void>(sd_notify(0, lines.c_str()));
+}
+
+[[nodiscard]] bool is_loopback_address(const std::string& address) {
+    return address.starts_with("127.") || address == "::1" || address == "localhost";
+}
+
+[[nodiscard]] std::string url_of(const http_settings& listen, std::uint16_t port) {
+    const bool ipv6 = listen.address.find(':') != std::string::npos;
+    return (listen.tls ? "https://" : "http://") +
+           (ipv6 ? "[" + listen.address + "]" : listen.address) + ":" + std::to_string(port) + "/";
+}
+
+/// Everything that serves, in the order in which it depends on each other.
+class exporter_service final {
+  public:
+    exporter_service(const exporter_options& options, console& terminal)
+        : terminal_{terminal},
+          path_{options.config},
+          module_{options.module, terminal_, options.log_level},
+          languages_{module_},
+          document_{languages_.find("en")},
+          config_{read()} {}
+
+    /// @throws probe_error (usage) also when the files of TLS are not usable
+    void check() const {
+        const http_server unused{
+            config_->listen, [](const http_request& /*request*/) { return http_answer{}; }};
+    }
+
+    /// Serves until the program is to end.
+    void run(interruption& interrupt) {
+        scheduler scans{{module_, *document_, time_, store_, own_}, config_->workers};
+        probe_requests probes{scans, metrics_, config_->requested_scans()};
+        const request_routes routes{store_, languages_, metrics_, probes};
+        http_server server{
+            config_->listen,
+            [&routes](const http_request& request) { return routes.answer(request); },
+            [this](const std::string& path, int status) {
+                own_.served(route_class(path), status);
+            }};
+        prepare(*config_);
+        probes.use(config_);
+        const std::uint16_t port = server.start();
+        scans.apply(config_->sensors);
+        place_ = "Serving " + url_of(config_->listen, port);
+        terminal_.line(place_);
+        if (!is_loopback_address(config_->listen.address) && !config_->listen.basic_auth) {
+            terminal_.line("opcua-probe: warning: whoever reaches this address can read all of it");
+        }
+        interrupt.let_hangup_reload();
+        notify_service_manager("READY=1\nSTATUS=" + place_);
+        while (interrupt.wait_for_reload()) {
+            reload(scans, probes);
+        }
+        notify_service_manager("STOPPING=1\nSTATUS=Closing all sessions");
+        const auto deadline = std::chrono::steady_clock::now() + time_to_stop;
+        probes.stop();
+        server.stop();
+        if (!scans.stop(deadline)) {
+            terminal_.line("opcua-probe: a server does not answer; its sessions stay open");
+            _exit(128 + interrupt.signal());
+        }
+    }
+
+  private:
+    [[nodiscard]] std::shared_ptr<const serve_config> read() const {
+        return std::make_shared<const serve_config>(read_config(path_, *document_));
+    }
+
+    /// Before anything is scanned, so that no scan waits for seconds with its place held.
+    void prepare(const serve_config& config) const {
+        if (takes_generated_key_pair(config)) {
+            module_.prepare();
+        }
+    }
+
+    /// A configuration that is wrong changes nothing.
+    void reload(scheduler& scans, probe_requests& probes) {
+        try {
+            const auto config = read();
+            if (config->listen != config_->listen || config->workers != config_->workers) {
+                terminal_.line("opcua-probe: listen and workers change with a restart only");
+            }
+            prepare(*config);
+            config_ = config;
+            probes.use(config);
+            scans.apply(config->sensors);
+            notify_service_manager("READY=1\nSTATUS=" + place_);
+            terminal_.line(
+                "Configuration read again: " + std::to_string(config->sensors.size()) + " sensors"
+            );
+        } catch (const std::exception& error) {
+            terminal_.line(std::string{"opcua-probe: "} + error.what());
+            terminal_.line("opcua-probe: the configuration stays as it was");
+            notify_service_manager("READY=1\nSTATUS=" + place_ + " as before: the changed configuration is wrong");
+        }
+    }
+
+    console& terminal_;
+    const std::string path_;
+    loaded_module module_;
+    language_cache languages_;
+    const std::shared_ptr<const module_document> document_;
+    std::shared_ptr<const serve_config> config_;
+    std::string place_; ///< "Serving URL"
+    const time_source time_;
+    snapshot_store store_{time_};
+    own_metrics own_{PROBE_VERSION};
+    metrics_answer metrics_{store_, own_, time_};
+};
+
+} // namespace
+
+exit_code
+run_exporter(const exporter_options& options, console& terminal, interruption& interrupt) {
+    // Each thread would get a heap of its own, of which little is ever used.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): there are no other threads yet
+    static_cast<void>(mallopt(M_ARENA_MAX, 2));
+    exporter_service service{options, terminal};
+    if (options.check_only) {
+        service.check();
+        terminal.line("The configuration is right.");
+        return exit_code::ok;
+    }
+    service.run(interrupt);
+    return exit_code::ok;
+}
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,80 @@
+#pragma once
+// Threads on which jobs run in the order in which they came.
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+class handler_threads final {
+  public:
+    /// Must not throw.
+    using job = std::function<void()>;
+
+    /// @param count at least 1
+    explicit handler_threads(std::size_t count) {
+        for (std::size_t i = 0; i < count; ++i) {
+            threads_.emplace_back([this] { work(); });
+        }
+    }
+
+    ~handler_threads() { stop(); }
+    handler_threads(const handler_threads&) = delete;
+    handler_threads& operator=(const handler_threads&) = delete;
+
+    /// @return false: no more are taken
+    [[nodiscard]] bool add(job what) {
+        {
+            const std::lock_guard lock{mutex_};
+            if (stopping_) {
+                return false;
+            }
+            waiting_.push_back(std::move(what));
+        }
+        changed_.notify_one();
+        return true;
+    }
+
+    /// Takes no more jobs, runs those that wait, and waits for them. Called by one thread only.
+    void stop() noexcept {
+        {
+            const std::lock_guard lock{mutex_};
+            stopping_ = true;
+        }
+        changed_.notify_all();
+        for (std::thread& thread : threads_) {
+            if (thread.joinable()) {
+                thread.join();
+            }
+        }
+    }
+
+  private:
+    void work() {
+        std::unique_lock lock{mutex_};
+        while (true) {
+            changed_.wait(lock, [this] { return stopping_ || !waiting_.empty(); });
+            if (waiting_.empty()) {
+                return;
+            }
+            const job taken = std::move(waiting_.front());
+            waiting_.pop_front();
+            lock.unlock();
+            taken();
+            lock.lock();
+        }
+    }
+
+    std::mutex mutex_; // guards all that follows
+    std::condition_variable changed_;
+    std::deque<job> waiting_;
+    bool stopping_ = false;
+    std::vector<std::thread> threads_;
+};
+
+} // namespace tarvik::monitoring_modules::probe

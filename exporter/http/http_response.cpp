@@ -1,0 +1,235 @@
+#include "exporter/http/http_response.hpp"
+
+#include "exporter/http/http_message.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <exception>
+#include <new>
+#include <utility>
+
+#include <zlib.h>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+void put(http_headers& headers, const std::string& name, const std::string& value) {
+    std::erase_if(headers, [&name](const auto& each) {
+        return equal_ignoring_case(each.first, name);
+    });
+    headers.emplace_back(name, value);
+}
+
+void release_body(void* body) {
+    const std::unique_ptr<std::string> last_owner{static_cast<std::string*>(body)};
+}
+
+constexpr std::size_t smallest_body = 1024;
+
+/// Takes what stands before the next separator away from the text.
+/// @return it, in lower case and without blanks around it
+[[nodiscard]] std::string next_part(std::string_view& text, char separator) {
+    std::string_view part = text.substr(0, text.find(separator));
+    text.remove_prefix(std::min(part.size() + 1, text.size()));
+    part.remove_prefix(std::min(part.find_first_not_of(" \t"), part.size()));
+    return ascii_lower(part.substr(0, part.find_last_not_of(" \t") + 1));
+}
+
+[[nodiscard]] double read_weight(const std::string& text) {
+    const double weight = whole_number<double>(text).value_or(0);
+    return weight >= 0 && weight <= 1 ? weight : 0;
+}
+
+/// A running compressor.
+class gzip_stream final {
+  public:
+    gzip_stream() {
+        constexpr int largest_window_with_gzip_head = 15 + 16; // as zlib numbers them
+        constexpr int usual_memory = 8;
+        if (deflateInit2(
+                &state_,
+                Z_DEFAULT_COMPRESSION,
+                Z_DEFLATED,
+                largest_window_with_gzip_head,
+                usual_memory,
+                Z_DEFAULT_STRATEGY
+            ) != Z_OK) {
+            throw std::bad_alloc{};
+        }
+    }
+    ~gzip_stream() { deflateEnd(&state_); }
+    gzip_stream(const gzip_stream&) = delete;
+    gzip_stream& operator=(const gzip_stream&) = delete;
+
+    [[nodiscard]] z_stream& state() noexcept { return state_; }
+
+  private:
+    z_stream state_{};
+};
+
+[[nodiscard]] bool is_worth_compressing(const http_answer& answer) {
+    const std::string type = answer.content_type.substr(0, answer.content_type.find(';'));
+    return answer.body.size() >= smallest_body &&
+           (type.starts_with("text/") || type == "application/openmetrics-text" ||
+            type == "application/json" || type == "image/svg+xml");
+}
+
+[[nodiscard]] std::string gzipped(const std::string& body) {
+    gzip_stream stream;
+    z_stream& state = stream.state();
+    std::string result(deflateBound(&state, body.size()), '\0');
+    // zlib takes bytes as not constant, but leaves them as they are.
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
+    state.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(body.data()));
+    state.avail_in = static_cast<uInt>(body.size());
+    state.next_out = reinterpret_cast<Bytef*>(result.data());
+    state.avail_out = static_cast<uInt>(result.size());
+    if (deflate(&state, Z_FINISH) != Z_STREAM_END) {
+        throw std::bad_alloc{};
+    }
+    result.resize(state.total_out);
+    return result;
+}
+
+[[nodiscard]] std::string text_of(const char* bytes, std::size_t size) {
+    return bytes == nullptr ? std::string{} : std::string{bytes, size};
+}
+
+/// Headers or parameters, and whether one was lost.
+struct collected {
+    http_headers values;
+    bool lost = false;
+};
+
+MHD_Result collect(
+    void* to,
+    MHD_ValueKind /*kind*/,
+    const char* name,
+    std::size_t name_size,
+    const char* value,
+    std::size_t size
+) noexcept {
+    auto& all = *static_cast<collected*>(to);
+    try {
+        all.values.emplace_back(text_of(name, name_size), text_of(value, size));
+    } catch (const std::exception&) { // out of memory
+        all.lost = true;
+    }
+    return MHD_YES;
+}
+
+[[nodiscard]] http_headers values_of(MHD_Connection* connection, MHD_ValueKind kind) {
+    collected all;
+    MHD_get_connection_values_n(connection, kind, collect, &all);
+    if (all.lost) {
+        throw std::bad_alloc{};
+    }
+    return std::move(all.values);
+}
+
+} // namespace
+
+http_request
+read_request(MHD_Connection* connection, const char* path, const char* method) {
+    const http_headers parameters = values_of(connection, MHD_GET_ARGUMENT_KIND);
+    return {
+        method,
+        path,
+        {parameters.begin(), parameters.end()},
+        values_of(connection, MHD_HEADER_KIND)};
+}
+
+http_headers fixed_headers(bool secure) {
+    http_headers headers{
+        {"Accept-Ranges", "none"},
+        {"Cache-Control", "no-store"},
+        {"Content-Security-Policy",
+         "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src "
+         "'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'; "
+         "require-trusted-types-for 'script'"},
+        {"Cross-Origin-Embedder-Policy", "require-corp"},
+        {"Cross-Origin-Opener-Policy", "same-origin"},
+        {"Cross-Origin-Resource-Policy", "same-origin"},
+        {"Permissions-Policy",
+         "camera=(), display-capture=(), geolocation=(), microphone=(), payment=(), usb=()"},
+        {"Referrer-Policy", "no-referrer"},
+        {"X-Content-Type-Options", "nosniff"},
+        {"X-Frame-Options", "DENY"},
+    };
+    if (secure) {
+        headers.emplace_back("Strict-Transport-Security", "max-age=31536000");
+    }
+    return headers;
+}
+
+http_answer refusal(int status) {
+    http_answer answer{
+        status,
+        "text/plain; charset=utf-8",
+        std::to_string(status) + " " + MHD_get_reason_phrase_for(static_cast<unsigned>(status)) +
+            "\n",
+        {{"Connection", "close"}}};
+    if (status == 401) {
+        answer.headers.emplace_back(
+            "WWW-Authenticate", R"(Basic realm="opcua-probe", charset="UTF-8")"
+        );
+    }
+    if (status == 405) {
+        answer.headers.emplace_back("Allow", "GET, HEAD");
+    }
+    return answer;
+}
+
+response_owner make_response(http_answer answer, http_headers fixed) {
+    for (const auto& [name, value] : answer.headers) {
+        put(fixed, name, value);
+    }
+    put(fixed, "Content-Type", answer.content_type);
+    auto body = std::make_unique<std::string>(std::move(answer.body));
+    response_owner response{MHD_create_response_from_buffer_with_free_callback_cls(
+        body->size(), body->data(), release_body, body.get()
+    )};
+    if (response == nullptr) {
+        throw std::bad_alloc{};
+    }
+    static_cast<void>(body.release()); // to the response
+    for (const auto& [name, value] : fixed) {
+        if (MHD_add_response_header(response.get(), name.c_str(), value.c_str()) != MHD_YES) {
+            throw std::bad_alloc{};
+        }
+    }
+    return response;
+}
+
+std::vector<accepted_choice> accepted_choices(std::string_view header) {
+    std::vector<accepted_choice> choices;
+    while (!header.empty()) {
+        std::string_view range = header.substr(0, header.find(','));
+        header.remove_prefix(std::min(range.size() + 1, header.size()));
+        accepted_choice& choice = choices.emplace_back();
+        choice.name = next_part(range, ';');
+        while (!range.empty()) {
+            const std::string parameter = next_part(range, ';');
+            if (parameter.starts_with("q=")) {
+                choice.weight = read_weight(parameter.substr(2));
+            } else if (parameter.starts_with("version=")) {
+                choice.version = parameter.substr(8);
+                std::erase(choice.version, '"');
+            }
+        }
+    }
+    return choices;
+}
+
+void compress(http_answer& answer, std::string_view accept_encoding) {
+    if (is_worth_compressing(answer) &&
+        std::ranges::any_of(accepted_choices(accept_encoding), [](const auto& choice) {
+            return choice.name == "gzip" && choice.weight > 0;
+        })) {
+        answer.body = gzipped(answer.body);
+        answer.headers.emplace_back("Content-Encoding", "gzip");
+    }
+}
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,145 @@
+#include "exporter/http/listening.hpp"
+
+#include "probe/probe_error.hpp"
+#include "probe/secret_file.hpp"
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+
+#include <netdb.h>
+
+#include <array>
+#include <cerrno>
+#include <memory>
+#include <new>
+#include <system_error>
+
+#include <gnutls/abstract.h>
+#include <gnutls/gnutls.h>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+constexpr int backlog = 128;
+
+struct address_list_deleter {
+    void operator()(addrinfo* list) const noexcept { freeaddrinfo(list); }
+};
+using address_list = std::unique_ptr<addrinfo, address_list_deleter>;
+
+[[nodiscard]] address_list resolve(const std::string& address, std::uint16_t port) {
+    addrinfo hints{};
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = AI_PASSIVE | AI_NUMERICSERV;
+    addrinfo* found = nullptr;
+    const int result = getaddrinfo(address.c_str(), std::to_string(port).c_str(), &hints, &found);
+    if (result != 0) {
+        throw probe_error{
+            exit_code::usage,
+            "Cannot listen on \"" + address + "\": " + std::string{gai_strerror(result)}};
+    }
+    return address_list{found};
+}
+
+/// @return the IP address as text, with its port
+[[nodiscard]] std::pair<std::string, std::uint16_t>
+name_of(const sockaddr_storage& address, socklen_t size) {
+    std::array<char, NI_MAXHOST> host{};
+    std::array<char, NI_MAXSERV> port{};
+    const int result = getnameinfo(
+        reinterpret_cast<const sockaddr*>(&address),
+        size,
+        host.data(),
+        host.size(),
+        port.data(),
+        port.size(),
+        NI_NUMERICHOST | NI_NUMERICSERV
+    );
+    if (result != 0) {
+        return {};
+    }
+    return {host.data(), static_cast<std::uint16_t>(std::stoi(port.data()))};
+}
+
+void switch_option(int socket, int level, int option, int value) noexcept {
+    setsockopt(socket, level, option, &value, sizeof value);
+}
+
+using private_key = std::unique_ptr<gnutls_privkey_st, releaser<gnutls_privkey_deinit>>;
+using credentials = std::unique_ptr<
+    std::remove_pointer_t<gnutls_certificate_credentials_t>,
+    releaser<gnutls_certificate_free_credentials>>;
+
+template <typename Owner>
+[[nodiscard]] Owner made(int (*make)(typename Owner::pointer*)) {
+    typename Owner::pointer raw = nullptr;
+    if (make(&raw) != GNUTLS_E_SUCCESS) {
+        throw std::bad_alloc{};
+    }
+    return Owner{raw};
+}
+
+/// The library takes bytes as not constant, but leaves them as they are.
+[[nodiscard]] gnutls_datum_t bytes_of(std::string& text) {
+    return {reinterpret_cast<unsigned char*>(text.data()), static_cast<unsigned>(text.size())};
+}
+
+void check(int result, const std::string& problem) {
+    if (result < 0) {
+        throw probe_error{
+            exit_code::usage, "TLS of the web page: " + problem + ": " + gnutls_strerror(result)};
+    }
+}
+
+} // namespace
+
+listening_socket::listening_socket(const std::string& address, std::uint16_t port) {
+    const address_list addresses = resolve(address, port);
+    const auto check = [&](bool good) {
+        if (!good) {
+            throw probe_error{
+                exit_code::not_loaded,
+                "Cannot listen on \"" + address + "\", port " + std::to_string(port) + ": " +
+                    std::generic_category().message(errno)};
+        }
+    };
+    file_descriptor made{
+        ::socket(addresses->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)};
+    check(made.get() >= 0);
+    // Connections of a former run may still be closing; another listener is an error all the same.
+    switch_option(made.get(), SOL_SOCKET, SO_REUSEADDR, 1);
+    if (addresses->ai_family == AF_INET6) {
+        switch_option(made.get(), IPPROTO_IPV6, IPV6_V6ONLY, 0);
+    }
+    check(::bind(made.get(), addresses->ai_addr, addresses->ai_addrlen) == 0);
+    check(::listen(made.get(), backlog) == 0);
+    sockaddr_storage bound{};
+    socklen_t size = sizeof bound;
+    check(getsockname(made.get(), reinterpret_cast<sockaddr*>(&bound), &size) == 0);
+    std::tie(address_, port_) = name_of(bound, size);
+    socket_.swap(made);
+}
+
+tls_pem read_tls_files(const http_tls_files& files) {
+    tls_pem pem{read_file(files.certificate), read_file(files.key)};
+    const gnutls_datum_t certificate = bytes_of(pem.certificate);
+    const gnutls_datum_t key = bytes_of(pem.key);
+    const auto parsed = made<private_key>(gnutls_privkey_init);
+    check(
+        gnutls_privkey_import_x509_raw(parsed.get(), &key, GNUTLS_X509_FMT_PEM, nullptr, 0),
+        "the key \"" + files.key + "\" is unusable"
+    );
+    const auto both = made<credentials>(gnutls_certificate_allocate_credentials);
+    check(
+        gnutls_certificate_set_x509_key_mem2(
+            both.get(), &certificate, &key, GNUTLS_X509_FMT_PEM, nullptr, 0
+        ),
+        "the certificate \"" + files.certificate + "\" is unusable with the key \"" + files.key +
+            "\""
+    );
+    return pem;
+}
+
+} // namespace tarvik::monitoring_modules::probe

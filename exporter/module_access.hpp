@@ -1,0 +1,89 @@
+#pragma once
+// What the exporter asks of the module, in terms of sensors and results, so that tests can stand in
+// for it.
+
+#include "probe/console.hpp"
+#include "probe/kept_state.hpp"
+#include "probe/log_line.hpp"
+#include "probe/message.hpp"
+#include "probe/module_library.hpp"
+#include "probe/monitoring_module.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// What one call for a sensor came to.
+struct module_answer {
+    std::uint32_t status = OPCUA_MODULE_DONE;
+    std::optional<scan_result> result; ///< the last one of this sensor
+    std::uint32_t sessions_opened = 0;
+    std::uint32_t retries = 0; ///< made by the module itself
+    std::vector<log_line> log; ///< when it was asked for
+};
+
+/// Any threads may call it at once; calls block until the module has answered.
+class module_access {
+  public:
+    module_access() = default;
+    module_access(const module_access&) = delete;
+    module_access& operator=(const module_access&) = delete;
+    virtual ~module_access() = default;
+
+    // @throws probe_error when a message was lost or makes no sense
+
+    /// @param record settings of the sensor
+    [[nodiscard]] virtual module_answer
+    create(std::int32_t id, const std::string& record, bool keep_log) = 0;
+
+    /// @param id of a sensor that was created
+    [[nodiscard]] virtual module_answer scan(std::int32_t id, bool keep_log) = 0;
+
+    /// Closes the connection when no other sensor uses it, which may take a moment.
+    virtual void destroy(std::int32_t id) noexcept = 0;
+
+    /// @param record settings of an endpoint check
+    /// @return its answer; nothing when it could not be had
+    [[nodiscard]] virtual std::optional<bool> has_matching_endpoint(const std::string& record) = 0;
+};
+
+/// The module, loaded and initialised. What it logs goes to the terminal, as far as it matters.
+class loaded_module final : public module_access {
+  public:
+    /// @param chosen path; empty: where it usually is
+    /// @param terminal must outlive this object
+    /// @param shown lines of this severity and below go to the terminal
+    /// @throws probe_error when it cannot be loaded or initialised
+    loaded_module(const std::string& chosen, console& terminal, std::int32_t shown);
+    ~loaded_module() override;
+    loaded_module(const loaded_module&) = delete;
+    loaded_module& operator=(const loaded_module&) = delete;
+
+    /// @see monitoring_module::information
+    [[nodiscard]] std::string information(bool texts) const { return module_->information(texts); }
+
+    /// Does what takes long and is done once, if it has not been done.
+    void prepare() const noexcept { module_->prepare(); }
+
+    [[nodiscard]] module_answer
+    create(std::int32_t id, const std::string& record, bool keep_log) override;
+    [[nodiscard]] module_answer scan(std::int32_t id, bool keep_log) override;
+    void destroy(std::int32_t id) noexcept override { module_->destroy_sensor(id); }
+    [[nodiscard]] std::optional<bool> has_matching_endpoint(const std::string& record) override;
+
+    /// Takes a line of the log.
+    void take(std::string_view source, std::int32_t severity, std::string_view text) noexcept;
+
+  private:
+    console& terminal_;
+    const std::int32_t shown_;
+    const module_library library_;
+    kept_state store_;
+    std::optional<monitoring_module> module_; // made when its log is heard
+};
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,121 @@
+#include "exporter/probe_requests.hpp"
+
+#include "probe/log_line.hpp"
+#include "probe/terminal_text.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+using clock = std::chrono::steady_clock;
+using seconds = std::chrono::duration<double>;
+
+constexpr seconds usual_time_out{10};
+constexpr seconds longest_time_out{60};
+constexpr std::chrono::milliseconds look_for_stop{200};
+constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer's way back
+
+/// @return how long the answer may take
+[[nodiscard]] clock::duration time_for(const http_request& request) {
+    const std::string text = request.header("X-Prometheus-Scrape-Timeout-Seconds").value_or("");
+    const auto given = whole_number<double>(text);
+    const bool usable = given && std::isfinite(*given) && *given > 0;
+    const seconds whole = usable ? std::min(seconds{*given}, longest_time_out) : usual_time_out;
+    return std::chrono::duration_cast<clock::duration>(whole - std::min(way_back, whole / 4));
+}
+
+[[nodiscard]] http_answer with_log(const http_answer& metrics, const scan_outcome* outcome) {
+    std::string text = "# What the scan logged\n";
+    if (outcome == nullptr) {
+        text += "(no result in time)\n";
+    } else {
+        for (const log_line& line : outcome->log) {
+            text += sanitise(to_text(line)) + "\n";
+        }
+        text += "\n# Result\n" + sanitise(outcome->shown->text) + "\n";
+    }
+    return plain_answer(200, text + "\n# Metrics\n" + metrics.body);
+}
+
+using scan_count = std::shared_ptr<std::atomic<std::size_t>>;
+
+/// @return what counts as long as it lives; null when there are as many already
+[[nodiscard]] std::shared_ptr<void> counted_scan(const scan_count& count, std::size_t most) {
+    if (++*count > most) {
+        --*count;
+        return nullptr;
+    }
+    return {count.get(), [count](void* /*unused*/) { --*count; }};
+}
+
+} // namespace
+
+void probe_requests::use(std::shared_ptr<const serve_config> config) {
+    const std::lock_guard lock{mutex_};
+    config_ = std::move(config);
+}
+
+http_answer probe_requests::answer(const http_request& request) {
+    std::shared_ptr<const serve_config> config;
+    {
+        const std::lock_guard lock{mutex_};
+        config = config_;
+    }
+    const auto target = request.parameter("target");
+    const auto name = request.parameter("module");
+    if (!target || !name) {
+        return plain_answer(400, "/probe?target=HOST:PORT&module=NAME\n");
+    }
+    const auto found = config->modules.find(*name);
+    if (found == config->modules.end()) {
+        return plain_answer(404, "there is no such module\n");
+    }
+    const auto server = parse_address(*target);
+    if (!server) {
+        return plain_answer(400, "the target is no HOST, HOST:PORT or [IPv6]:PORT\n");
+    }
+    const scan_module& module = found->second;
+    if (std::ranges::none_of(module.targets, [&server](const std::string& pattern) {
+            return matches(pattern, *server);
+        })) {
+        return plain_answer(403, "the module's targets do not include this one\n");
+    }
+    return scan(request, make_plan(server->text(), module, *server, std::chrono::seconds{0}));
+}
+
+std::optional<scan_outcome>
+probe_requests::wait_for(std::future<scan_outcome>& answer, clock::time_point deadline) const {
+    while (!stopping_) {
+        const clock::time_point next = std::min(deadline, clock::now() + look_for_stop);
+        if (answer.wait_until(next) == std::future_status::ready) {
+            return answer.get();
+        }
+        if (clock::now() >= deadline) {
+            break;
+        }
+    }
+    return std::nullopt;
+}
+
+http_answer probe_requests::scan(const http_request& request, const sensor_plan& plan) {
+    const clock::time_point deadline = clock::now() + time_for(request);
+    std::shared_ptr<void> counted = counted_scan(running_, most_);
+    if (counted == nullptr) {
+        return plain_answer(503, "too many servers are being asked at this moment\n");
+    }
+    const bool debug = request.parameter("debug") == "true";
+    auto answer = scheduler_.request(plan, debug, std::move(counted));
+    if (!answer) {
+        return plain_answer(503, "too many servers have been asked in the last minutes\n");
+    }
+    const std::optional<scan_outcome> outcome = wait_for(*answer, deadline);
+    const scan_outcome* const result = outcome ? &*outcome : nullptr;
+    http_answer metrics = metrics_.one(plan, result, request.header("Accept").value_or(""));
+    return debug ? with_log(metrics, result) : std::move(metrics);
+}
+
+} // namespace tarvik::monitoring_modules::probe

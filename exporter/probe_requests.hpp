@@ -1,0 +1,59 @@
+#pragma once
+// Answers to /probe?target=HOST:PORT&module=NAME: another system says which server is to be asked
+// now, the configuration says what for and which servers may be asked at all.
+
+#include "exporter/configuration.hpp"
+#include "exporter/http/http_message.hpp"
+#include "exporter/metrics_answer.hpp"
+#include "exporter/scheduler.hpp"
+
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// Thread-safe.
+class probe_requests final {
+  public:
+    /// Scheduler and metrics must outlive this object.
+    /// @param most scans for requests at one time, also of those whose clients wait no longer: the
+    /// others keep their threads
+    probe_requests(scheduler& scans, const metrics_answer& metrics, std::size_t most)
+        : scheduler_{scans},
+          metrics_{metrics},
+          most_{most} {}
+
+    /// Replaces the modules that are answered for.
+    void use(std::shared_ptr<const serve_config> config);
+
+    /// 400 for a request that makes no sense, 403 for a server that may not be asked, 404 for an
+    /// unknown module, 503 when too much is asked at one time; else 200, also when the server could
+    /// not be reached: the metrics tell. Ends before the time-out that the header
+    /// X-Prometheus-Scrape-Timeout-Seconds names, 10 s without it.
+    [[nodiscard]] http_answer answer(const http_request& request);
+
+    /// Whoever waits for a scan is answered at once, as if time were over.
+    void stop() noexcept { stopping_ = true; }
+
+  private:
+    [[nodiscard]] http_answer scan(const http_request& request, const sensor_plan& plan);
+
+    [[nodiscard]] std::optional<scan_outcome> wait_for(
+        std::future<scan_outcome>& answer, std::chrono::steady_clock::time_point deadline
+    ) const;
+
+    scheduler& scheduler_;
+    const metrics_answer& metrics_;
+    const std::size_t most_;
+    std::atomic<bool> stopping_ = false;
+    const std::shared_ptr<std::atomic<std::size_t>> running_ =
+        std::make_shared<std::atomic<std::size_t>>(0);
+    std::mutex mutex_;
+    std::shared_ptr<const serve_config> config_; // guarded by mutex_
+};
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,239 @@
+#include "exporter/yaml_value.hpp"
+
+#include "exporter/http/ascii.hpp"
+#include "probe/nearest_names.hpp"
+#include "probe/probe_error.hpp"
+#include "probe/secret_file.hpp"
+#include "probe/terminal_text.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+[[nodiscard]] std::string line_of(const YAML::Mark& mark) {
+    return mark.is_null() ? "" : std::to_string(mark.line + 1) + ": ";
+}
+
+[[nodiscard]] std::optional<double> seconds_of(std::string_view text) {
+    constexpr std::array<std::pair<std::string_view, double>, 4> units{
+        {{"ms", 0.001}, {"s", 1}, {"m", 60}, {"h", 3600}}};
+    for (const auto& [name, factor] : units) {
+        if (text.ends_with(name)) {
+            const auto number = whole_number<double>(text.substr(0, text.size() - name.size()));
+            return number ? std::optional{*number * factor} : std::nullopt;
+        }
+    }
+    return whole_number<double>(text);
+}
+
+[[nodiscard]] std::string read_at(const yaml_value& value, const std::string& path) {
+    try {
+        return read_file(path);
+    } catch (const std::exception& error) {
+        value.fail(error.what());
+    }
+}
+
+[[nodiscard]] std::string environment(const yaml_value& value, const char* name) {
+    const char* const text = std::getenv(name);
+    if (text == nullptr) {
+        value.fail(std::string{"the environment has no variable "} + name);
+    }
+    return text;
+}
+
+/// Editors end a file with a line end, which is no part of a password; a certificate keeps its own.
+[[nodiscard]] std::string without_last_line_end(std::string text) {
+    const bool several_lines = text.find('\n') != text.rfind('\n');
+    return several_lines ? std::move(text) : without_line_end(std::move(text));
+}
+
+[[nodiscard]] std::string credential_path(const yaml_value& value) {
+    const std::string name = value.text();
+    if (name.empty() || name.front() == '.' || name.find('/') != std::string::npos) {
+        value.fail("this can be no name of a credential");
+    }
+    return environment(value, "CREDENTIALS_DIRECTORY") + "/" + name;
+}
+
+} // namespace
+
+yaml_value::yaml_value(const YAML::Node& node, std::string place, std::string file)
+    : node_{node},
+      place_{std::move(place)},
+      file_{std::move(file)} {}
+
+yaml_value yaml_value::parse(const std::string& text, const std::string& file) {
+    try {
+        return {YAML::Load(text), "", file};
+    } catch (const YAML::Exception& error) {
+        throw probe_error{exit_code::usage, file + ":" + line_of(error.mark) + error.msg};
+    }
+}
+
+yaml_value yaml_value::at(const YAML::Node& node, const std::string& name) const {
+    return {node, place_.empty() ? name : place_ + "." + name, file_};
+}
+
+std::optional<yaml_value> yaml_value::find(const std::string& name) const {
+    if (!node_.IsMap()) {
+        fail("expected a mapping");
+    }
+    const YAML::Node found = node_[name];
+    if (!found || found.IsNull()) {
+        return std::nullopt;
+    }
+    return at(found, name);
+}
+
+yaml_value yaml_value::required(const std::string& name) const {
+    auto found = find(name);
+    if (!found) {
+        fail("\"" + name + "\" is required");
+    }
+    return *std::move(found);
+}
+
+std::vector<std::pair<std::string, yaml_value>> yaml_value::members() const {
+    if (!node_.IsMap()) {
+        fail("expected a mapping");
+    }
+    std::vector<std::pair<std::string, yaml_value>> result;
+    for (const auto& member : node_) {
+        if (!member.first.IsScalar()) {
+            fail("the names of members must be texts");
+        }
+        const std::string name = member.first.Scalar();
+        if (std::ranges::any_of(result, [&name](const auto& each) { return each.first == name; })) {
+            fail("\"" + name + "\" stands here twice");
+        }
+        result.emplace_back(name, at(member.second, name));
+    }
+    return result;
+}
+
+std::vector<yaml_value> yaml_value::items() const {
+    if (!node_.IsSequence()) {
+        fail("expected a list");
+    }
+    std::vector<yaml_value> result;
+    for (std::size_t i = 0; i < node_.size(); ++i) {
+        result.push_back({node_[i], place_ + "[" + std::to_string(i) + "]", file_});
+    }
+    return result;
+}
+
+void yaml_value::allow_only(std::initializer_list<const char*> names) const {
+    const std::vector<std::string> known{names.begin(), names.end()};
+    for (const auto& [name, value] : members()) {
+        if (std::ranges::find(known, name) == known.end()) {
+            value.fail("there is no such setting here" + did_you_mean(nearest_names(name, known)));
+        }
+    }
+}
+
+std::string yaml_value::text() const {
+    if (!node_.IsScalar()) {
+        fail("expected a text");
+    }
+    return node_.Scalar();
+}
+
+std::int64_t yaml_value::integer(std::int64_t lowest, std::int64_t highest) const {
+    const auto number = whole_number<std::int64_t>(text());
+    if (!number || *number < lowest || *number > highest) {
+        fail(
+            "expected a whole number from " + std::to_string(lowest) + " to " +
+            std::to_string(highest)
+        );
+    }
+    return *number;
+}
+
+std::chrono::milliseconds
+yaml_value::duration(std::chrono::milliseconds shortest, std::chrono::milliseconds longest) const {
+    const std::optional<double> seconds = seconds_of(text());
+    if (!seconds || !(*seconds * 1000 >= static_cast<double>(shortest.count())) ||
+        !(*seconds * 1000 <= static_cast<double>(longest.count()))) {
+        fail(
+            "expected a time from " + std::to_string(shortest.count()) + "ms to " +
+            std::to_string(longest.count() / 1000) + "s, such as 10s"
+        );
+    }
+    return std::chrono::milliseconds{std::llround(*seconds * 1000)};
+}
+
+std::string yaml_value::text_of(const std::string& name, const std::string& fallback) const {
+    const auto found = find(name);
+    return found ? found->text() : fallback;
+}
+
+std::int64_t yaml_value::integer_of(
+    const std::string& name, std::int64_t lowest, std::int64_t highest, std::int64_t fallback
+) const {
+    const auto found = find(name);
+    return found ? found->integer(lowest, highest) : fallback;
+}
+
+std::vector<std::string> yaml_value::texts_of(const std::string& name) const {
+    std::vector<std::string> result;
+    if (const auto found = find(name)) {
+        for (const yaml_value& item : found->items()) {
+            result.push_back(item.text());
+        }
+    }
+    return result;
+}
+
+void yaml_value::fail(const std::string& problem) const {
+    // Sanitised here, because the text of an exception ends at a zero byte, which a file may hold.
+    throw probe_error{
+        exit_code::usage,
+        sanitise(
+            file_ + ":" + line_of(node_.Mark()) + (place_.empty() ? "" : place_ + ": ") + problem
+        )};
+}
+
+std::string value_source::path(const std::string& text) const {
+    return (folder_ / text).string();
+}
+
+sourced_value value_source::read(const yaml_value& value) const {
+    if (!value.is_mapping()) {
+        return {value.text(), false};
+    }
+    // An unknown member is not named: it may be a secret that somebody put into braces.
+    const auto members = value.members();
+    const std::string source = members.size() == 1 ? members.front().first : std::string{};
+    if (source != "file" && source != "env" && source != "credential") {
+        value.fail("expected one of file, env and credential");
+    }
+    if (const auto file = value.find("file")) {
+        return {without_last_line_end(read_at(*file, path(file->text()))), true};
+    }
+    if (const auto name = value.find("env")) {
+        return {environment(*name, name->text().c_str()), true};
+    }
+    const yaml_value name = value.required("credential");
+    return {without_last_line_end(read_at(name, credential_path(name))), true};
+}
+
+std::string value_source::secret(const yaml_value& value, bool open) const {
+    sourced_value result = read(value);
+    if (!result.from_outside && open && !result.text.empty()) {
+        value.fail("everybody can read this file, and it holds a secret: chmod o-rwx, or name a "
+                   "{file: PATH}, {env: NAME} or {credential: NAME}");
+    }
+    if (value.is_mapping() && value.find("file") &&
+        is_open_to_all(path(value.required("file").text()))) {
+        value.fail("everybody can read the secret in this file: chmod o-rwx");
+    }
+    return std::move(result.text);
+}
+
+} // namespace tarvik::monitoring_modules::probe

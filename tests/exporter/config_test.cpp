@@ -1,0 +1,198 @@
+// The configuration of `serve`: what it makes of right files, and what it says about wrong ones.
+
+#include "exporter/configuration.hpp"
+#include "probe/module_document.hpp"
+#include "tests/probe/expect_error.hpp"
+#include "tests/probe/made_up_document.hpp"
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <tuple>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::Not;
+
+class config_file : public testing::Test {
+  protected:
+    config_file() {
+        std::string name = testing::TempDir() + "serve-XXXXXX";
+        folder_ = mkdtemp(name.data());
+    }
+    void TearDown() override { std::filesystem::remove_all(folder_); }
+
+    [[nodiscard]] std::string
+    write(const std::string& name, const std::string& text, mode_t mode = 0600) const {
+        std::string path = folder_ + "/" + name;
+        std::ofstream{path} << text;
+        EXPECT_EQ(chmod(path.c_str(), mode), 0);
+        return path;
+    }
+
+    serve_config read(const std::string& text, mode_t mode = 0600) {
+        return read_config(write("probe.yaml", text, mode), document_);
+    }
+
+    std::string folder_;
+    module_document document_{made_up_document};
+};
+
+constexpr const char* modules =
+    "modules:\n"
+    "  pump: {kind: pump_sensor, targets: ['10.0.0.*'], settings: {way: user, pin: 12}}\n";
+
+TEST_F(config_file, makes_plans_of_modules_and_targets) {
+    const serve_config config = read(
+        std::string{modules} +
+        "sensors:\n"
+        "  - {module: pump, target: PLC-7, interval: 1.5}\n"
+        "  - {name: two, module: pump, target: '[::1]:4841', interval: 500ms}\n"
+    );
+    ASSERT_EQ(config.sensors.size(), 2U);
+    const sensor_plan& first = config.sensors[0];
+    EXPECT_EQ(first.name, "pump@plc-7:4840");
+    EXPECT_EQ(first.connection, "plc-7:4840");
+    EXPECT_EQ(first.interval, 1500ms);
+    EXPECT_THAT(first.record, HasSubstr(R"("credentials.login.pin":"12")"));
+    EXPECT_THAT(first.check, HasSubstr(R"("kind":"endpoint_validation_check")"));
+    const sensor_plan& second = config.sensors[1];
+    EXPECT_EQ(second.connection, "[::1]:4841");
+    EXPECT_THAT(second.record, HasSubstr(R"("host":"::1")"));
+    EXPECT_THAT(second.record, HasSubstr(R"("ipversion":"IPv6")"));
+    EXPECT_EQ(config.listen.address, "127.0.0.1");
+    EXPECT_EQ(config.modules.at("pump").targets, std::vector<std::string>{"10.0.0.*"});
+}
+
+TEST_F(config_file, takes_secrets_from_where_they_are_kept) {
+    std::ignore = write("pw", "from file\n");
+    ASSERT_EQ(setenv("SERVE_TEST_SECRET", "from environment", 1), 0);
+    ASSERT_EQ(setenv("CREDENTIALS_DIRECTORY", folder_.c_str(), 1), 0);
+    for (const auto& [source, text] : std::vector<std::pair<std::string, std::string>>{
+             {"{file: pw}", "from file"},
+             {"{env: SERVE_TEST_SECRET}", "from environment"},
+             {"{credential: pw}", "from file"},
+             {"plain", "plain"}}) {
+        EXPECT_EQ(
+            read("listen: {basic_auth: {user: u, password: " + source + "}}")
+                .listen.basic_auth->password,
+            text
+        ) << source;
+    }
+    expect_error(
+        [&] { static_cast<void>(read("listen: {basic_auth: {user: u, password: plain}}", 0644)); },
+        exit_code::usage,
+        "everybody can read this file"
+    );
+    std::ignore = write("pw", "from file\n", 0644);
+    expect_error(
+        [&] { static_cast<void>(read("listen: {basic_auth: {user: u, password: {file: pw}}}")); },
+        exit_code::usage,
+        "everybody can read the secret"
+    );
+    unsetenv("CREDENTIALS_DIRECTORY");
+}
+
+TEST_F(config_file, takes_no_key_that_everybody_can_read) {
+    const std::string text = "listen: {tls: {certificate: cert.pem, key: key.pem}}";
+    std::ignore = write("cert.pem", "", 0644);
+    std::ignore = write("key.pem", "", 0640);
+    EXPECT_EQ(read(text).listen.tls->key, folder_ + "/key.pem");
+    std::ignore = write("key.pem", "", 0644);
+    expect_error(
+        [&] { static_cast<void>(read(text)); },
+        exit_code::usage,
+        "listen.tls.key: everybody can read"
+    );
+}
+
+TEST_F(config_file, tells_where_something_is_wrong) {
+    const std::string with_sensor = std::string{modules} + "sensors:\n  - ";
+    for (const auto& [text, problem] : std::vector<std::pair<std::string, std::string>>{
+             {"modules: [", ":1: "},
+             {"sensors: {}", "sensors: expected a list"},
+             {"modul: {}", "did you mean modules?"},
+             {"listen: {port: 70000}", "listen.port: expected a whole number from 0 to 65535"},
+             {"listen: {basic_auth: {user: 'a:b', password: c}}", "no colon"},
+             {"modules: {a: {kind: pump_senser}}", "did you mean pump_sensor?"},
+             {"modules: {a: {kind: pump_sensor, settings: {prot: 1}}}", "no such setting"},
+             {"modules: {a: {kind: pump_sensor, settings: {line.port: 99}}}", "\"99\""},
+             {"modules: {a: {kind: pump_sensor, settings: {way: user}}}", "PIN"},
+             {"modules: {a: {kind: pump_sensor, settings: {host: x}}}",
+              "servers are named by targets"},
+             {"modules: {a: {kind: pump_sensor, channels: [i=1]}}", "only a custom_sensor"},
+             {"modules: {a: {kind: pump_sensor, targets: ['a b']}}", "no address"},
+             {with_sensor + "{module: pomp, target: a}",
+              "probe.yaml:4: sensors[0].module: there is no such "
+              "module; did you mean pump?"},
+             {with_sensor + "{module: pump, target: 'http://a'}", "sensors[0].target"},
+             {with_sensor + "{module: pump, target: a, interval: 1ms}", "from 100ms"},
+             {with_sensor + "{module: pump, target: a, interval: nan}", "from 100ms"},
+             {with_sensor + "{module: pump, target: a}\n  - {module: pump, target: A}",
+              "another sensor"},
+             {"modules: {\"a\\0b\": {kind: pump_senser}}", "a\\x00b.kind: there is no such sensor"},
+             {"workers: 1\nworkers: 2", "twice"}}) {
+        SCOPED_TRACE(text);
+        expect_error(
+            [&, &given = text] { static_cast<void>(read(given)); }, exit_code::usage, problem
+        );
+    }
+}
+
+TEST_F(config_file, names_no_secret_in_an_error) {
+    for (const std::string text : {"123456789", "{123456789: x}", "{file: a, 123456789: x}"}) {
+        try {
+            static_cast<void>(
+                read("modules: {a: {kind: pump_sensor, settings: {way: user, pin: " + text + "}}}")
+            );
+            ADD_FAILURE() << "the text is too long, or stands in braces";
+        } catch (const probe_error& error) {
+            EXPECT_THAT(error.what(), Not(HasSubstr("123456789")));
+        }
+    }
+}
+
+TEST(target_pattern, matches_parts_of_labels_only) {
+    for (const auto& [pattern, address, expected] :
+         std::vector<std::tuple<std::string, std::string, bool>>{
+             {"10.0.0.*", "10.0.0.7", true},
+             {"10.0.0.*", "10.0.0.7:4841", false},
+             {"10.0.0.*:*", "10.0.0.7:4841", true},
+             {"10.0.0.*", "10.0.0.7.evil.example", false},
+             {"10.0.*", "10.0.0.7", false},
+             {"plc-*.Plant.example:4841", "PLC-12.plant.example:4841", true},
+             {"plc-*.plant.example", "plc-1.x.plant.example", false},
+             {"*a*b", "xaxxb", true},
+             {"*a*b", "x.ab", false},
+             {"*", "localhost", true},
+             {"[::1]:*", "[::1]:1", true},
+             {"*", "[::1]", false}}) {
+        EXPECT_EQ(matches(pattern, parse_address(address).value()), expected)
+            << pattern << " " << address;
+    }
+    for (const std::string text :
+         {"",
+          ":4840",
+          "a:",
+          "a:0",
+          "a:65536",
+          "a:4840x",
+          "a b",
+          "a/b",
+          "user@a",
+          "-a",
+          "[::1",
+          "[::1]x",
+          "[g]"}) {
+        EXPECT_FALSE(parse_address(text)) << text;
+    }
+}
+
+} // namespace
+
+} // namespace tarvik::monitoring_modules::probe
