@@ -89,7 +89,7 @@ void take_unit_off(std::string& name, const metric_unit& unit, std::string_view 
     }
 }
 
-constexpr std::size_t longest = 80;
+constexpr std::size_t longest_name = 80;
 
 // U+00C0 to U+00FF, which in UTF-8 is the byte C3 and one from 80 to BF.
 constexpr std::array<std::string_view, 64> latin_letters{
@@ -157,7 +157,7 @@ std::string slug(std::string_view text) {
             result += '_';
         }
     };
-    for (std::size_t i = 0; i < plain.size() && result.size() < longest; ++i) {
+    for (std::size_t i = 0; i < plain.size() && result.size() < longest_name; ++i) {
         const char letter = plain[i];
         if (is_upper(letter)) {
             if (i + 1 < plain.size() && is_lower(plain[i + 1])) {

@@ -20,6 +20,7 @@ namespace tarvik::monitoring_modules::opcua {
 
 using libcertificatehelper::allocator;
 using libcertificatehelper::byte_view;
+using libcertificatehelper::bytes_of;
 using liblog::severity;
 
 namespace {
@@ -97,10 +98,6 @@ void install_key_pair(
 void accept_every_server(UA_ClientConfig& config) {
     UA_CertificateVerification_AcceptAll(&config.certificateVerification);
     config.certificateVerification.logging = config.logging;
-}
-
-byte_view bytes_of(std::string_view text) {
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
 std::string_view text_of(byte_view bytes) {

@@ -9,6 +9,7 @@
 namespace tarvik::monitoring_modules::opcua {
 
 using libcertificatehelper::byte_view;
+using libcertificatehelper::bytes_of;
 using libcertificatehelper::certificate_interface;
 using libcertificatehelper::key_interface;
 using libzunohelper::secure_string;
@@ -20,10 +21,6 @@ constexpr std::int32_t least_days = 30;
 constexpr std::string_view begin_of_block = "-----BEGIN ";
 constexpr std::string_view begin_of_certificate = "-----BEGIN CERTIFICATE-----";
 constexpr std::string_view end_of_certificate = "-----END CERTIFICATE-----";
-
-byte_view bytes_of(std::string_view text) {
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
 
 /// The subject as the certificate library prints it: last part first.
 std::string generated_subject() {

@@ -56,7 +56,7 @@ class notification : public plant_fixture {
 };
 
 constexpr const char* boolean = "ns=2;s=Write.Boolean";
-constexpr const char* text = "ns=2;s=Write.String";
+constexpr const char* string_id = "ns=2;s=Write.String";
 constexpr const char* integer = "ns=2;s=Write.Int64";
 constexpr const char* number = "ns=2;s=Write.Double";
 
@@ -73,8 +73,8 @@ TEST_F(notification, writes_each_type) {
         {boolean, "Boolean", "True", "true"},
         {boolean, "Boolean", "True ", "false"},
         {boolean, "Boolean", "1", "false"},
-        {text, "String", " up 3 °C ", "\" up 3 °C \""},
-        {text, "String", "", "\"\""},
+        {string_id, "String", " up 3 °C ", "\" up 3 °C \""},
+        {string_id, "String", "", "\"\""},
         {integer, "Integer64", "42.9", "42"},
         {integer, "Integer64", "  -7 degrees", "-7"},
         {integer, "Integer64", "9223372036854775807", "9223372036854775807"},

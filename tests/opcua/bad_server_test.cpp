@@ -22,9 +22,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr tarvik::simulator::endpoint_modes every_mode{true, true, true};
-const std::string level = "ns=2;s=Tank.Level";
-const std::string closed = could_not("connect to", "BadConnectionClosed");
+const std::string connection_closed = could_not("connect to", "BadConnectionClosed");
 const std::string security_refused = could_not("connect to", "BadSecurityChecksFailed");
 
 /// A time-out that nothing here may come near.
@@ -47,31 +45,31 @@ TEST_F(bad_server, that_closes_while_we_connect_ends_the_one_attempt) {
         script plan;
         std::string error;
     } rows[] = {
-        {"at once", security_mode::none, {moment::connecting, deed::close}, closed},
-        {"after HEL", security_mode::none, {moment::hello, deed::close}, closed},
-        {"instead of ACK", security_mode::none, {moment::hello, deed::close_answer}, closed},
-        {"after OPN", security_mode::none, {moment::opening, deed::close}, closed},
+        {"at once", security_mode::none, {moment::connecting, deed::close}, connection_closed},
+        {"after HEL", security_mode::none, {moment::hello, deed::close}, connection_closed},
+        {"instead of ACK", security_mode::none, {moment::hello, deed::close_answer}, connection_closed},
+        {"after OPN", security_mode::none, {moment::opening, deed::close}, connection_closed},
         {"instead of the channel",
          security_mode::none,
          {moment::opening, deed::close_answer},
          closed},
-        {"at FindServers", security_mode::none, {moment::find_servers, deed::close}, closed},
-        {"at the endpoints", security_mode::none, {moment::get_endpoints, deed::close}, closed},
+        {"at FindServers", security_mode::none, {moment::find_servers, deed::close}, connection_closed},
+        {"at the endpoints", security_mode::none, {moment::get_endpoints, deed::close}, connection_closed},
         {"instead of them",
          security_mode::none,
          {moment::get_endpoints, deed::close_answer},
          closed},
-        {"at the session", security_mode::none, {moment::create_session, deed::close}, closed},
+        {"at the session", security_mode::none, {moment::create_session, deed::close}, connection_closed},
         {"instead of it",
          security_mode::none,
          {moment::create_session, deed::close_answer},
          closed},
-        {"at the login", security_mode::none, {moment::activate_session, deed::close}, closed},
+        {"at the login", security_mode::none, {moment::activate_session, deed::close}, connection_closed},
         {"instead of its answer",
          security_mode::none,
          {moment::activate_session, deed::close_answer},
          closed},
-        {"secured, at once", security_mode::sign, {moment::connecting, deed::close}, closed},
+        {"secured, at once", security_mode::sign, {moment::connecting, deed::close}, connection_closed},
         {"secured, at the endpoints",
          security_mode::sign,
          {moment::get_endpoints, deed::close},
@@ -178,7 +176,7 @@ TEST_F(bad_server, that_leaves_values_out_shows_none) {
          could_not("read data from", "BadSensorFailure")},
     };
     logged_client client{settings_for(peer)};
-    const std::shared_ptr<readable_variable_node_interface> node = make_readable_node(level);
+    const std::shared_ptr<readable_variable_node_interface> node = make_readable_node(tank_level);
     const auto shown = [&] {
         return error_of([&] {
             client->read_node(read_list{node});
@@ -211,7 +209,7 @@ TEST(refused_login, leaves_no_session_however_often_it_is_tried) {
     for (int i = 0; i < attempts; ++i) {
         logged_client checked{wrong}; // a check makes its own client, if there is no sensor
         ASSERT_EQ(error_of([&] { checked->ensure_connected(); }), denied) << i;
-        ASSERT_EQ(error_of([&] { scanned.read(level); }), denied) << i;
+        ASSERT_EQ(error_of([&] { scanned.read(tank_level); }), denied) << i;
     }
     for (const auto mode : {security_mode::sign, security_mode::sign_encrypt}) {
         for (int i = 0; i < places; ++i) {
@@ -221,7 +219,7 @@ TEST(refused_login, leaves_no_session_however_often_it_is_tried) {
     }
     EXPECT_EQ(server->session_count(), 0U);
     logged_client right{with_user(settings_for(*server), "password1")};
-    EXPECT_EQ(error_of([&] { right.read(level); }), "no error");
+    EXPECT_EQ(error_of([&] { right.read(tank_level); }), "no error");
     EXPECT_EQ(server->session_count(), 1U);
 }
 
@@ -252,12 +250,12 @@ TEST_F(bad_server, keeps_few_sessions_that_nobody_uses) {
     EXPECT_LE(comes_down(1), 1U);
     peer.play({});
     logged_client works{settings, unfinished};
-    EXPECT_EQ(error_of([&] { works.read(level); }), "no error");
+    EXPECT_EQ(error_of([&] { works.read(tank_level); }), "no error");
     EXPECT_EQ(works.lines("Session opened: "), 1);
     // Its session is a usual one: it outlives the short ones.
     EXPECT_LE(comes_down(2), 2U);
     std::this_thread::sleep_for(2500ms);
-    EXPECT_EQ(error_of([&] { works.read(level); }), "no error");
+    EXPECT_EQ(error_of([&] { works.read(tank_level); }), "no error");
     EXPECT_EQ(works.lines("perform one retry"), 0);
     EXPECT_EQ(server->session_count(), 2U);
 }

@@ -17,6 +17,9 @@ namespace tarvik::monitoring_modules::tests {
 using plant = tarvik::simulator::plant_server;
 using tarvik::simulator::plant_options;
 
+inline const std::string tank_level = "ns=2;s=Tank.Level";
+inline constexpr tarvik::simulator::endpoint_modes every_mode{true, true, true};
+
 /// A running plant that changes only when it is told to.
 inline std::unique_ptr<plant> start_plant(plant_options options = {}) {
     options.auto_change = false;

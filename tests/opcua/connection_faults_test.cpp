@@ -23,7 +23,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const std::string level = "ns=2;s=Tank.Level";
 using no_connection = exceptions::opcua_connection_failed;
 const std::string closed = "The connection to the OPC UA server was closed unexpectedly.";
 
@@ -36,7 +35,7 @@ std::chrono::nanoseconds duration_of(const Work& work) {
 
 struct connection_faults : testing::Test {
     connection_faults() { read(); }
-    void read() { connected.read(level); }
+    void read() { connected.read(tank_level); }
 
     std::unique_ptr<plant> server = start_plant();
     logged_client connected{settings_for(*server, 1)};
@@ -68,7 +67,7 @@ TEST_F(connection_faults, a_server_that_is_gone_is_told_at_once_and_found_again)
     server->stop();
     EXPECT_THROW(read(), no_connection);
     logged_client other{settings_for(*server)};
-    const auto fails = [&] { EXPECT_THROW(other.read(level), no_connection); };
+    const auto fails = [&] { EXPECT_THROW(other.read(tank_level), no_connection); };
     EXPECT_LT(duration_of(fails), 100ms);
     server->start();
     EXPECT_NO_THROW(read());
@@ -94,7 +93,7 @@ TEST(channel_lifetime, is_never_a_reason_for_a_failed_read) {
         logged_client connected{settings_for(*server)};
         const int reads = percent < 30 ? 15 : 5;
         for (int i = 0; i < reads; ++i) {
-            EXPECT_EQ(error_of([&] { connected.read(level); }), "no error") << i;
+            EXPECT_EQ(error_of([&] { connected.read(tank_level); }), "no error") << i;
             std::this_thread::sleep_for(lifetime * percent / 100);
         }
         EXPECT_EQ(connected.lines("perform one retry"), 0);
@@ -141,13 +140,13 @@ TEST_F(connection_faults, a_closed_session_or_connection_is_retried_once_and_not
         const auto target = make_writeable_node("ns=2;s=Write.Boolean");
         target->set_value(true);
         const auto run = [&] {
-            row.write ? client->write_node_value(*target) : client.read(level);
+            row.write ? client->write_node_value(*target) : client.read(tank_level);
         };
         EXPECT_EQ(error_of(run), row.error);
         EXPECT_EQ(calls, row.calls);
         // The connection on which the request failed is gone, and the next one starts clean.
         EXPECT_EQ(client->is_connected(), row.error == "no error");
-        EXPECT_EQ(error_of([&] { client.read(level); }), "no error");
+        EXPECT_EQ(error_of([&] { client.read(tank_level); }), "no error");
     }
 }
 

@@ -16,7 +16,6 @@ using namespace test_support;
 
 namespace {
 
-constexpr tarvik::simulator::endpoint_modes every_mode{true, true, true};
 const std::string none_uri = "http://opcfoundation.org/UA/SecurityPolicy#None";
 const std::string basic_uri = "http://opcfoundation.org/UA/SecurityPolicy#Basic256Sha256";
 using no_endpoint = exceptions::opcua_matching_endpoint_failed;

@@ -16,8 +16,6 @@
 
 namespace tarvik::monitoring_modules::test_support {
 
-namespace {
-
 using namespace wire;
 
 class socket_owner {
@@ -36,6 +34,8 @@ class socket_owner {
   private:
     int descriptor_;
 };
+
+namespace {
 
 sockaddr_in loopback(std::uint16_t port) {
     sockaddr_in address{};
