@@ -134,7 +134,7 @@ class exporter_service final {
     const std::shared_ptr<const module_document> document_;
     std::shared_ptr<const serve_config> config_;
     std::string place_; ///< "Serving URL"
-    const time_source time_;
+    const time_source time_{};
     snapshot_store store_{time_};
     own_metrics own_{PROBE_VERSION};
     metrics_answer metrics_{store_, own_, time_};

@@ -50,7 +50,7 @@ class connection_test : public testing::Test {
 
     fake_time time_;
     fake_module module_;
-    const module_document document_;
+    const module_document document_{};
     snapshot_store store_{time_};
     fake_observer observer_;
     server_connection connection_{{module_, document_, time_, store_, observer_}, "plc:4840"};

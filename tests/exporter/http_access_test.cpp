@@ -78,7 +78,6 @@ TEST_F(http_test, refuses_what_it_does_not_serve) {
         {head("TRACE /" + evil, ""), 405},
         {head("GET /", "Content-Length: 3\r\n") + "abc", 413},
         {head("GET /", "Transfer-Encoding: chunked\r\n") + "0\r\n\r\n", 413},
-        {head("GET /", "X: y\rContent-Length: 3\r\n") + "abc", 400},
         {head("GET /", "Host: localhost\r\n"), 400},
         {"GET / HTTP/1.1\r\n\r\n", 400},
         {evil + " / HTTP/1.1\r\nHost: localhost\r\n\r\n", 405},

@@ -158,9 +158,9 @@ class scheduler_test : public testing::Test {
         return comes_true_soon([&] { return module_.count(call) >= count; });
     }
 
-    const time_source time_;
+    const time_source time_{};
     fake_module module_;
-    const module_document document_;
+    const module_document document_{};
     snapshot_store store_{time_};
     fake_observer observer_;
     scheduler scheduler_{{module_, document_, time_, store_, observer_}, 2};

@@ -24,7 +24,7 @@ using testing::Not;
 TEST(metrics_answer, has_values_only_while_they_are_current) {
     fake_time time;
     fake_module module;
-    const module_document document;
+    const module_document document{};
     snapshot_store store{time};
     own_metrics own{"1"};
     const metrics_answer metrics{store, own, time};
@@ -106,7 +106,7 @@ TEST(curve_history, keeps_the_range_of_each_half_minute_of_the_last_hour) {
 }
 
 TEST(snapshot_store, gives_what_changed_since_a_revision_that_it_knows) {
-    const time_source time;
+    const time_source time{};
     snapshot_store shown{time};
     shown.put(sensor(1), false);
     shown.put(sensor(2), false);
