@@ -4,6 +4,10 @@ namespace tarvik::monitoring_modules::opcua {
 
 namespace {
 
+// A copy of the stack's type: into requests of the original the stack puts the token of its
+// session, which it has forgotten when a login is refused.
+const UA_DataType close_session_type = UA_TYPES[UA_TYPES_CLOSESESSIONREQUEST];
+
 UA_ConnectionManager* tcp_of(UA_EventLoop* loop) noexcept {
     UA_EventSource* source = loop != nullptr ? loop->eventSources : nullptr;
     for (; source != nullptr; source = source->next) {
@@ -183,16 +187,13 @@ void connect_watch::on_marker(UA_Client*, void* application, UA_UInt32, void* re
 }
 
 void connect_watch::send_close_session() noexcept {
-    // A copy of the type: into requests of the original the stack puts the token that it has
-    // forgotten by now.
-    static const UA_DataType type = UA_TYPES[UA_TYPES_CLOSESESSIONREQUEST];
     UA_CloseSessionRequest request{};
     request.requestHeader.authenticationToken = *token_; // borrowed
     request.deleteSubscriptions = true;
     static_cast<void>(__UA_Client_AsyncService(
         client_,
         &request,
-        &type,
+        &close_session_type,
         nullptr,
         &UA_TYPES[UA_TYPES_CLOSESESSIONRESPONSE],
         nullptr,

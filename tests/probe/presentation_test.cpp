@@ -51,8 +51,8 @@ TEST(kept_lines, are_the_first_and_the_last_within_their_bounds) {
         {1, 1'998, 1'998},
         {1, 2'500, 1'999},
         {40'000, 7, 7},     // three and three, and the last few bytes after them
-        {40'000, 50, 7},    // and one about the others
-        {1'000'000, 50, 3}, // cut to a quarter of the bytes: one and one
+        {40'000, 50, 8},    // and one about the others
+        {1'000'000, 50, 6}, // cut to a quarter of the bytes: two and two, and the last few bytes
     };
     for (const row& wanted : rows) {
         kept_lines lines;
