@@ -17,7 +17,7 @@ namespace tarvik::monitoring_modules::liblog {
 /// after a bad night, not a measured figure: what people still read, what messages still carry.
 struct line_bounds {
     std::size_t lines = 2'000;
-    std::size_t bytes = 256 * 1024; ///< of texts
+    std::size_t bytes = 256 * std::size_t{1024}; ///< of texts
 
     /// A longer text is cut, and tells so.
     [[nodiscard]] constexpr std::size_t longest() const noexcept { return bytes / 4; }

@@ -20,7 +20,7 @@ class private_key final : public key_interface {
 
     [[nodiscard]] byte_vector to_der() const override;
     [[nodiscard]] key_type get_type() const override { return type_of(key_.get()); }
-    [[nodiscard]] bool belongs_to(const certificate_interface& certificate) const override;
+    [[nodiscard]] bool belongs_to(const certificate_interface& other) const override;
 
   private:
     std::shared_ptr<allocator> allocator_;

@@ -1,5 +1,6 @@
 #include "opcua/checks/opcua_notification.hpp"
 
+#include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/checks/notification_value.hpp"
 #include "opcua/client/client_cache.hpp"
 #include "opcua/nodes/node_failure.hpp"
@@ -75,6 +76,8 @@ void opcua_notification::write(const request& what) {
     try {
         set_notification_value(*node, type, message, &log_);
         client->write_node_value(*node);
+    } catch (const exceptions::opcua_connection_failed&) {
+        throw; // the server was not reached, and the node has no part in it
     } catch (const std::exception& error) {
         liblog::write(&log_, severity::error, node_failure_of(target, error));
         throw;
