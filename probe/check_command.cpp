@@ -1,11 +1,11 @@
+#include "host/connection_arguments.hpp"
+#include "host/message.hpp"
+#include "host/message_json.hpp"
+#include "host/settings_form.hpp"
 #include "probe/commands.hpp"
-#include "probe/message.hpp"
-#include "probe/message_json.hpp"
-#include "probe/secrets.hpp"
-#include "probe/settings_form.hpp"
-#include "probe/table.hpp"
-#include "probe/terminal_text.hpp"
-#include "probe/wait_notice.hpp"
+#include "terminal/console.hpp"
+#include "terminal/table.hpp"
+#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -19,8 +19,9 @@ constexpr std::size_t log_columns = 400;
 
 // A check tells its reasons in the log only, so its log is on.
 [[nodiscard]] settings_draft make_draft(const check_options& options, console& terminal) {
-    settings values =
-        connection_settings(options.connection, read_secrets(options.connection, terminal));
+    settings values = connection_settings(
+        options.connection, read_secrets(options.connection, terminal.writer())
+    );
     values.emplace("logging", "enabled");
     return {std::move(values), read_given(options.connection)};
 }
@@ -79,7 +80,7 @@ run(const command_context& context,
         options.kind,
         draft,
         settings_form::of_check(loaded.document, options.kind),
-        context.terminal
+        context.terminal.writer()
     );
     call_result call;
     {

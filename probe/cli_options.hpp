@@ -1,8 +1,11 @@
 #pragma once
 // What a command line asks for.
 
-#include "probe/channel_argument.hpp"
-#include "probe/probe_error.hpp"
+#include "explorer/commands.hpp"
+#include "host/probe_error.hpp"
+#include "host/settings_record.hpp"
+#include "probe/serve_options.hpp"
+#include "terminal/command_context.hpp"
 
 #include <cstdint>
 #include <optional>
@@ -12,28 +15,10 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-/// Where the server is and how to get in. Secrets are named by file only.
-struct connection_arguments {
-    std::string host;
-    std::uint16_t port = 4840;
-    std::string path;
-    std::string user; ///< empty: anonymous
-    std::string password_file;
-    std::string security_mode = "none";
-    std::string security_policy; ///< empty: the one that goes with the mode
-    std::string client_certificate_file;
-    std::string client_key_file;
-    std::string client_key_password_file;
-    std::vector<std::string> raw;       ///< KEY=VALUE, in the order given
-    std::vector<std::string> raw_files; ///< KEY=PATH, in the order given
-};
-
 struct log_arguments {
     std::optional<std::int32_t> level; ///< 0 to 7
     bool logging = false;              ///< the sensor writes its own lines, too
 };
-
-enum class output_format { table, json, plugin };
 
 /// What only the plugin format has.
 struct plugin_options {
@@ -65,10 +50,7 @@ struct check_options {
 
 struct notify_options {
     connection_arguments connection;
-    std::string target;                   ///< node id
-    std::string type;                     ///< as the module calls it
-    std::string message;                  ///< the value as text; may be empty
-    std::optional<std::uint32_t> timeout; ///< seconds
+    notification content;
     output_format format = output_format::table;
     log_arguments log; ///< the level: of the lines that the module collects; nothing: all
 };
@@ -82,28 +64,6 @@ struct demo_options {
     std::string simulator; ///< path; empty: beside this program
     output_format format = output_format::table;
     log_arguments log;
-};
-
-struct browse_options {
-    connection_arguments connection;
-    std::string node = "i=85";          ///< where to begin; not yet checked
-    std::optional<std::uint32_t> depth; ///< levels below it; nothing: all
-    std::uint32_t limit = 10'000;       ///< nodes to look at
-    std::string match;                  ///< part of a name or node id; empty: all nodes
-    std::uint32_t timeout = 5;          ///< seconds, for connecting and for each request
-    output_format format = output_format::table;
-};
-
-struct endpoints_options {
-    connection_arguments connection;
-    std::uint32_t timeout = 5; ///< seconds, for connecting and for the request
-    output_format format = output_format::table;
-};
-
-struct serve_options {
-    std::string config;         ///< path
-    bool check_only = false;    ///< of the configuration
-    std::int32_t log_level = 4; ///< highest severity of lines on standard error
 };
 
 /// Nothing to do but to show a text: help or version.

@@ -1,7 +1,7 @@
 #include "probe/cli_parser.hpp"
 
+#include "host/probe_error.hpp"
 #include "probe/cli_help.hpp"
-#include "probe/probe_error.hpp"
 
 #include <sstream>
 #include <utility>
@@ -36,21 +36,21 @@ void add_check(CLI::App& program, check_options& check, raw_arguments& raw) {
 void add_notify(CLI::App& program, notify_options& notify, raw_arguments& raw) {
     CLI::App& command = *program.add_subcommand("notify", "Write a value into a node");
     add_connection_options(command, notify.connection);
-    command.add_option("--target", notify.target, "Node to write into")
+    command.add_option("--target", notify.content.target, "Node to write into")
         ->required()
         ->type_name("NODEID");
-    command.add_option("--type", notify.type, "Type of the value")
+    command.add_option("--type", notify.content.type, "Type of the value")
         ->required()
         ->check(CLI::IsMember({"Boolean", "String", "Integer64", "FloatingPoint"}));
     command
         .add_option(
             "--message",
-            notify.message,
+            notify.content.message,
             "The value as text: True or False, a number, any text (\"\" is an empty String)"
         )
         ->required()
         ->type_name("TEXT");
-    command.add_option("--timeout", notify.timeout, "Longest time; default: 5")
+    command.add_option("--timeout", notify.content.timeout, "Longest time; default: 5")
         ->check(CLI::Range(1, 4'294'967))
         ->type_name("SECONDS");
     add_output_options(command, raw.output, collect_lines);
@@ -82,9 +82,11 @@ void add_demo(CLI::App& program, demo_options& demo, raw_arguments& raw) {
 
 /// The module takes any text but "True" for false, which nobody means who types "true".
 void check_value(const notify_options& notify) {
-    if (notify.type == "Boolean" && notify.message != "True" && notify.message != "False") {
+    if (notify.content.type == "Boolean" && notify.content.message != "True" &&
+        notify.content.message != "False") {
         throw probe_error{
-            exit_code::usage, "--message " + notify.message + ": a Boolean is True or False"};
+            exit_code::usage,
+            "--message " + notify.content.message + ": a Boolean is True or False"};
     }
 }
 

@@ -1,7 +1,7 @@
 #include "probe/cli_scan.hpp"
 
+#include "host/probe_error.hpp"
 #include "probe/cli_help.hpp"
-#include "probe/probe_error.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 #include "probe/cli_shared_options.hpp"
 
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
 
 #include <utility>
 

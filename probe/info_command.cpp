@@ -1,8 +1,8 @@
+#include "host/json.hpp"
+#include "host/module_document.hpp"
 #include "probe/commands.hpp"
-#include "probe/document_translation.hpp"
 #include "probe/info_text.hpp"
-#include "probe/loose_json.hpp"
-#include "probe/nearest_names.hpp"
+#include "text/nearest_names.hpp"
 
 namespace tarvik::monitoring_modules::probe {
 

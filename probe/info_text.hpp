@@ -1,10 +1,14 @@
 #pragma once
 // What the module offers, as a person likes to read it.
+// Settings that are the same but for a number in their names, such as those of ten channels, as
+// one.
 
-#include "probe/module_document.hpp"
-#include "probe/paragraph.hpp"
+#include "host/module_document.hpp"
+#include "host/setting_description.hpp"
+#include "terminal/paragraph.hpp"
 
 #include <string>
+#include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -14,5 +18,14 @@ namespace tarvik::monitoring_modules::probe {
 /// @return one sensor with its settings; safe for a terminal
 [[nodiscard]] std::string
 info_text(const module_document& document, const sensor_description& sensor, const page& on);
+
+struct folded_setting {
+    module_setting setting; ///< with "N" in place of the number, if it stands for several
+    std::string numbers;    ///< "2 to 10"; empty: it stands for itself
+};
+
+/// @param settings of one group
+/// @return them in their order, each fold where its first setting stands
+[[nodiscard]] std::vector<folded_setting> fold(const std::vector<module_setting>& settings);
 
 } // namespace tarvik::monitoring_modules::probe

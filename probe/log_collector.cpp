@@ -1,6 +1,5 @@
 #include "probe/log_collector.hpp"
 
-#include <exception>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
@@ -11,34 +10,12 @@ constexpr std::size_t most_lines = 10'000;
 
 } // namespace
 
-extern "C" {
-
-static void receive_line(
-    void* user, const char* source, std::int32_t severity, const char* text, std::uint32_t length
-) {
-    static_cast<log_collector*>(user)->take(
-        source == nullptr ? "" : source,
-        severity,
-        text == nullptr ? std::string_view{} : std::string_view{text, length}
-    );
-}
-
-} // extern "C"
-
 log_collector::log_collector(const module_library& library, console& terminal, std::int32_t shown)
-    : library_{library},
-      terminal_{terminal},
-      shown_{shown} {
-    if (library_.set_log_sink() == nullptr) {
+    : terminal_{terminal},
+      shown_{shown},
+      sink_{library, [this](log_line&& line) { take(std::move(line)); }} {
+    if (library.set_log_sink() == nullptr) {
         terminal_.line("opcua-probe: the framework library has no log sink; log lines are missing");
-    } else {
-        library_.set_log_sink()(&receive_line, this);
-    }
-}
-
-log_collector::~log_collector() {
-    if (library_.set_log_sink() != nullptr) {
-        library_.set_log_sink()(nullptr, nullptr);
     }
 }
 
@@ -48,22 +25,14 @@ std::vector<log_line> log_collector::take_lines() {
     return {taken.begin(), taken.end()};
 }
 
-void log_collector::take(
-    std::string_view source, std::int32_t severity, std::string_view text
-) noexcept {
-    try {
-        text = text.substr(0, text.find_last_not_of("\r\n") + 1);
-        log_line line{std::string{source}, severity, std::string{text}};
-        if (severity <= shown_) {
-            terminal_.line(to_text(line));
-        }
-        const std::lock_guard lock{mutex_};
-        lines_.push_back(std::move(line));
-        if (lines_.size() > most_lines) {
-            lines_.pop_front();
-        }
-    } catch (const std::exception&) {
-        terminal_.line("opcua-probe: a log line was lost, out of memory");
+void log_collector::take(log_line&& line) {
+    if (line.severity <= shown_) {
+        terminal_.line(to_text(line));
+    }
+    const std::lock_guard lock{mutex_};
+    lines_.push_back(std::move(line));
+    if (lines_.size() > most_lines) {
+        lines_.pop_front();
     }
 }
 

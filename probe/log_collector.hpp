@@ -1,15 +1,13 @@
 #pragma once
 // Receives the log lines of the module: shows those that matter at once and keeps them for later.
 
-#include "probe/console.hpp"
-#include "probe/log_line.hpp"
-#include "probe/module_library.hpp"
+#include "host/log.hpp"
+#include "terminal/console.hpp"
 
 #include <atomic>
 #include <cstdint>
 #include <deque>
 #include <mutex>
-#include <string_view>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
@@ -20,9 +18,6 @@ class log_collector final {
     /// @param shown as for show()
     /// Library and terminal must outlive this object.
     log_collector(const module_library& library, console& terminal, std::int32_t shown);
-    ~log_collector();
-    log_collector(const log_collector&) = delete;
-    log_collector& operator=(const log_collector&) = delete;
 
     /// From now on, lines of this severity and below go to the terminal at once; -1: none.
     void show(std::int32_t severity) noexcept { shown_ = severity; }
@@ -31,14 +26,14 @@ class log_collector final {
     /// came
     [[nodiscard]] std::vector<log_line> take_lines();
 
-    void take(std::string_view source, std::int32_t severity, std::string_view text) noexcept;
-
   private:
-    const module_library& library_;
+    void take(log_line&& line);
+
     console& terminal_;
     std::atomic<std::int32_t> shown_;
     std::mutex mutex_;
     std::deque<log_line> lines_; // guarded by mutex_
+    log_sink sink_;              // last: lines may come as soon as it is there
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,11 +1,11 @@
+#include "host/connection_arguments.hpp"
+#include "host/message.hpp"
+#include "host/message_json.hpp"
+#include "host/settings_form.hpp"
 #include "probe/commands.hpp"
-#include "probe/message.hpp"
-#include "probe/message_json.hpp"
-#include "probe/secrets.hpp"
-#include "probe/settings_form.hpp"
-#include "probe/table.hpp"
-#include "probe/terminal_text.hpp"
-#include "probe/wait_notice.hpp"
+#include "terminal/console.hpp"
+#include "terminal/table.hpp"
+#include "text/terminal_text.hpp"
 
 #include <optional>
 #include <string_view>
@@ -20,9 +20,11 @@ constexpr std::size_t log_columns = 400;
 
 [[nodiscard]] settings_draft make_draft(const notify_options& options, console& terminal) {
     settings values = connection_settings(
-        options.connection, read_secrets(options.connection, terminal), host_of_notification
+        options.connection,
+        read_secrets(options.connection, terminal.writer()),
+        host_of_notification
     );
-    add_notification(values, options);
+    add_notification(values, options.content, options.log.level);
     return {std::move(values), read_given(options.connection)};
 }
 
@@ -59,11 +61,11 @@ struct delivered_response {
 
 /// @return "Integer64 42 to ns=2;s=X". Texts stand in quotes, and so does what is more than a
 /// number, of which the module takes the number at the beginning.
-[[nodiscard]] std::string what_is_written(const notify_options& options) {
-    const bool number = options.message.find_first_not_of("0123456789+-.eE") == std::string::npos;
-    const bool quoted = options.type != "Boolean" && (options.type == "String" || !number);
+[[nodiscard]] std::string what_is_written(const notification& content) {
+    const bool number = content.message.find_first_not_of("0123456789+-.eE") == std::string::npos;
+    const bool quoted = content.type != "Boolean" && (content.type == "String" || !number);
     const std::string quote = quoted ? "\"" : "";
-    return options.type + " " + quote + options.message + quote + " to " + options.target;
+    return content.type + " " + quote + content.message + quote + " to " + content.target;
 }
 
 [[nodiscard]] std::string render(
@@ -79,7 +81,8 @@ struct delivered_response {
     return text +
            (outcome.written ? painted("Written", colour::green, colours)
                             : painted("Not written", colour::red, colours)) +
-           ": " + fit(outcome.written ? what_is_written(options) : outcome.reason, text_columns) +
+           ": " +
+           fit(outcome.written ? what_is_written(options.content) : outcome.reason, text_columns) +
            "\n";
 }
 
@@ -103,7 +106,7 @@ run(const command_context& context,
         "opcua_notification",
         draft,
         settings_form::of_notification(loaded.document),
-        context.terminal
+        context.terminal.writer()
     );
     call_result call;
     {

@@ -1,6 +1,6 @@
-#include "probe/channel_memory.hpp"
+#include "host/channel_memory.hpp"
+#include "host/message_json.hpp"
 #include "probe/commands.hpp"
-#include "probe/message_json.hpp"
 #include "probe/scan_table.hpp"
 #include "probe/sensor_run.hpp"
 

@@ -1,8 +1,9 @@
+
+
 #include "probe/scan_table.hpp"
 
-#include "probe/state_cell.hpp"
-#include "probe/table.hpp"
-#include "probe/terminal_text.hpp"
+#include "terminal/table.hpp"
+#include "text/terminal_text.hpp"
 
 namespace tarvik::monitoring_modules::probe {
 

@@ -1,17 +1,18 @@
 #include "probe/sensor_run.hpp"
 
+#include "host/connection_arguments.hpp"
+#include "host/message_translation.hpp"
 #include "probe/commands.hpp"
-#include "probe/message_translation.hpp"
-#include "probe/secrets.hpp"
-#include "probe/wait_notice.hpp"
+#include "terminal/console.hpp"
 
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 settings_draft sensor_draft(const scan_options& options, console& terminal) {
-    settings values =
-        connection_settings(options.connection, read_secrets(options.connection, terminal));
+    settings values = connection_settings(
+        options.connection, read_secrets(options.connection, terminal.writer())
+    );
     if (options.log.logging) {
         values.emplace("logging", "enabled");
     }
@@ -31,7 +32,10 @@ sensor_run::sensor_run(
       options_{options},
       id_{static_cast<std::int32_t>(loaded.sensors.size() + 1)},
       record_{complete_record(
-          options.kind, draft, settings_form::of_sensor(loaded.document, options.kind), terminal
+          options.kind,
+          draft,
+          settings_form::of_sensor(loaded.document, options.kind),
+          terminal.writer()
       )} {}
 
 sensor_answer sensor_run::create() {

@@ -1,11 +1,11 @@
 #pragma once
 // One sensor from its settings to its results, whatever becomes of them.
 
+#include "host/message.hpp"
+#include "host/settings_form.hpp"
 #include "probe/cli_options.hpp"
-#include "probe/console.hpp"
-#include "probe/message.hpp"
-#include "probe/session.hpp"
-#include "probe/settings_form.hpp"
+#include "probe/commands.hpp"
+#include "terminal/console.hpp"
 
 #include <cstdint>
 #include <string>

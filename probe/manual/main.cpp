@@ -2,9 +2,9 @@
 // of libOPCUA.so, which knows the sensors.
 
 #include "probe/cli_parser.hpp"
+#include "probe/commands.hpp"
 #include "probe/manual/completion.hpp"
 #include "probe/manual/man_page.hpp"
-#include "probe/session.hpp"
 #include "simulator/command_line.hpp"
 
 #include <exception>

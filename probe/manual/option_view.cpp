@@ -1,6 +1,6 @@
 #include "probe/manual/option_view.hpp"
 
-#include "probe/joined.hpp"
+#include "text/joined.hpp"
 
 #include <algorithm>
 #include <cctype>

@@ -1,8 +1,8 @@
 #include "probe/plugin/plugin_command.hpp"
 
 #include "probe/commands.hpp"
-#include "probe/plugin/decimal.hpp"
 #include "probe/plugin/plugin_output.hpp"
+#include "probe/plugin/plugin_range.hpp"
 #include "probe/plugin/plugin_scan.hpp"
 
 #include <signal.h>

@@ -1,14 +1,34 @@
+
+
 #include "probe/plugin/plugin_range.hpp"
 
-#include "probe/plugin/decimal.hpp"
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
+#include "host/value_format.hpp"
+#include "text/nearest_names.hpp"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
+
+constexpr int most_decimals = 12;
+constexpr std::size_t longest = 400; // the largest double has 309 digits
+
+void remove_trailing_zeros(std::string& text) {
+    if (text.find('.') != std::string::npos) {
+        text.erase(text.find_last_not_of('0') + 1);
+        if (text.ends_with('.')) {
+            text.pop_back();
+        }
+    }
+    if (text == "-0") {
+        text.erase(0, 1);
+    }
+}
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
@@ -30,7 +50,61 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
     return number;
 }
 
+/// @return positions of the channels that a range can mean
+[[nodiscard]] std::vector<std::size_t>
+meant(const std::string& channel, const std::vector<named_channel>& channels) {
+    std::vector<std::size_t> named;
+    std::vector<std::size_t> numbered;
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        if (channel.empty() || channels[i].name == channel) {
+            named.push_back(i);
+        }
+        if (std::to_string(channels[i].id) == channel) {
+            numbered.push_back(i);
+        }
+    }
+    return named.empty() ? numbered : named;
+}
+
+[[nodiscard]] std::string
+unknown_channel(const channel_range& range, const std::vector<named_channel>& channels) {
+    std::vector<std::string> names(channels.size());
+    std::ranges::transform(channels, names.begin(), &named_channel::name);
+    return range.option + " " + range.channel + ": the sensor has no such channel" +
+           did_you_mean(nearest_names(range.channel, names));
+}
+
 } // namespace
+
+std::string decimal(double value) {
+    std::string text = format_number(value); // knows what was a 32-bit float
+    if (text.find('e') != std::string::npos) {
+        std::array<char, longest> buffer{};
+        const auto [end, error] = std::to_chars(
+            buffer.data(),
+            buffer.data() + buffer.size(),
+            value,
+            std::chars_format::fixed,
+            most_decimals
+        );
+        // Cannot fail: the buffer holds the largest number.
+        text.assign(buffer.data(), error == std::errc{} ? end : buffer.data());
+    }
+    remove_trailing_zeros(text);
+    return text;
+}
+
+std::string decimal(const channel_number& value, double multiplier) {
+    if (const auto* integer = std::get_if<std::int64_t>(&value);
+        integer != nullptr && multiplier == 1.0) {
+        return std::to_string(*integer);
+    }
+    const double scaled = as_double(value) * multiplier;
+    if (!std::isfinite(scaled)) {
+        return "U";
+    }
+    return decimal(scaled);
+}
 
 range_side plugin_range::side(double value) const noexcept {
     if (inverted) {
@@ -108,6 +182,31 @@ parse_channel_ranges(const std::string& option, const std::vector<std::string>& 
         }
     }
     return ranges;
+}
+
+assigned_ranges assign_ranges(
+    const std::vector<channel_range>& ranges, const std::vector<named_channel>& channels
+) {
+    assigned_ranges result;
+    result.of_channels.resize(channels.size());
+    for (const channel_range& range : ranges) {
+        const std::vector<std::size_t> found = meant(range.channel, channels);
+        if (found.empty()) {
+            result.problems.push_back(unknown_channel(range, channels));
+        } else if (found.size() > 1) {
+            result.problems.push_back(
+                range.option + " " + to_text(range.range) + ": it may mean " +
+                std::to_string(found.size()) + " channels; say which one, by name or number"
+            );
+        } else if (result.of_channels[found.front()]) {
+            result.problems.push_back(
+                range.option + ": the channel " + channels[found.front()].name + " has two ranges"
+            );
+        } else {
+            result.of_channels[found.front()] = range.range;
+        }
+    }
+    return result;
 }
 
 } // namespace tarvik::monitoring_modules::probe

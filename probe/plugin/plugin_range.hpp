@@ -1,9 +1,12 @@
 #pragma once
+// Numbers for programs that know digits, a point and a sign, and nothing else.
 // Ranges of values in the notation of monitoring plugins, and what the command line says about
 // channels with them.
+// Which range of the command line belongs to which channel.
 
-#include "probe/message.hpp"
+#include "host/message.hpp"
 
+#include <cstdint>
 #include <limits>
 #include <optional>
 #include <string>
@@ -11,6 +14,16 @@
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
+
+/// Independent of the process's locale.
+/// @param value finite
+/// @return "-12.5", "300": as many digits as it takes to read back the same number, at most 12 of
+/// them behind the point
+[[nodiscard]] std::string decimal(double value);
+
+/// @return value × multiplier; integers exact when they are not multiplied; "U" when it is no
+/// finite number
+[[nodiscard]] std::string decimal(const channel_number& value, double multiplier);
 
 /// Where a value is with regard to a range.
 enum class range_side { good, below, above, inside };
@@ -49,5 +62,20 @@ struct channel_range {
 /// @throws probe_error (usage)
 [[nodiscard]] std::vector<channel_range>
 parse_channel_ranges(const std::string& option, const std::vector<std::string>& arguments);
+
+struct named_channel {
+    std::int64_t id;
+    std::string name;
+};
+
+struct assigned_ranges {
+    std::vector<std::optional<plugin_range>> of_channels; ///< in the order of the channels
+    std::vector<std::string> problems; ///< ranges that belong to none, or not to one alone
+};
+
+/// A name goes before a number; without either, the range is for the only channel.
+/// @param ranges of one option
+[[nodiscard]] assigned_ranges
+assign_ranges(const std::vector<channel_range>& ranges, const std::vector<named_channel>& channels);
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,7 +1,7 @@
 #include "probe/serve/config_node.hpp"
 
-#include "probe/nearest_names.hpp"
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
+#include "text/nearest_names.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,12 +1,12 @@
 #include "probe/serve/config_reader.hpp"
 
-#include "probe/nearest_names.hpp"
-#include "probe/probe_error.hpp"
-#include "probe/secret_file.hpp"
+#include "host/probe_error.hpp"
+#include "host/secret_file.hpp"
+#include "host/settings_form.hpp"
 #include "probe/serve/config_node.hpp"
 #include "probe/serve/config_secrets.hpp"
-#include "probe/settings_form.hpp"
-#include "probe/terminal_text.hpp"
+#include "text/nearest_names.hpp"
+#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <set>

@@ -1,7 +1,7 @@
 #pragma once
 // Reads the configuration of `serve`.
 
-#include "probe/module_document.hpp"
+#include "host/module_document.hpp"
 #include "probe/serve/serve_config.hpp"
 
 #include <string>

@@ -1,6 +1,6 @@
 #include "probe/serve/config_secrets.hpp"
 
-#include "probe/secret_file.hpp"
+#include "host/secret_file.hpp"
 
 #include <cstdlib>
 

@@ -1,7 +1,7 @@
 #include "probe/serve/connection_lane.hpp"
 
-#include "probe/message.hpp"
-#include "probe/probe_error.hpp"
+#include "host/message.hpp"
+#include "host/probe_error.hpp"
 
 #include <algorithm>
 #include <functional>

@@ -1,7 +1,7 @@
 #pragma once
 // The last hour of a sensor's channels: the lowest and highest value of every half minute.
 
-#include "probe/channel_memory.hpp"
+#include "host/channel_memory.hpp"
 
 #include <array>
 #include <chrono>

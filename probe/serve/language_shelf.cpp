@@ -1,6 +1,6 @@
 #include "probe/serve/language_shelf.hpp"
 
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 #pragma once
 // What the module tells about itself, in each language that somebody has asked for.
 
-#include "probe/module_document.hpp"
-#include "probe/monitoring_module.hpp"
+#include "host/module_document.hpp"
+#include "host/monitoring_module.hpp"
 
 #include <map>
 #include <memory>

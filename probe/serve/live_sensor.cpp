@@ -1,7 +1,7 @@
 #include "probe/serve/live_sensor.hpp"
 
-#include "probe/message.hpp"
-#include "probe/probe_error.hpp"
+#include "host/message.hpp"
+#include "host/probe_error.hpp"
 #include "probe/serve/log_tap.hpp"
 
 #include <algorithm>

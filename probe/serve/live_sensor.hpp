@@ -1,9 +1,9 @@
 #pragma once
 // A sensor of the module that is created when it is first needed and scanned again and again.
 
-#include "probe/channel_memory.hpp"
-#include "probe/log_line.hpp"
-#include "probe/monitoring_module.hpp"
+#include "host/channel_memory.hpp"
+#include "host/log.hpp"
+#include "host/monitoring_module.hpp"
 #include "probe/serve/serve_config.hpp"
 #include "probe/serve/shown_sensor.hpp"
 

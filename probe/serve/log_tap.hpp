@@ -2,9 +2,9 @@
 // The module's log while it serves: what matters goes to standard error, and what one call logs can
 // be listened to, because the module writes its lines on the thread that calls it.
 
-#include "probe/console.hpp"
-#include "probe/log_line.hpp"
-#include "probe/module_library.hpp"
+#include "host/log.hpp"
+#include "host/monitoring_module.hpp"
+#include "terminal/console.hpp"
 
 #include <cstdint>
 #include <string_view>

@@ -1,6 +1,6 @@
 #include "probe/serve/metrics_observer.hpp"
 
-#include "probe/message_identity.hpp"
+#include "host/translation.hpp"
 
 namespace tarvik::monitoring_modules::probe {
 

@@ -1,7 +1,7 @@
 #pragma once
 // What the page shows, as JSON.
 
-#include "probe/module_document.hpp"
+#include "host/module_document.hpp"
 #include "probe/serve/board.hpp"
 
 #include <chrono>

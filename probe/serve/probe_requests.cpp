@@ -1,7 +1,7 @@
 #include "probe/serve/probe_requests.hpp"
 
-#include "probe/log_line.hpp"
-#include "probe/terminal_text.hpp"
+#include "host/log.hpp"
+#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <charconv>

@@ -1,7 +1,8 @@
 #pragma once
 // `opcua-probe serve`.
 
-#include "probe/commands.hpp"
+#include "probe/serve_options.hpp"
+#include "terminal/command_context.hpp"
 
 namespace tarvik::monitoring_modules::probe {
 

@@ -1,6 +1,6 @@
 #include "probe/serve/serve_config.hpp"
 
-#include "probe/settings_record.hpp"
+#include "host/settings_record.hpp"
 
 namespace tarvik::monitoring_modules::probe {
 

@@ -1,8 +1,8 @@
 #pragma once
 // What is known of a sensor and of a connection: what the page and the metrics show.
 
-#include "probe/channel_memory.hpp"
-#include "probe/connection_state.hpp"
+#include "host/channel_memory.hpp"
+#include "host/connection_state.hpp"
 #include "probe/serve/metrics/channel_metrics.hpp"
 
 #include <array>

@@ -1,7 +1,6 @@
 #include "probe/info_text.hpp"
-#include "probe/setting_fold.hpp"
-#include "probe/terminal_text.hpp"
-#include "tests/probe/made_up_document.hpp"
+#include "tests/host/made_up_document.hpp"
+#include "text/terminal_text.hpp"
 
 #include <sstream>
 

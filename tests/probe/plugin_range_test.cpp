@@ -1,6 +1,5 @@
-#include "probe/plugin/channel_ranges.hpp"
-#include "probe/plugin/decimal.hpp"
-#include "tests/probe/expect_error.hpp"
+#include "probe/plugin/plugin_range.hpp"
+#include "tests/host/expect_error.hpp"
 
 #include <cmath>
 #include <limits>

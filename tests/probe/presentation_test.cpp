@@ -1,6 +1,6 @@
-#include "probe/message_json.hpp"
+#include "host/message_json.hpp"
 #include "probe/scan_table.hpp"
-#include "probe/table.hpp"
+#include "terminal/table.hpp"
 
 #include <algorithm>
 #include <string>

@@ -1,6 +1,6 @@
 #include "probe/serve/http/access_rules.hpp"
 
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
 #include "probe/serve/http/ascii_text.hpp"
 
 #include <httplib.h>

@@ -2,10 +2,10 @@
 // Talks with all clients on one thread: accepts them, reads their requests, hands these to whoever
 // answers them, and sends the answers. It waits for all sockets at once, never for one.
 
-#include "probe/file_descriptor.hpp"
 #include "probe/serve/http/http_connection.hpp"
 #include "probe/serve/http/listening_socket.hpp"
 #include "probe/serve/http/tls_context.hpp"
+#include "terminal/file_descriptor.hpp"
 
 #include <cstdint>
 #include <functional>

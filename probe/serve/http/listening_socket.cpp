@@ -1,6 +1,6 @@
 #include "probe/serve/http/listening_socket.hpp"
 
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>

@@ -1,7 +1,7 @@
 #pragma once
 // The socket to which clients connect.
 
-#include "probe/file_descriptor.hpp"
+#include "terminal/file_descriptor.hpp"
 
 #include <cstdint>
 #include <optional>

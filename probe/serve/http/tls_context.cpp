@@ -1,6 +1,6 @@
 #include "probe/serve/http/tls_context.hpp"
 
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
 
 #include <new>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 // The bytes of one connection, plain or over TLS. No call waits.
 
-#include "probe/file_descriptor.hpp"
+#include "terminal/file_descriptor.hpp"
 
 #include <cstddef>
 #include <memory>

@@ -1,8 +1,8 @@
 #pragma once
 // The channels of one sensor as metrics, with labels sensor, server and channel.
 
-#include "probe/message.hpp"
-#include "probe/module_document.hpp"
+#include "host/message.hpp"
+#include "host/module_document.hpp"
 #include "probe/serve/metrics/exposition.hpp"
 #include "probe/serve/metrics/metric_name.hpp"
 

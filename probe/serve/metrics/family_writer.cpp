@@ -1,6 +1,6 @@
 #include "probe/serve/metrics/family_writer.hpp"
 
-#include "probe/terminal_text.hpp"
+#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <array>

@@ -14,7 +14,7 @@
 //   metric's own name is the state's text, and 1 for the one that holds. The number itself is
 //   beside it as "..._code", for states that have no text.
 
-#include "probe/message.hpp"
+#include "host/message.hpp"
 #include "probe/serve/metrics/metric_family.hpp"
 #include "probe/serve/metrics/metric_unit.hpp"
 

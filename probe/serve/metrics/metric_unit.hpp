@@ -1,7 +1,7 @@
 #pragma once
 // Units of channels as base units, which metrics are to be in: seconds, bytes, celsius, ratio.
 
-#include "probe/message.hpp"
+#include "host/message.hpp"
 
 #include <string>
 

@@ -1,5 +1,5 @@
 #include "probe/serve/http/access_rules.hpp"
-#include "tests/probe/expect_error.hpp"
+#include "tests/host/expect_error.hpp"
 #include "tests/probe/serve/http_fixture.hpp"
 
 #include <utility>

@@ -1,4 +1,4 @@
-#include "tests/probe/expect_error.hpp"
+#include "tests/host/expect_error.hpp"
 #include "tests/probe/serve/http_fixture.hpp"
 
 #include <httplib.h>

@@ -1,6 +1,6 @@
 // When what is run again, and what is remembered of it.
 
-#include "probe/connection_state.hpp"
+#include "host/connection_state.hpp"
 #include "probe/serve/back_off.hpp"
 #include "probe/serve/board.hpp"
 #include "probe/serve/worker_pool.hpp"

@@ -1,0 +1,66 @@
+#pragma once
+// Reads members of JSON objects that come from outside; errors name the place.
+// Reads JSON that may lack anything: what is absent or has another type counts as empty.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// An object within a document and the way to it, such as "channel_definitions[2]"; empty for the
+/// document itself. Refers to the document, which must outlive it. Members that are absent or null
+/// take the fallback.
+class json_object final {
+  public:
+    /// @throws probe_error (call_failed) unless it is an object
+    json_object(const nlohmann::json& object, std::string place);
+
+    /// @return null when the member is absent or null
+    [[nodiscard]] const nlohmann::json* find(const char* name) const;
+    [[nodiscard]] std::string place_of(std::string_view name) const;
+
+    // The following throw probe_error (call_failed) when the member has another type.
+    [[nodiscard]] std::int64_t integer(const char* name) const; ///< required
+    [[nodiscard]] std::int64_t integer(const char* name, std::int64_t fallback) const;
+    [[nodiscard]] double real(const char* name, double fallback) const;
+    [[nodiscard]] bool boolean(const char* name) const; ///< required
+    [[nodiscard]] bool boolean(const char* name, bool fallback) const;
+    [[nodiscard]] std::string text(const char* name, std::string_view fallback) const;
+
+    /// Calls visit(json_object) for each element of a list of objects.
+    template <typename Visitor>
+    void each(const char* name, Visitor visit) const {
+        const nlohmann::json& list = array(name);
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            visit(json_object{list[i], place_of(name) + "[" + std::to_string(i) + "]"});
+        }
+    }
+
+    [[noreturn]] void fail(std::string_view name, std::string_view problem) const;
+
+  private:
+    [[nodiscard]] const nlohmann::json& array(const char* name) const;
+
+    const nlohmann::json& object_;
+    std::string place_;
+};
+
+/// @return the member, or null JSON when there is none
+[[nodiscard]] const nlohmann::ordered_json&
+member(const nlohmann::ordered_json& object, const std::string& name);
+
+[[nodiscard]] std::string text_of(const nlohmann::ordered_json& value);
+[[nodiscard]] bool flag_of(const nlohmann::ordered_json& value);
+
+/// Takes a number, or a text that is one.
+[[nodiscard]] std::optional<std::int64_t> integer_of(const nlohmann::ordered_json& value);
+
+/// @return the texts of a list; elements that are none are left out
+[[nodiscard]] std::vector<std::string> texts_of(const nlohmann::ordered_json& list);
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,73 @@
+#include "host/log.hpp"
+
+#include <exception>
+#include <utility>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+[[nodiscard]] std::string_view severity_name(std::int32_t severity) noexcept {
+    if (severity < severity_error) {
+        return "failure";
+    }
+    switch (severity) {
+    case severity_error:
+        return "error";
+    case severity_warning:
+        return "warning";
+    case severity_warning + 1:
+        return "notice";
+    case severity_info:
+        return "info";
+    default:
+        return "debug";
+    }
+}
+
+} // namespace
+
+extern "C" {
+
+static void receive_line(
+    void* user, const char* source, std::int32_t severity, const char* text, std::uint32_t length
+) {
+    static_cast<log_sink*>(user)->take(
+        source == nullptr ? "" : source,
+        severity,
+        text == nullptr ? std::string_view{} : std::string_view{text, length}
+    );
+}
+
+} // extern "C"
+
+std::string to_text(const log_line& line) {
+    std::string text{severity_name(line.severity)};
+    text.resize(9, ' ');
+    return text + line.source + (line.source.empty() ? "" : ": ") + line.text;
+}
+
+log_sink::log_sink(const module_library& library, receiver receive)
+    : library_{library},
+      receive_{std::move(receive)} {
+    if (library_.set_log_sink() != nullptr) {
+        library_.set_log_sink()(&receive_line, this);
+    }
+}
+
+log_sink::~log_sink() {
+    if (library_.set_log_sink() != nullptr) {
+        library_.set_log_sink()(nullptr, nullptr);
+    }
+}
+
+void log_sink::take(std::string_view source, std::int32_t severity, std::string_view text) {
+    try {
+        text = text.substr(0, text.find_last_not_of("\r\n") + 1);
+        receive_({std::string{source}, severity, std::string{text}});
+    } catch (const std::exception&) {
+        return; // out of memory: the line is lost, the module must not notice
+    }
+}
+
+} // namespace tarvik::monitoring_modules::probe

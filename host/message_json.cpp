@@ -1,0 +1,78 @@
+
+
+#include "host/message_json.hpp"
+
+#include <cmath>
+
+#include <nlohmann/json.hpp>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+[[nodiscard]] ordered_json real(double value) {
+    return std::isfinite(value) ? ordered_json(value) : ordered_json(format_number(value));
+}
+
+[[nodiscard]] const char* result_state(const ordered_json& document) {
+    const auto code = document.at("response_code").get<std::int64_t>();
+    return code == 0 ? "ok" : code == 1 ? "warning" : "error";
+}
+
+void enrich(ordered_json& channel, const channel_view& view) {
+    channel["name"] = view.name;
+    channel["text"] = view.value.number + (view.value.unit.empty() ? "" : " ") + view.value.unit;
+    channel["scaled"] = real(view.scaled);
+    if (view.lookup_text) {
+        channel["lookup_text"] = *view.lookup_text;
+    }
+    if (view.difference) {
+        channel["growth_per_second"] = view.growth ? real(*view.growth) : ordered_json();
+    }
+    if (view.state != channel_state::none) {
+        channel["state"] = name_of(view.state);
+    }
+}
+
+[[nodiscard]] std::string line(const ordered_json& document) {
+    return document.dump(-1, ' ', true, ordered_json::error_handler_t::replace) + "\n";
+}
+
+} // namespace
+
+std::string
+scan_json(std::string_view message, const std::vector<channel_view>& channels, std::size_t scan) {
+    ordered_json document = ordered_json::parse(message);
+    document["scan"] = scan;
+    document["state"] = result_state(document);
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        enrich(document.at("channels").at(i), channels[i]);
+    }
+    return line(document);
+}
+
+std::string check_json(std::string_view message, const std::vector<log_line>& log) {
+    ordered_json document = ordered_json::parse(message);
+    ordered_json lines = ordered_json::array();
+    for (const log_line& entry : log) {
+        lines.push_back(
+            {{"source", entry.source}, {"severity", entry.severity}, {"text", entry.text}}
+        );
+    }
+    document["log"] = std::move(lines);
+    return line(document);
+}
+
+std::string notification_json(std::string_view message, const notification_outcome& outcome) {
+    ordered_json document = message.empty() ? ordered_json::object() : ordered_json::parse(message);
+    document["status"] = outcome.status;
+    document["written"] = outcome.written;
+    if (!outcome.written) {
+        document["reason"] = outcome.reason;
+    }
+    return line(document);
+}
+
+} // namespace tarvik::monitoring_modules::probe

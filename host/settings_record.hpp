@@ -1,0 +1,88 @@
+#pragma once
+// What a person says about one channel on the command line: "ns=2;s=Boiler.Temperature" or
+// "Boiler=ns=2;s=...".
+// The settings that the module gets, made of what the command line asks for.
+
+#include "host/connection_arguments.hpp"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+constexpr std::size_t most_channels = 10;
+
+struct channel_argument {
+    std::string name; ///< empty: the server's name for the node
+    std::string node_id;
+    std::string unit;
+    std::string scale; ///< empty: not given
+};
+
+/// What stands before the first "=" is a name, unless it begins a node id: ns, nsu, svr, i, s, g,
+/// b, or a quote (array form).
+/// @throws probe_error (usage) when the name or the node id is empty
+[[nodiscard]] channel_argument parse_channel(std::string_view argument);
+
+/// A text for one channel, such as "2=bar".
+struct numbered_text {
+    std::size_t number; ///< from 1
+    std::string text;
+};
+
+/// @param option for the error text
+/// @throws probe_error (usage) unless the argument is N=text, N one of the channels
+[[nodiscard]] numbered_text
+parse_numbered(std::string_view option, std::string_view argument, std::size_t channels);
+
+/// Gives units and scale factors to channels.
+/// @throws probe_error (usage) for more than 10 channels, wrong numbers or a channel that gets two
+[[nodiscard]] std::vector<channel_argument> parse_channels(
+    const std::vector<std::string>& channels,
+    const std::vector<std::string>& units,
+    const std::vector<std::string>& scales
+);
+
+/// Dotted keys and their texts.
+using settings = std::map<std::string, std::string>;
+
+// Where the address of the server stands.
+inline constexpr const char* host_of_sensor = "host"; // and of checks
+inline constexpr const char* host_of_notification = "credentials.connection_opcua.host";
+
+/// Settings of the connection; what was not asked for is left to the module's defaults.
+[[nodiscard]] settings connection_settings(
+    const connection_arguments& arguments,
+    const connection_secrets& secrets,
+    const char* host_key = host_of_sensor
+);
+
+/// Adds those of a custom sensor.
+/// @param channels at most 10
+void add_channels(
+    settings& to, const std::vector<channel_argument>& channels, const std::string& message_node
+);
+
+/// A value that is to be written into a node.
+struct notification {
+    std::string target;                   ///< node id
+    std::string type;                     ///< as the module calls it
+    std::string message;                  ///< the value as text; may be empty
+    std::optional<std::uint32_t> timeout; ///< seconds
+};
+
+/// Adds those of a notification.
+/// @param log_level of the lines that the module collects; nothing: all
+void add_notification(
+    settings& to, const notification& content, const std::optional<std::int32_t>& log_level
+);
+
+/// @return the JSON record
+/// @throws probe_error (usage) when a text is no UTF-8; its message names the key
+[[nodiscard]] std::string record(std::string_view kind, const settings& values);
+
+} // namespace tarvik::monitoring_modules::probe
