@@ -6,8 +6,9 @@
 #include "explorer/found_node.hpp"
 #include "opcua/enum_number.hpp"
 #include "terminal/table.hpp"
-#include "text/joined.hpp"
 #include "text/terminal_text.hpp"
+#include "text/utf8.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <array>

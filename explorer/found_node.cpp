@@ -3,7 +3,8 @@
 #include "explorer/found_node.hpp"
 
 #include "opcua/nodes/node_id.hpp"
-#include "text/terminal_text.hpp"
+#include "text/utf8.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -17,10 +18,6 @@ constexpr std::size_t longest_path = 4096;
 constexpr std::size_t longest_node_id = 8192;
 constexpr std::size_t longest_channel_name = 32; // characters that the module takes
 
-[[nodiscard]] bool continues_character(char byte) noexcept {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
-
 [[nodiscard]] std::string expanded_text(const UA_ExpandedNodeId& id) {
     opcua::ua_string text;
     if (UA_ExpandedNodeId_print(&id, text.out()) != UA_STATUSCODE_GOOD) {
@@ -33,36 +30,11 @@ constexpr std::size_t longest_channel_name = 32; // characters that the module t
 [[nodiscard]] std::string channel_name(const found_node& node) {
     std::string name = is_utf8(node.plain_name) ? node.plain_name : "";
     std::ranges::replace(name, '=', '_');
-    std::size_t end = 0;
-    for (std::size_t characters = 0; end < name.size(); ++end) {
-        if (!continues_character(name[end]) && ++characters > longest_channel_name) {
-            break;
-        }
-    }
-    name.resize(end);
+    name.resize(first_characters(name, longest_channel_name).size());
     return name.empty() ? "Channel" : name;
 }
 
-[[nodiscard]] char lower_case(char letter) noexcept {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
-[[nodiscard]] bool contains(std::string_view text, std::string_view part) {
-    const auto same = [](char left, char right) { return lower_case(left) == lower_case(right); };
-    return std::search(text.begin(), text.end(), part.begin(), part.end(), same) != text.end();
-}
-
 } // namespace
-
-std::string limited(std::string_view text, std::size_t bytes) {
-    if (text.size() <= bytes) {
-        return std::string{text};
-    }
-    while (bytes > 0 && continues_character(text[bytes])) {
-        --bytes;
-    }
-    return std::string{text.substr(0, bytes)} + "…";
-}
 
 void set_browse_name(found_node& node, const UA_QualifiedName& name) {
     node.plain_name = limited(opcua::view_of(name.name));
@@ -114,11 +86,7 @@ std::string path_below(const std::string& path, const found_node& node) {
     std::string longer = path + (path.empty() ? "" : "/");
     longer += node.plain_name.empty() ? node.name() : node.plain_name;
     if (longer.size() > longest_path) {
-        std::size_t begin = longer.size() - longest_path;
-        while (begin < longer.size() && continues_character(longer[begin])) {
-            ++begin;
-        }
-        longer.replace(0, begin, "…");
+        longer = "…" + std::string{last_bytes(longer, longest_path)};
     }
     return longer;
 }
@@ -139,8 +107,9 @@ std::string channel_text(const found_node& node) {
 }
 
 bool matches(const found_node& node, std::string_view text) {
-    return contains(node.plain_name, text) || contains(node.display_name, text) ||
-           contains(node.node_id, text);
+    return contains_in_any_case(node.plain_name, text) ||
+           contains_in_any_case(node.display_name, text) ||
+           contains_in_any_case(node.node_id, text);
 }
 
 } // namespace tarvik::monitoring_modules::probe

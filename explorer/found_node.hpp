@@ -13,11 +13,13 @@
 #include <string_view>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 namespace tarvik::monitoring_modules::probe {
 
 /// The value of a variable.
 struct node_value {
-    std::string json = "null";         ///< as JSON; null: there is none, or JSON has no form for it
+    nlohmann::ordered_json json{};     ///< null: there is none, or JSON has no form for it
     std::string text;                  ///< short; empty: there is none
     std::string shape;                 ///< behind the data type: "[4]", "[2x3]"; empty: no array
     std::optional<std::size_t> length; ///< of an array, in elements
@@ -55,10 +57,6 @@ struct found_node {
         return !display_name.empty() ? display_name : !plain_name.empty() ? plain_name : node_id;
     }
 };
-
-/// @return the text, or as much of its beginning as has this many bytes with a "…" behind it; no
-/// character of UTF-8 is cut into
-[[nodiscard]] std::string limited(std::string_view text, std::size_t bytes = 1000);
 
 /// Sets both forms of the browse name.
 void set_browse_name(found_node& node, const UA_QualifiedName& name);

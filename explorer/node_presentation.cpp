@@ -144,7 +144,7 @@ std::string node_json(const found_node& node) {
         {"display_name", node.display_name},
         {"node_class", node.node_class},
         {"data_type", text_or_null(node.data_type)},
-        {"value", ordered_json::parse(node.value.json)},
+        {"value", node.value.json},
         {"array_length", node.value.length ? ordered_json(*node.value.length) : ordered_json{}},
         {"unit", text_or_null(node.unit)},
         {"readable", node.readable},

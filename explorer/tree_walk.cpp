@@ -5,6 +5,7 @@
 #include "explorer/found_node.hpp"
 #include "opcua/enum_number.hpp"
 #include "opcua/status_text.hpp"
+#include "text/utf8.hpp"
 
 #include <algorithm>
 #include <utility>

@@ -8,6 +8,7 @@
 #include "opcua/nodes/node_id.hpp"
 #include "opcua/nodes/value_conversion.hpp"
 #include "opcua/status_text.hpp"
+#include "text/utf8.hpp"
 
 #include <algorithm>
 #include <charconv>
@@ -152,10 +153,6 @@ printed(UA_StatusCode (*print)(const Value*, UA_String*), const void* of) {
     return is_text ? '"' + text + '"' : text;
 }
 
-[[nodiscard]] std::string dumped(const ordered_json& value) {
-    return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
-
 /// @return "[4]", "[2x3]"
 [[nodiscard]] std::string shape_of(const UA_Variant& value) {
     std::string lengths;
@@ -178,7 +175,7 @@ void read_array(node_value& read, const UA_Variant& value) {
         }
         element += value.type->memSize;
     }
-    read.json = dumped(list);
+    read.json = std::move(list);
     read.text = "[" + read.text + (value.arrayLength > text_elements ? ", …]" : "]");
 }
 
@@ -198,9 +195,8 @@ node_value read_value(const UA_Variant& value) {
         return read;
     }
     if (opcua::is_scalar(value)) {
-        const ordered_json element = element_json(value.data, *value.type);
-        read.json = dumped(element);
-        read.text = element_text(element, *value.type);
+        read.json = element_json(value.data, *value.type);
+        read.text = element_text(read.json, *value.type);
     } else {
         read_array(read, value);
     }

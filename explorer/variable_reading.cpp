@@ -8,6 +8,7 @@
 #include "opcua/nodes/node_id.hpp"
 #include "opcua/nodes/value_conversion.hpp"
 #include "opcua/status_text.hpp"
+#include "text/utf8.hpp"
 
 #include <array>
 #include <utility>

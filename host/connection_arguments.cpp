@@ -4,6 +4,7 @@
 
 #include "host/probe_error.hpp"
 #include "host/secret_file.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <array>
@@ -89,8 +90,7 @@ bool names_secret(std::string_view key) {
     constexpr auto secrets = std::to_array<std::string_view>(
         {"password", "client_key", "client_key_password", "tarvikcloudapikey"}
     );
-    const std::string_view name = key.substr(key.rfind('.') + 1);
-    return std::ranges::find(secrets, name) != secrets.end();
+    return contains(secrets, key.substr(key.rfind('.') + 1));
 }
 
 std::string waiting_for(const connection_arguments& connection) {

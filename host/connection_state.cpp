@@ -3,6 +3,7 @@
 #include "host/connection_state.hpp"
 
 #include "host/translation.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <array>
@@ -55,8 +56,7 @@ constexpr std::string_view rejected_token = "BadIdentityTokenRejected";
         std::string_view{"BadRequestTimeout"},
         std::string_view{"BadSecureChannelClosed"},
         std::string_view{"BadCommunicationError"}};
-    const bool unreachable =
-        std::ranges::find(network, status) != network.end() || status.starts_with("BadTcp");
+    const bool unreachable = contains(network, status) || status.starts_with("BadTcp");
     return unreachable ? connection_state::unreachable : connection_state::error;
 }
 
@@ -89,11 +89,6 @@ constexpr auto settings_keys = std::to_array<std::string_view>(
      "libzunohelper.error.string_too_long"}
 );
 
-template <typename Names>
-[[nodiscard]] bool contains(const Names& names, std::string_view name) {
-    return std::ranges::find(names, name) != names.end();
-}
-
 } // namespace
 
 std::string_view name_of(connection_state state) noexcept {
@@ -124,7 +119,7 @@ std::optional<connection_state> connection_fault(std::string_view identity) {
     if (parsed->key == connection_failed) {
         return by_status(parsed->arguments.front());
     }
-    if (std::ranges::find(requests, parsed->key) != requests.end()) {
+    if (contains(requests, parsed->key)) {
         const connection_state state = by_status(parsed->arguments.front());
         return state == connection_state::unreachable ? std::optional{state} : std::nullopt;
     }

@@ -3,13 +3,15 @@
 #include "host/json.hpp"
 
 #include "host/probe_error.hpp"
+#include "text/number.hpp"
 
-#include <charconv>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
-json_object::json_object(const nlohmann::json& object, std::string place)
+using nlohmann::ordered_json;
+
+json_object::json_object(const ordered_json& object, std::string place)
     : object_{object},
       place_{std::move(place)} {
     if (!object_.is_object()) {
@@ -19,7 +21,7 @@ json_object::json_object(const nlohmann::json& object, std::string place)
     }
 }
 
-const nlohmann::json* json_object::find(const char* name) const {
+const ordered_json* json_object::find(const char* name) const {
     const auto found = object_.find(name);
     return found == object_.end() || found->is_null() ? nullptr : &*found;
 }
@@ -36,7 +38,7 @@ std::int64_t json_object::integer(const char* name) const {
 }
 
 std::int64_t json_object::integer(const char* name, std::int64_t fallback) const {
-    const nlohmann::json* member = find(name);
+    const ordered_json* member = find(name);
     if (member == nullptr) {
         return fallback;
     }
@@ -49,7 +51,7 @@ std::int64_t json_object::integer(const char* name, std::int64_t fallback) const
 }
 
 double json_object::real(const char* name, double fallback) const {
-    const nlohmann::json* member = find(name);
+    const ordered_json* member = find(name);
     if (member == nullptr) {
         return fallback;
     }
@@ -67,7 +69,7 @@ bool json_object::boolean(const char* name) const {
 }
 
 bool json_object::boolean(const char* name, bool fallback) const {
-    const nlohmann::json* member = find(name);
+    const ordered_json* member = find(name);
     if (member == nullptr) {
         return fallback;
     }
@@ -78,7 +80,7 @@ bool json_object::boolean(const char* name, bool fallback) const {
 }
 
 std::string json_object::text(const char* name, std::string_view fallback) const {
-    const nlohmann::json* member = find(name);
+    const ordered_json* member = find(name);
     if (member == nullptr) {
         return std::string{fallback};
     }
@@ -94,9 +96,9 @@ void json_object::fail(std::string_view name, std::string_view problem) const {
         "Unusable message: \"" + place_of(name) + "\" " + std::string{problem}};
 }
 
-const nlohmann::json& json_object::array(const char* name) const {
-    static const nlohmann::json none = nlohmann::json::array();
-    const nlohmann::json* member = find(name);
+const ordered_json& json_object::array(const char* name) const {
+    static const ordered_json none = ordered_json::array();
+    const ordered_json* member = find(name);
     if (member == nullptr) {
         return none;
     }
@@ -105,8 +107,6 @@ const nlohmann::json& json_object::array(const char* name) const {
     }
     return *member;
 }
-
-using nlohmann::ordered_json;
 
 const ordered_json& member(const ordered_json& object, const std::string& name) {
     static const ordered_json nothing;
@@ -132,11 +132,7 @@ std::optional<std::int64_t> integer_of(const ordered_json& value) {
     if (value.is_number_integer()) {
         return value.get<std::int64_t>();
     }
-    const std::string text = text_of(value);
-    std::int64_t result = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), result);
-    const bool whole = error == std::errc{} && end == text.data() + text.size();
-    return whole ? std::optional{result} : std::nullopt;
+    return parse_number<std::int64_t>(text_of(value));
 }
 
 std::vector<std::string> texts_of(const ordered_json& list) {

@@ -1,6 +1,6 @@
 #pragma once
-// Reads members of JSON objects that come from outside; errors name the place.
-// Reads JSON that may lack anything: what is absent or has another type counts as empty.
+// Two ways to read JSON from outside: strictly, where errors name the place, and loosely, where
+// what is absent or has another type counts as empty.
 
 #include <cstdint>
 #include <optional>
@@ -18,10 +18,10 @@ namespace tarvik::monitoring_modules::probe {
 class json_object final {
   public:
     /// @throws probe_error (call_failed) unless it is an object
-    json_object(const nlohmann::json& object, std::string place);
+    json_object(const nlohmann::ordered_json& object, std::string place);
 
     /// @return null when the member is absent or null
-    [[nodiscard]] const nlohmann::json* find(const char* name) const;
+    [[nodiscard]] const nlohmann::ordered_json* find(const char* name) const;
     [[nodiscard]] std::string place_of(std::string_view name) const;
 
     // The following throw probe_error (call_failed) when the member has another type.
@@ -35,7 +35,7 @@ class json_object final {
     /// Calls visit(json_object) for each element of a list of objects.
     template <typename Visitor>
     void each(const char* name, Visitor visit) const {
-        const nlohmann::json& list = array(name);
+        const nlohmann::ordered_json& list = array(name);
         for (std::size_t i = 0; i < list.size(); ++i) {
             visit(json_object{list[i], place_of(name) + "[" + std::to_string(i) + "]"});
         }
@@ -44,9 +44,9 @@ class json_object final {
     [[noreturn]] void fail(std::string_view name, std::string_view problem) const;
 
   private:
-    [[nodiscard]] const nlohmann::json& array(const char* name) const;
+    [[nodiscard]] const nlohmann::ordered_json& array(const char* name) const;
 
-    const nlohmann::json& object_;
+    const nlohmann::ordered_json& object_;
     std::string place_;
 };
 

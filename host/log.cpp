@@ -39,6 +39,14 @@ static void receive_line(
     );
 }
 
+static void receive_event(void* user, std::int32_t kind, const char* text, std::uint32_t length) {
+    try {
+        static_cast<event_observer*>(user)->take({kind, std::string{text, length}});
+    } catch (const std::exception&) {
+        return; // out of memory: the event is lost, the module must not notice
+    }
+}
+
 } // extern "C"
 
 std::string to_text(const log_line& line) {
@@ -67,6 +75,20 @@ void log_sink::take(std::string_view source, std::int32_t severity, std::string_
         receive_({std::string{source}, severity, std::string{text}});
     } catch (const std::exception&) {
         return; // out of memory: the line is lost, the module must not notice
+    }
+}
+
+event_observer::event_observer(const module_library& library, receiver receive)
+    : library_{library},
+      receive_{std::move(receive)} {
+    if (library_.set_event_observer() != nullptr) {
+        library_.set_event_observer()(&receive_event, this);
+    }
+}
+
+event_observer::~event_observer() {
+    if (library_.set_event_observer() != nullptr) {
+        library_.set_event_observer()(nullptr, nullptr);
     }
 }
 

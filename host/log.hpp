@@ -1,5 +1,6 @@
 #pragma once
-// A line that the module logged, how a person reads it, and who receives such lines.
+// What the module tells while it works: log lines for people and events for programs, and who
+// receives them.
 
 #include "host/monitoring_module.hpp"
 
@@ -7,6 +8,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -20,6 +22,12 @@ constexpr std::int32_t severity_error = 3;
 constexpr std::int32_t severity_warning = 4;
 constexpr std::int32_t severity_info = 6;
 constexpr std::int32_t severity_debug = 7;
+
+/// What the module tells of itself within a call, for programs; the numbers are event_observer.h's.
+struct module_event {
+    std::int32_t kind = 0; ///< one of ZUNO_EVENT_..., or one that this program does not know
+    std::string text;      ///< what belongs to it, in English; not yet sanitised
+};
 
 /// @return "warning  sensor 7: text", or "warning  text" without a source; not yet sanitised
 [[nodiscard]] std::string to_text(const log_line& line);
@@ -37,6 +45,26 @@ class log_sink final {
     log_sink& operator=(const log_sink&) = delete;
 
     void take(std::string_view source, std::int32_t severity, std::string_view text);
+
+  private:
+    const module_library& library_;
+    const receiver receive_;
+};
+
+/// The module's event observer while it lives.
+class event_observer final {
+  public:
+    /// Gets each event on the thread that called the module, from several at once; it must not
+    /// throw.
+    using receiver = std::function<void(module_event&& event)>;
+
+    /// @param library must outlive this object
+    event_observer(const module_library& library, receiver receive);
+    ~event_observer();
+    event_observer(const event_observer&) = delete;
+    event_observer& operator=(const event_observer&) = delete;
+
+    void take(module_event&& event) const { receive_(std::move(event)); }
 
   private:
     const module_library& library_;

@@ -11,8 +11,31 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
+using nlohmann::ordered_json;
+
+/// @param object has perhaps a member of this name with "identity" and "text"
+void add_translation(ordered_json& object, const char* name, const translation& texts) {
+    const ordered_json& said = member(object, name);
+    if (member(said, "identity").is_string() && member(said, "text").is_string()) {
+        object[name]["translated"] =
+            texts.message(text_of(member(said, "identity")), text_of(member(said, "text")));
+    }
+}
+
+void add_translations(ordered_json& document, const translation& texts) {
+    if (texts.english()) {
+        return;
+    }
+    add_translation(document, "message", texts);
+    if (member(document, "channel_definitions").is_array()) {
+        for (ordered_json& definition : document["channel_definitions"]) {
+            add_translation(definition, "name", texts);
+        }
+    }
+}
+
 [[nodiscard]] channel_unit read_unit(const json_object& definition) {
-    const nlohmann::json* member = definition.find("unit");
+    const ordered_json* member = definition.find("unit");
     if (member == nullptr) {
         return {};
     }
@@ -21,7 +44,7 @@ namespace {
 }
 
 [[nodiscard]] channel_limits read_limits(const json_object& definition) {
-    const nlohmann::json* member = definition.find("limits");
+    const ordered_json* member = definition.find("limits");
     if (member == nullptr) {
         return {};
     }
@@ -38,14 +61,14 @@ namespace {
 }
 
 [[nodiscard]] std::string read_identity(const json_object& object, const char* name) {
-    const nlohmann::json* const member = object.find(name);
+    const ordered_json* const member = object.find(name);
     return member == nullptr ? ""
                              : json_object{*member, object.place_of(name)}.text("identity", "");
 }
 
 /// A text that can be said in another language, and in which it may have been.
 [[nodiscard]] std::string read_text(const json_object& object, const char* name) {
-    const nlohmann::json* member = object.find(name);
+    const ordered_json* member = object.find(name);
     if (member == nullptr) {
         return "";
     }
@@ -60,7 +83,7 @@ namespace {
 
 [[nodiscard]] bool read_difference(const json_object& definition) {
     constexpr std::int64_t difference = 2;
-    const nlohmann::json* member = definition.find("mode");
+    const ordered_json* member = definition.find("mode");
     return member != nullptr &&
            json_object{*member, definition.place_of("mode")}.integer("code", 1) == difference;
 }
@@ -79,7 +102,7 @@ namespace {
 
 [[nodiscard]] channel_value read_value(const json_object& channel) {
     const std::int64_t id = channel.integer("id");
-    const nlohmann::json* value = channel.find("value");
+    const ordered_json* value = channel.find("value");
     if (value == nullptr) {
         channel.fail("value", "is missing");
     }
@@ -138,7 +161,7 @@ namespace {
 }
 
 [[nodiscard]] notification_response read_notification_response(const json_object& object) {
-    notification_response response{object.integer("id"), {}};
+    notification_response response{object.integer("id"), {}, {}};
     object.each("log", [&response](const json_object& entry) {
         response.log.push_back(read_log_line(entry));
     });
@@ -152,24 +175,29 @@ double as_double(const channel_number& value) noexcept {
     return integer != nullptr ? static_cast<double>(*integer) : *std::get_if<double>(&value);
 }
 
-any_message parse_message(std::string_view text) {
-    nlohmann::json document;
+any_message parse_message(std::string_view text, const translation& texts) {
+    auto document = std::make_shared<ordered_json>();
     try {
-        document = nlohmann::json::parse(text);
-    } catch (const nlohmann::json::exception& error) {
+        *document = ordered_json::parse(text);
+    } catch (const ordered_json::exception& error) {
         throw probe_error{
             exit_code::call_failed, std::string{"Unusable message: no JSON: "} + error.what()};
     }
-    const json_object object{document, ""};
+    add_translations(*document, texts);
+    const json_object object{*document, ""};
     std::string type = object.text("type", "");
     if (type == "sensor_scan_result") {
-        return read_scan_result(object);
+        scan_result result = read_scan_result(object);
+        result.sent = document;
+        return result;
     }
     if (type == "check_result") {
-        return check_result{object.integer("check_id"), object.boolean("success")};
+        return check_result{object.integer("check_id"), object.boolean("success"), document};
     }
     if (type == "notification_response") {
-        return read_notification_response(object);
+        notification_response response = read_notification_response(object);
+        response.sent = document;
+        return response;
     }
     return other_message{std::move(type)};
 }

@@ -3,13 +3,17 @@
 // what is wrong.
 
 #include "host/log.hpp"
+#include "host/translation.hpp"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
 #include <vector>
+
+#include <nlohmann/json_fwd.hpp>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -56,7 +60,16 @@ struct channel_value {
     channel_number value;
 };
 
+/// A message as the module sent it, with the member "translated" beside "text" where another
+/// language than English is asked for; for those who pass it on. Null where nothing was sent.
+using sent_message = std::shared_ptr<const nlohmann::ordered_json>;
+
 enum class scan_state { ok, warning, error };
+
+/// @return "warning"
+[[nodiscard]] constexpr std::string_view name_of(scan_state state) noexcept {
+    return state == scan_state::ok ? "ok" : state == scan_state::warning ? "warning" : "error";
+}
 
 struct scan_result {
     std::int64_t sensor_id = 0;
@@ -66,16 +79,19 @@ struct scan_result {
     std::vector<channel_definition> definitions;
     std::vector<channel_value> channels;
     std::string identity{}; ///< of the sensor message; @see parse_identity
+    sent_message sent{};
 };
 
 struct check_result {
     std::int64_t check_id = 0;
     bool success = false;
+    sent_message sent{};
 };
 
 struct notification_response {
     std::int64_t id = 0;
     std::vector<log_line> log; ///< what was logged on the way, in order; without sources
+    sent_message sent{};
 };
 
 /// A message of a type that this program has no use for.
@@ -86,7 +102,37 @@ struct other_message {
 using any_message = std::variant<scan_result, check_result, notification_response, other_message>;
 
 /// @param text one message of the module
+/// @param texts say names of channels and the sensor message in their language
 /// @throws probe_error (call_failed) naming the member that is missing or has a wrong type
-[[nodiscard]] any_message parse_message(std::string_view text);
+[[nodiscard]] any_message parse_message(std::string_view text, const translation& texts = {});
+
+[[nodiscard]] inline std::int64_t id_of(const scan_result& message) noexcept {
+    return message.sensor_id;
+}
+[[nodiscard]] inline std::int64_t id_of(const check_result& message) noexcept {
+    return message.check_id;
+}
+[[nodiscard]] inline std::int64_t id_of(const notification_response& message) noexcept {
+    return message.id;
+}
+
+/// @param messages that a call delivered
+/// @param id of the sensor, check or notification that it was about
+/// @return those of one type that are about it, in their order
+/// @throws probe_error (call_failed) as parse_message
+template <typename Message>
+[[nodiscard]] std::vector<Message> messages_about(
+    std::int64_t id, const std::vector<std::string>& messages, const translation& texts = {}
+) {
+    std::vector<Message> found;
+    for (const std::string& text : messages) {
+        any_message parsed = parse_message(text, texts);
+        if (auto* message = std::get_if<Message>(&parsed);
+            message != nullptr && id_of(*message) == id) {
+            found.push_back(std::move(*message));
+        }
+    }
+    return found;
+}
 
 } // namespace tarvik::monitoring_modules::probe

@@ -2,6 +2,8 @@
 
 #include "host/message_json.hpp"
 
+#include "text/number.hpp"
+
 #include <cmath>
 
 #include <nlohmann/json.hpp>
@@ -14,11 +16,6 @@ using nlohmann::ordered_json;
 
 [[nodiscard]] ordered_json real(double value) {
     return std::isfinite(value) ? ordered_json(value) : ordered_json(format_number(value));
-}
-
-[[nodiscard]] const char* result_state(const ordered_json& document) {
-    const auto code = document.at("response_code").get<std::int64_t>();
-    return code == 0 ? "ok" : code == 1 ? "warning" : "error";
 }
 
 void enrich(ordered_json& channel, const channel_view& view) {
@@ -43,18 +40,18 @@ void enrich(ordered_json& channel, const channel_view& view) {
 } // namespace
 
 std::string
-scan_json(std::string_view message, const std::vector<channel_view>& channels, std::size_t scan) {
-    ordered_json document = ordered_json::parse(message);
+scan_json(const scan_result& result, const std::vector<channel_view>& channels, std::size_t scan) {
+    ordered_json document = *result.sent;
     document["scan"] = scan;
-    document["state"] = result_state(document);
+    document["state"] = name_of(result.state);
     for (std::size_t i = 0; i < channels.size(); ++i) {
         enrich(document.at("channels").at(i), channels[i]);
     }
     return line(document);
 }
 
-std::string check_json(std::string_view message, const std::vector<log_line>& log) {
-    ordered_json document = ordered_json::parse(message);
+std::string check_json(const check_result& result, const std::vector<log_line>& log) {
+    ordered_json document = *result.sent;
     ordered_json lines = ordered_json::array();
     for (const log_line& entry : log) {
         lines.push_back(
@@ -65,8 +62,9 @@ std::string check_json(std::string_view message, const std::vector<log_line>& lo
     return line(document);
 }
 
-std::string notification_json(std::string_view message, const notification_outcome& outcome) {
-    ordered_json document = message.empty() ? ordered_json::object() : ordered_json::parse(message);
+std::string
+notification_json(const notification_response* response, const notification_outcome& outcome) {
+    ordered_json document = response == nullptr ? ordered_json::object() : *response->sent;
     document["status"] = outcome.status;
     document["written"] = outcome.written;
     if (!outcome.written) {

@@ -8,19 +8,18 @@
 
 #include <cstddef>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
-/// @param message a sensor_scan_result that parse_message accepted
+/// @param result that parse_message made
 /// @param channels its channels, in its order
 /// @param scan counts from 1
 /// @return the message with "scan" and "state", and in each channel "name", "text", "scaled", and
 /// where they apply
-///         "lookup_text", "growth_per_second" and "state"; ends with a line end
+/// "lookup_text", "growth_per_second" and "state"; ends with a line end
 [[nodiscard]] std::string
-scan_json(std::string_view message, const std::vector<channel_view>& channels, std::size_t scan);
+scan_json(const scan_result& result, const std::vector<channel_view>& channels, std::size_t scan);
 
 /// What became of a notification.
 struct notification_outcome {
@@ -29,13 +28,13 @@ struct notification_outcome {
     std::string reason; ///< why it was not written
 };
 
-/// @param message a notification_response that parse_message accepted; empty: there is none
+/// @param response null: there is none
 /// @return the message with "status", "written" and, unless it was written, "reason"; ends with a
 /// line end
 [[nodiscard]] std::string
-notification_json(std::string_view message, const notification_outcome& outcome);
+notification_json(const notification_response* response, const notification_outcome& outcome);
 
 /// @return the message with "log": what the module logged; ends with a line end
-[[nodiscard]] std::string check_json(std::string_view message, const std::vector<log_line>& log);
+[[nodiscard]] std::string check_json(const check_result& result, const std::vector<log_line>& log);
 
 } // namespace tarvik::monitoring_modules::probe

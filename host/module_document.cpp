@@ -2,8 +2,8 @@
 
 #include "host/module_document.hpp"
 
+#include "host/document_json.hpp"
 #include "host/json.hpp"
-#include "host/probe_error.hpp"
 
 #include <algorithm>
 
@@ -100,105 +100,6 @@ read_section(const std::string& name, const ordered_json& entry, const ordered_j
 
 using nlohmann::ordered_json;
 
-[[nodiscard]] text_map texts_in(const ordered_json& document, const std::string& language) {
-    text_map texts;
-    const ordered_json& entries = member(member(member(document, "Text"), language), "Translation");
-    if (entries.is_object()) {
-        for (const auto& [key, entry] : entries.items()) {
-            texts.emplace(key, text_of(member(entry, "Display")));
-        }
-    }
-    return texts;
-}
-
-[[nodiscard]] std::vector<std::string> languages_of(const ordered_json& document) {
-    std::vector<std::string> names;
-    const ordered_json& texts = member(document, "Text");
-    if (texts.is_object()) {
-        for (const auto& [name, language] : texts.items()) {
-            names.push_back(name);
-        }
-    }
-    return names;
-}
-
-/// Says one member of an entry in the language.
-void say(ordered_json& entry, const char* name, const std::string& key, const translation& texts) {
-    const std::string text = text_of(member(entry, name));
-    if (!text.empty()) {
-        entry[name] = texts.display(key, text);
-    }
-}
-
-void say_texts(ordered_json& entry, const std::string& stem, const translation& texts) {
-    say(entry, "Display", stem + ".display", texts);
-    say(entry, "Description", stem + ".description", texts);
-    say(entry, "Help", stem + ".help", texts);
-}
-
-/// Calls visit(name, entry) for each member of an object in the document.
-template <typename Visitor>
-void each(ordered_json& document, const char* name, Visitor visit) {
-    if (member(document, name).is_object()) {
-        for (auto& [key, entry] : document[name].items()) {
-            visit(key, entry);
-        }
-    }
-}
-
-/// Calls visit(element) for each element of a list in an entry.
-template <typename Visitor>
-void each_element(ordered_json& entry, const char* name, Visitor visit) {
-    if (member(entry, name).is_array()) {
-        for (ordered_json& element : entry[name]) {
-            visit(element);
-        }
-    }
-}
-
-void say_group(const std::string& group, ordered_json& entry, const translation& texts) {
-    each_element(entry, "Items", [&](ordered_json& item) {
-        if (!member(item, "Setting").is_object()) {
-            return;
-        }
-        ordered_json& setting = item["Setting"];
-        const std::string stem = group + "." + text_of(member(setting, "Name"));
-        say_texts(setting, stem, texts);
-        if (member(setting, "Selection").is_object()) {
-            each_element(setting["Selection"], "Options", [&](ordered_json& option) {
-                const std::string value = text_of(member(option, "Value"));
-                say(option, "Display", stem + ".option." + value, texts);
-            });
-        }
-    });
-}
-
-void say_lookup(const std::string& name, ordered_json& lookup, const translation& texts) {
-    each_element(lookup, "LookupValues", [&](ordered_json& entry) {
-        if (const auto value = integer_of(member(entry, "Value"))) {
-            say(entry, "Display", "lookup." + name + "." + std::to_string(*value), texts);
-        }
-    });
-}
-
-void say_everything(ordered_json& document, const translation& texts) {
-    if (member(document, "MetaData").is_object()) {
-        say_texts(document["MetaData"], "module", texts);
-    }
-    const auto entry_texts = [&texts](const std::string& name, ordered_json& entry) {
-        say_texts(entry, name, texts);
-    };
-    each(document, "Sensors", entry_texts);
-    each(document, "Checks", entry_texts);
-    each(document, "Sections", entry_texts);
-    each(document, "Groups", [&texts](const std::string& name, ordered_json& group) {
-        say_group(name, group, texts);
-    });
-    each(document, "Lookups", [&texts](const std::string& name, ordered_json& lookup) {
-        say_lookup(name, lookup, texts);
-    });
-}
-
 } // namespace
 
 module_document::module_document(std::string_view message, std::string_view language) {
@@ -247,24 +148,6 @@ module_document::find(std::string_view lookup_name, std::int64_t value) const {
 std::string module_document::sensor_name(const std::string& kind) const {
     const sensor_description* const found = find_sensor(kind);
     return found == nullptr || found->display.empty() ? kind : found->display;
-}
-
-translated_document translate_document(std::string_view message, std::string_view language) {
-    const ordered_json whole = ordered_json::parse(message, nullptr, false);
-    const ordered_json& sent = member(whole, "module_information");
-    if (!sent.is_object()) {
-        throw probe_error{exit_code::call_failed, "The module information is unusable"};
-    }
-    const std::string name = language_name(language, languages_of(sent));
-    translated_document result{
-        sent, translation{name, texts_in(sent, name), texts_in(sent, default_language)}};
-    say_everything(result.document, result.texts);
-    if (result.document.contains("Text")) {
-        ordered_json kept = ordered_json::object();
-        kept[name] = member(member(sent, "Text"), name);
-        result.document["Text"] = std::move(kept);
-    }
-    return result;
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,7 +1,6 @@
 #pragma once
 // What the module tells about itself, in one language: sensors, checks, settings, lookups and the
 // texts of its messages.
-// The module information document in one language.
 
 #include "host/setting_description.hpp"
 #include "host/translation.hpp"
@@ -13,8 +12,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <nlohmann/json.hpp>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -119,20 +116,5 @@ class module_document final {
     std::vector<lookup_description> lookups_;
     translation texts_;
 };
-
-struct translated_document {
-    /// As the module sent it, with the display texts in that language; "Text" holds it alone.
-    nlohmann::ordered_json document;
-    translation texts;
-};
-
-/// Display texts are found by where they stand: "custom_sensor.help", "GROUP.SETTING.display",
-/// "GROUP.SETTING.option.VALUE", "lookup.NAME.VALUE". What a language lacks stays as it is.
-/// @param message a module_information message
-/// @param language as on the command line: "de"
-/// @throws probe_error (call_failed) when it is no such message at all, (usage) for an unknown
-/// language
-[[nodiscard]] translated_document
-translate_document(std::string_view message, std::string_view language);
 
 } // namespace tarvik::monitoring_modules::probe

@@ -24,8 +24,13 @@ constexpr const char* framework_name = "libZunoHelper.so";
 }
 
 template <typename Function>
-void resolve(void* library, const char* name, Function& function) {
+void find(void* library, const char* name, Function& function) {
     function = reinterpret_cast<Function>(dlsym(library, name));
+}
+
+template <typename Function>
+void resolve(void* library, const char* name, Function& function) {
+    find(library, name, function);
     if (function == nullptr) {
         throw probe_error{
             exit_code::not_loaded, std::string{"The module lacks the function "} + name};
@@ -125,13 +130,16 @@ module_library::module_library(const std::filesystem::path& path)
                 std::to_string(OPCUA_MODULE_API_LEVEL)};
     }
     // The module's handle leads to its dependencies as well.
-    void* sink = dlsym(module_.get(), "ZunoSetLogSink");
-    if (sink == nullptr) {
+    void* framework = module_.get();
+    if (dlsym(framework, "ZunoSetLogSink") == nullptr) {
         const std::filesystem::path beside = path.parent_path() / framework_name;
         framework_.reset(dlopen(beside.c_str(), RTLD_NOW | RTLD_LOCAL));
-        sink = framework_ == nullptr ? nullptr : dlsym(framework_.get(), "ZunoSetLogSink");
+        framework = framework_.get();
     }
-    set_log_sink_ = reinterpret_cast<decltype(&::ZunoSetLogSink)>(sink);
+    if (framework != nullptr) {
+        find(framework, "ZunoSetLogSink", set_log_sink_);
+        find(framework, "ZunoSetEventObserver", set_event_observer_);
+    }
 }
 
 void module_library::closer::operator()(void* handle) const noexcept {

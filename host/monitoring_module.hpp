@@ -4,6 +4,7 @@
 // The module's functions in terms of this program: owners for the module and its sensors, messages
 // as results of calls.
 
+#include "libzunohelper/include/zunohelper/event_observer.h"
 #include "libzunohelper/include/zunohelper/log_sink.h"
 #include "module/include/opcua_module.h"
 
@@ -48,9 +49,12 @@ class module_library final {
 
     [[nodiscard]] const module_functions& functions() const noexcept { return functions_; }
 
-    /// @return null when the framework library cannot be found: then there are no log lines
+    // Null when the framework library cannot be found: then there are no log lines and no events.
     [[nodiscard]] decltype(&::ZunoSetLogSink) set_log_sink() const noexcept {
         return set_log_sink_;
+    }
+    [[nodiscard]] decltype(&::ZunoSetEventObserver) set_event_observer() const noexcept {
+        return set_event_observer_;
     }
 
   private:
@@ -63,6 +67,7 @@ class module_library final {
     handle framework_; // only where the module did not bring it along
     module_functions functions_;
     decltype(&::ZunoSetLogSink) set_log_sink_ = nullptr;
+    decltype(&::ZunoSetEventObserver) set_event_observer_ = nullptr;
 };
 
 struct call_result {

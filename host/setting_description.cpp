@@ -3,12 +3,11 @@
 #include "host/setting_description.hpp"
 
 #include "host/json.hpp"
-#include "host/value_format.hpp"
-#include "text/terminal_text.hpp"
+#include "text/number.hpp"
+#include "text/utf8.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
@@ -22,17 +21,24 @@ constexpr std::int64_t practically_endless = 65'536;
     return !values.longest || *values.longest >= practically_endless;
 }
 
+[[nodiscard]] std::string limit_text(std::int64_t limit) {
+    return std::to_string(limit);
+}
+
+[[nodiscard]] std::string limit_text(double limit) {
+    return format_number(limit);
+}
+
 template <typename Number>
 [[nodiscard]] std::string limits_text(std::string text, const number_values<Number>& values) {
-    const auto number = [](Number limit) { return format_number(channel_number{limit}); };
     if (values.least && values.most) {
-        return text + " from " + number(*values.least) + " to " + number(*values.most);
+        return text + " from " + limit_text(*values.least) + " to " + limit_text(*values.most);
     }
     if (values.least) {
-        text += " of at least " + number(*values.least);
+        text += " of at least " + limit_text(*values.least);
     }
     if (values.most) {
-        text += " of at most " + number(*values.most);
+        text += " of at most " + limit_text(*values.most);
     }
     return text;
 }
@@ -40,12 +46,9 @@ template <typename Number>
 /// Reads a number as the module does: the whole text, without blanks or "+".
 template <typename Number>
 [[nodiscard]] bool is_within(const number_values<Number>& values, const std::string& text) {
-    Number number{};
-    const char* const end_of_text = text.data() + text.size();
-    const auto [end, error] = std::from_chars(text.data(), end_of_text, number);
-    return error == std::errc{} && end == end_of_text &&
-           std::isfinite(static_cast<double>(number)) &&
-           (!values.least || number >= *values.least) && (!values.most || number <= *values.most);
+    const std::optional<Number> number = parse_number<Number>(text);
+    return number && (!values.least || *number >= *values.least) &&
+           (!values.most || *number <= *values.most);
 }
 
 struct describer {
@@ -58,11 +61,7 @@ struct describer {
                                      std::to_string(*values.longest) + " characters";
     }
     std::string operator()(const selection_values& values) const {
-        std::string text;
-        for (const selection_option& option : values.options) {
-            text += (text.empty() ? "one of " : ", ") + option.value;
-        }
-        return text.empty() ? "nothing" : text;
+        return values.options.empty() ? "nothing" : "one of " + joined(values.texts());
     }
     std::string operator()(const number_values<std::int64_t>& values) const {
         return limits_text("whole number", values);
@@ -79,10 +78,7 @@ struct judge {
     bool operator()(const text_values& values) const {
         return !values.longest || std::cmp_less_equal(character_count(text), *values.longest);
     }
-    bool operator()(const selection_values& values) const {
-        return std::ranges::find(values.options, text, &selection_option::value) !=
-               values.options.end();
-    }
+    bool operator()(const selection_values& values) const { return contains(values.texts(), text); }
     template <typename Number>
     bool operator()(const number_values<Number>& values) const {
         return is_within(values, text);
@@ -176,20 +172,10 @@ std::optional<module_setting> read_setting(const ordered_json& item, const std::
     setting.preset = text_of(member(described, "Default"));
     setting.values = read_values(described);
     const std::vector<std::string> flags = texts_of(member(described, "Flags"));
-    setting.required = std::ranges::find(flags, "SettingFlagRequired") != flags.end();
+    setting.required = contains(flags, "SettingFlagRequired");
     setting.depends_on = text_of(member(item, "DependsOn"));
-    setting.condition = split_at_commas(text_of(member(item, "Condition")));
+    setting.condition = split_at(',', text_of(member(item, "Condition")));
     return setting;
-}
-
-std::vector<std::string> split_at_commas(const std::string& text) {
-    std::vector<std::string> parts;
-    for (std::size_t start = 0; start <= text.size();) {
-        const std::size_t comma = std::min(text.find(',', start), text.size());
-        parts.push_back(text.substr(start, comma - start));
-        start = comma + 1;
-    }
-    return parts;
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -8,7 +8,7 @@
 #include <variant>
 #include <vector>
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -30,6 +30,14 @@ struct selection_option {
 struct selection_values {
     std::vector<selection_option> options;
 
+    /// @return what may be chosen
+    [[nodiscard]] std::vector<std::string> texts() const {
+        std::vector<std::string> texts;
+        for (const selection_option& option : options) {
+            texts.push_back(option.value);
+        }
+        return texts;
+    }
     bool operator==(const selection_values&) const = default;
 };
 
@@ -75,8 +83,5 @@ struct module_setting {
 /// @return nothing for an item without a name
 [[nodiscard]] std::optional<module_setting>
 read_setting(const nlohmann::ordered_json& item, const std::string& stem);
-
-/// Texts that the module separates by commas.
-[[nodiscard]] std::vector<std::string> split_at_commas(const std::string& text);
 
 } // namespace tarvik::monitoring_modules::probe

@@ -4,9 +4,9 @@
 
 #include "host/probe_error.hpp"
 #include "host/secret_file.hpp"
-#include "text/joined.hpp"
 #include "text/nearest_names.hpp"
 #include "text/terminal_text.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -103,7 +103,7 @@ std::vector<std::string> settings_form::keys() const {
 
 std::string settings_form::full_key(const std::string& typed, const std::string& place) const {
     const std::vector<std::string> known = keys();
-    if (std::ranges::find(known, typed) != known.end()) {
+    if (contains(known, typed)) {
         return typed;
     }
     std::vector<std::string> meant;
@@ -164,8 +164,7 @@ bool settings_form::is_shown(
     }
     const auto given = values.find(other->key);
     const std::string& text = given == values.end() ? other->preset : given->second;
-    return std::ranges::find(setting.condition, text) != setting.condition.end() &&
-           is_shown(*other, values, steps - 1);
+    return contains(setting.condition, text) && is_shown(*other, values, steps - 1);
 }
 
 void settings_form::check(const settings& values) const {

@@ -3,11 +3,12 @@
 #include "host/settings_record.hpp"
 
 #include "host/probe_error.hpp"
-#include "text/terminal_text.hpp"
+#include "text/number.hpp"
+#include "text/utf8.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
 #include <nlohmann/json.hpp>
 
@@ -17,8 +18,7 @@ namespace {
 
 [[nodiscard]] bool begins_node_id(std::string_view text) noexcept {
     constexpr auto keys = std::to_array<std::string_view>({"ns", "nsu", "svr", "i", "s", "g", "b"});
-    return text.starts_with('\'') || text.starts_with('"') ||
-           std::ranges::find(keys, text) != keys.end();
+    return text.starts_with('\'') || text.starts_with('"') || contains(keys, text);
 }
 
 void assign(
@@ -75,18 +75,15 @@ channel_argument parse_channel(std::string_view argument) {
 numbered_text
 parse_numbered(std::string_view option, std::string_view argument, std::size_t channels) {
     const std::size_t equals = std::min(argument.find('='), argument.size());
-    std::size_t number = 0;
-    const char* const end_of_number = argument.data() + equals;
-    const auto [end, error] = std::from_chars(argument.data(), end_of_number, number);
-    if (equals == argument.size() || error != std::errc{} || end != end_of_number || number < 1 ||
-        number > channels) {
+    const auto number = parse_number<std::size_t>(argument.substr(0, equals));
+    if (equals == argument.size() || !number || *number < 1 || *number > channels) {
         throw probe_error{
             exit_code::usage,
             std::string{option} + " " + std::string{argument} +
                 ": expected N=text with N the number of a channel, 1 to " +
                 std::to_string(channels)};
     }
-    return {number, std::string{argument.substr(equals + 1)}};
+    return {*number, std::string{argument.substr(equals + 1)}};
 }
 
 std::vector<channel_argument> parse_channels(

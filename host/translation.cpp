@@ -3,6 +3,7 @@
 #include "host/translation.hpp"
 
 #include "host/probe_error.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <array>
@@ -13,38 +14,21 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-constexpr auto codes = std::to_array<std::pair<std::string_view, std::string_view>>(
-    {{"de", "German"},
-     {"en", "English"},
-     {"es", "Spanish"},
-     {"fr", "French"},
-     {"ja", "Japanese"},
-     {"nl", "Dutch"},
-     {"pt", "Brazilian"},
-     {"ru", "Russian"},
-     {"zh", "SimplifiedChinese"}}
-);
-
-[[nodiscard]] bool same(std::string_view left, std::string_view right) {
-    const auto lower = [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    };
-    return std::ranges::equal(left, right, {}, lower, lower);
-}
-
 [[nodiscard]] bool has_code(std::string_view name) {
-    return std::ranges::any_of(codes, [&](const auto& code) { return same(code.second, name); });
+    return std::ranges::any_of(module_languages, [&](const auto& code) {
+        return same_in_any_case(code.second, name);
+    });
 }
 
 [[nodiscard]] std::string all_languages(const std::vector<std::string>& of_document) {
-    std::string list;
-    for (const auto& [code, name] : codes) {
-        list += (list.empty() ? "" : ", ") + std::string{code} + " (" + std::string{name} + ")";
+    std::vector<std::string> list;
+    for (const auto& [code, name] : module_languages) {
+        list.push_back(std::string{code} + " (" + std::string{name} + ")");
     }
-    for (const std::string& name : of_document) {
-        list += has_code(name) ? "" : ", " + name;
-    }
-    return list;
+    std::ranges::copy_if(of_document, std::back_inserter(list), [](const std::string& name) {
+        return !has_code(name);
+    });
+    return joined(list);
 }
 
 constexpr std::string_view escaped = "#,:[\\]";
@@ -94,13 +78,13 @@ find(const text_map& texts, const std::string& key, const std::vector<std::strin
 } // namespace
 
 std::string language_name(std::string_view chosen, const std::vector<std::string>& of_document) {
-    for (const auto& [code, name] : codes) {
-        if (same(chosen, code) || same(chosen, name)) {
+    for (const auto& [code, name] : module_languages) {
+        if (same_in_any_case(chosen, code) || same_in_any_case(chosen, name)) {
             return std::string{name};
         }
     }
     for (const std::string& name : of_document) {
-        if (same(chosen, name)) {
+        if (same_in_any_case(chosen, name)) {
             return name;
         }
     }

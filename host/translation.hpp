@@ -3,13 +3,29 @@
 // By what the module names a message, so that it can be said in another language.
 // The module's texts in one language.
 
+#include <array>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
+
+/// The languages in which modules have texts: code, and name as the module has it.
+inline constexpr auto module_languages =
+    std::to_array<std::pair<std::string_view, std::string_view>>(
+        {{"de", "German"},
+         {"en", "English"},
+         {"es", "Spanish"},
+         {"fr", "French"},
+         {"ja", "Japanese"},
+         {"nl", "Dutch"},
+         {"pt", "Brazilian"},
+         {"ru", "Russian"},
+         {"zh", "SimplifiedChinese"}}
+    );
 
 inline constexpr const char* default_language = "English";
 

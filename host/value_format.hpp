@@ -14,10 +14,7 @@ struct formatted_value {
     std::string unit; ///< custom units come as they were sent: not yet sanitised
 };
 
-/// @return the shortest text that reads back to the same value; without an exponent for sizes that
-/// people can read. Values that came from a 32-bit float are shown with its precision. Not finite:
-/// "NaN", "Infinity", "-Infinity".
-[[nodiscard]] std::string format_number(double value);
+/// @return an integer in decimal, other numbers as text/number.hpp has them
 [[nodiscard]] std::string format_number(const channel_number& value);
 
 /// @return value × multiplier in the words of the unit: "1.5" "GiB", "2 d 4 h" "", "21.5" "°C";

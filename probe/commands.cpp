@@ -25,11 +25,11 @@ read_document(const monitoring_module& module, const std::string& language, cons
 } // namespace
 
 exit_code run_alone(const command_context& context, const module_step& step) {
-    session loaded{context.module, context.language, context.terminal, step.shown_severity};
+    loaded_module loaded{context.module, context.language, context.terminal, step.shown_severity};
     return step.run(context, loaded);
 }
 
-session::session(
+loaded_module::loaded_module(
     const std::string& chosen_module,
     const std::string& language,
     console& terminal,

@@ -4,7 +4,7 @@
 
 #include "host/module_document.hpp"
 #include "host/monitoring_module.hpp"
-#include "probe/cli_options.hpp"
+#include "probe/command_line.hpp"
 #include "probe/log_collector.hpp"
 #include "terminal/command_context.hpp"
 
@@ -16,12 +16,12 @@
 namespace tarvik::monitoring_modules::probe {
 
 /// A loaded, logging and initialised module with its sensors; taken down in the opposite order.
-struct session {
+struct loaded_module {
     /// Warns when the module gives no usable document, and works on without one.
     /// @param language of the document, as on the command line
     /// @throws probe_error when the module cannot be loaded, and (usage) for an unknown language
     /// @see find_module, log_collector
-    session(
+    loaded_module(
         const std::string& chosen_module,
         const std::string& language,
         console& terminal,
@@ -38,7 +38,7 @@ struct session {
 /// A command that works with the module, ready to run: what it needs from files has been read.
 struct module_step {
     std::int32_t shown_severity = -1; ///< log lines up to it go to the terminal at once; -1: none
-    std::function<exit_code(const command_context&, session&)> run;
+    std::function<exit_code(const command_context&, loaded_module&)> run;
 };
 
 [[nodiscard]] module_step prepare(const scan_options& options, console& terminal);

@@ -127,7 +127,7 @@ constexpr std::chrono::seconds start_limit{15};
 /// Runs the steps in one module, whose sensors live to the end and so share sessions.
 [[nodiscard]] exit_code
 run_steps(const command_context& context, const std::vector<demo_step>& steps, bool headings) {
-    session loaded{context.module, context.language, context.terminal, -1};
+    loaded_module loaded{context.module, context.language, context.terminal, -1};
     exit_code worst = exit_code::ok;
     for (std::size_t i = 0; i < steps.size() && !context.interrupt.requested(); ++i) {
         if (headings) {

@@ -5,6 +5,7 @@
 #include "probe/scan_table.hpp"
 #include "terminal/table.hpp"
 #include "text/terminal_text.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -16,15 +17,6 @@ namespace {
 
 constexpr std::size_t step = 2; // of indentation
 constexpr std::size_t name_columns = 60;
-
-[[nodiscard]] std::string
-joined(const std::vector<std::string>& texts, const std::string& separator) {
-    std::string list;
-    for (const std::string& text : texts) {
-        list += (list.empty() ? "" : separator) + text;
-    }
-    return list;
-}
 
 /// @return "Port (port)", or the name alone when there is nothing else
 [[nodiscard]] std::string named(const std::string& display, const std::string& name) {
@@ -40,8 +32,8 @@ joined(const std::vector<std::string>& texts, const std::string& separator) {
 }
 
 /// @return "whole number from 1 to 65535, default 4840, required"
-[[nodiscard]] std::string facts(const folded_setting& folded) {
-    const module_setting& setting = folded.setting;
+[[nodiscard]] std::string facts(const numbered_setting& shown) {
+    const module_setting& setting = shown.setting;
     std::string text = allowed_text(setting.values);
     if (!setting.preset.empty()) {
         text += ", default " + setting.preset;
@@ -52,16 +44,16 @@ joined(const std::vector<std::string>& texts, const std::string& separator) {
     if (!setting.depends_on.empty()) {
         text += ", shown when " + setting.depends_on + " is " + joined(setting.condition, " or ");
     }
-    if (!folded.numbers.empty()) {
-        text += "; N: " + folded.numbers;
+    if (!shown.numbers.empty()) {
+        text += "; N: " + shown.numbers;
     }
     return text;
 }
 
-[[nodiscard]] std::string setting_text(const folded_setting& folded, const page& on) {
-    const module_setting& setting = folded.setting;
+[[nodiscard]] std::string setting_text(const numbered_setting& shown, const page& on) {
+    const module_setting& setting = shown.setting;
     std::string text = title(named(setting.display, setting.key), step, on) +
-                       paragraph(facts(folded), 2 * step, on);
+                       paragraph(facts(shown), 2 * step, on);
     if (const auto* selection = std::get_if<selection_values>(&setting.values)) {
         for (const selection_option& option : selection->options) {
             text += paragraph("- " + option.value + ": " + option.display, 2 * step, on);
@@ -73,8 +65,8 @@ joined(const std::vector<std::string>& texts, const std::string& separator) {
 [[nodiscard]] std::string section_text(const settings_section& section, const page& on) {
     std::string text = heading("Settings: " + named(section.display, section.name), on);
     for (const settings_group& group : section.groups) {
-        for (const folded_setting& folded : fold(group.settings)) {
-            text += setting_text(folded, on);
+        for (const numbered_setting& shown : with_numbers_joined(group.settings)) {
+            text += setting_text(shown, on);
         }
     }
     return text;
@@ -232,7 +224,7 @@ info_text(const module_document& document, const sensor_description& sensor, con
     return text;
 }
 
-std::vector<folded_setting> fold(const std::vector<module_setting>& settings) {
+std::vector<numbered_setting> with_numbers_joined(const std::vector<module_setting>& settings) {
     std::vector<family> families;
     for (const module_setting& setting : settings) {
         const std::string number = number_in(setting.name);
@@ -243,12 +235,12 @@ std::vector<folded_setting> fold(const std::vector<module_setting>& settings) {
             families.push_back({{number}, {&setting}, setting});
         }
     }
-    std::vector<folded_setting> folded;
+    std::vector<numbered_setting> shown;
     for (family& each : families) {
         const bool several = each.members.size() > 1;
-        folded.push_back({std::move(each.common), several ? range_text(each.numbers) : ""});
+        shown.push_back({std::move(each.common), several ? range_text(each.numbers) : ""});
     }
-    return folded;
+    return shown;
 }
 
 } // namespace tarvik::monitoring_modules::probe

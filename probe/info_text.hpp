@@ -19,13 +19,14 @@ namespace tarvik::monitoring_modules::probe {
 [[nodiscard]] std::string
 info_text(const module_document& document, const sensor_description& sensor, const page& on);
 
-struct folded_setting {
+struct numbered_setting {
     module_setting setting; ///< with "N" in place of the number, if it stands for several
     std::string numbers;    ///< "2 to 10"; empty: it stands for itself
 };
 
 /// @param settings of one group
-/// @return them in their order, each fold where its first setting stands
-[[nodiscard]] std::vector<folded_setting> fold(const std::vector<module_setting>& settings);
+/// @return them in their order, each such family where its first setting stands
+[[nodiscard]] std::vector<numbered_setting>
+with_numbers_joined(const std::vector<module_setting>& settings);
 
 } // namespace tarvik::monitoring_modules::probe

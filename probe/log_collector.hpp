@@ -1,5 +1,6 @@
 #pragma once
-// Receives the log lines of the module: shows those that matter at once and keeps them for later.
+// Receives log lines and events of the module: shows the lines that matter at once and keeps all
+// for later.
 
 #include "host/log.hpp"
 #include "terminal/console.hpp"
@@ -8,11 +9,14 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
+#include <variant>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
-/// The module's log sink while it lives. Receives lines on any thread.
+using log_entry = std::variant<log_line, module_event>;
+
+/// The module's log sink and event observer while it lives. Receives on any thread.
 class log_collector final {
   public:
     /// @param shown as for show()
@@ -22,18 +26,23 @@ class log_collector final {
     /// From now on, lines of this severity and below go to the terminal at once; -1: none.
     void show(std::int32_t severity) noexcept { shown_ = severity; }
 
-    /// @return the latest lines (at most 10000) since the last time, in the order in which they
-    /// came
+    /// @return the latest lines (of at most 10000 entries) since the last time, in the order in
+    /// which they came
     [[nodiscard]] std::vector<log_line> take_lines();
 
+    /// @return the same with events, in the order in which all came
+    [[nodiscard]] std::vector<log_entry> take();
+
   private:
-    void take(log_line&& line);
+    void show_and_keep(log_line&& line);
+    void keep(log_entry&& entry);
 
     console& terminal_;
     std::atomic<std::int32_t> shown_;
     std::mutex mutex_;
-    std::deque<log_line> lines_; // guarded by mutex_
-    log_sink sink_;              // last: lines may come as soon as it is there
+    std::deque<log_entry> entries_; // guarded by mutex_
+    log_sink sink_;                 // last: lines may come as soon as it is there
+    event_observer observer_;
 };
 
 } // namespace tarvik::monitoring_modules::probe

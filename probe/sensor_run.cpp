@@ -1,7 +1,6 @@
 #include "probe/sensor_run.hpp"
 
 #include "host/connection_arguments.hpp"
-#include "host/message_translation.hpp"
 #include "probe/commands.hpp"
 #include "terminal/console.hpp"
 
@@ -25,10 +24,13 @@ std::int32_t shown_severity(const log_arguments& log) {
 }
 
 sensor_run::sensor_run(
-    console& terminal, session& loaded, const scan_options& options, const settings_draft& draft
+    console& terminal,
+    loaded_module& loaded,
+    const scan_options& options,
+    const settings_draft& draft
 )
     : terminal_{terminal},
-      session_{loaded},
+      loaded_{loaded},
       options_{options},
       id_{static_cast<std::int32_t>(loaded.sensors.size() + 1)},
       record_{complete_record(
@@ -42,10 +44,10 @@ sensor_answer sensor_run::create() {
     call_result created;
     {
         const wait_notice notice{terminal_, waiting_for(options_.connection)};
-        created = session_.module.create_sensor(id_, record_);
+        created = loaded_.module.create_sensor(id_, record_);
     }
     if (created.status == OPCUA_MODULE_DONE) {
-        sensor_ = &session_.sensors.emplace_back(session_.module, id_);
+        sensor_ = &loaded_.sensors.emplace_back(loaded_.module, id_);
     }
     return read(created);
 }
@@ -76,16 +78,7 @@ void sensor_run::require_result(const sensor_answer& answer) {
 }
 
 sensor_answer sensor_run::read(const call_result& call) const {
-    sensor_answer answer{call.status, {}};
-    for (const std::string& sent : call.messages) {
-        std::string text = with_translations(sent, session_.document.texts());
-        any_message parsed = parse_message(text);
-        auto* const result = std::get_if<scan_result>(&parsed);
-        if (result != nullptr && result->sensor_id == id_) {
-            answer.results.push_back({std::move(text), std::move(*result)});
-        }
-    }
-    return answer;
+    return {call.status, messages_about<scan_result>(id_, call.messages, loaded_.document.texts())};
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -2,6 +2,8 @@
 
 #include "text/nearest_names.hpp"
 
+#include "text/words.hpp"
+
 #include <algorithm>
 #include <utility>
 
@@ -12,14 +14,6 @@ namespace {
 constexpr std::size_t most_names = 3;
 constexpr std::size_t longest_typed = 100; // beyond it nobody mistyped a name
 constexpr std::size_t least_part = 3;      // shorter parts are in too many names
-
-[[nodiscard]] std::string lower(std::string_view text) {
-    std::string result{text};
-    std::ranges::transform(result, result.begin(), [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    });
-    return result;
-}
 
 /// @return how many letters have to be put in, left out, replaced or swapped with their neighbour
 [[nodiscard]] std::size_t edits_between(std::string_view left, std::string_view right) {
@@ -65,11 +59,11 @@ nearest_names(std::string_view typed, const std::vector<std::string>& names) {
     if (typed.size() > longest_typed) {
         return {};
     }
-    const std::string wanted = lower(typed);
+    const std::string wanted = lower_case(typed);
     const std::size_t limit = std::max<std::size_t>(2, wanted.size() / 3);
     std::vector<std::pair<std::size_t, std::string>> near;
     for (const std::string& name : names) {
-        const std::size_t edits = distance(wanted, lower(name));
+        const std::size_t edits = distance(wanted, lower_case(name));
         if (edits <= limit && edits < wanted.size()) {
             near.emplace_back(edits, name);
         }

@@ -2,9 +2,10 @@
 
 #include "text/terminal_text.hpp"
 
+#include "text/number.hpp"
+
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <span>
 
 namespace tarvik::monitoring_modules::probe {
@@ -66,36 +67,6 @@ constexpr auto unsafe = std::to_array<range>(
     return found != ranges.end() && found->first <= character;
 }
 
-constexpr char32_t invalid = 0xffffffff;
-
-struct decoded {
-    char32_t character; // invalid: the bytes are no UTF-8
-    std::size_t size;   // bytes, at least 1
-};
-
-/// @param text not empty
-[[nodiscard]] decoded decode(std::string_view text) noexcept {
-    const auto lead = static_cast<std::uint8_t>(text.front());
-    if (lead < 0x80) {
-        return {lead, 1};
-    }
-    const std::size_t size = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-    if (lead < 0xc2 || lead > 0xf4) {
-        return {invalid, 1};
-    }
-    char32_t character = lead & (0xffU >> (size + 1));
-    for (std::size_t i = 1; i < size; ++i) {
-        if (i >= text.size() || (static_cast<std::uint8_t>(text[i]) & 0xc0U) != 0x80U) {
-            return {invalid, i};
-        }
-        character = (character << 6U) | (static_cast<std::uint8_t>(text[i]) & 0x3fU);
-    }
-    const bool overlong = (size == 3 && character < 0x800) || (size == 4 && character < 0x10000);
-    const bool surrogate = character >= 0xd800 && character <= 0xdfff;
-    return overlong || surrogate || character > 0x10ffff ? decoded{invalid, 1}
-                                                         : decoded{character, size};
-}
-
 [[nodiscard]] std::string escape(char32_t character) {
     switch (character) {
     case U'\n':
@@ -107,14 +78,8 @@ struct decoded {
     default:
         break;
     }
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string hex;
-    for (char32_t rest = character; rest != 0; rest >>= 4U) {
-        hex.insert(hex.begin(), digits[rest & 0xfU]);
-    }
-    const std::size_t width = character < 0x100 ? 2 : 4;
-    hex.insert(0, width - std::min(width, hex.size()), '0');
-    return (character < 0x100 ? "\\x" : "\\u") + hex;
+    return character < 0x100 ? "\\x" + hexadecimal(character, 2)
+                             : "\\u" + hexadecimal(character, 4);
 }
 
 [[nodiscard]] std::size_t width_of(char32_t character) noexcept {
@@ -131,7 +96,7 @@ std::string sanitise(std::string_view text) {
     result.reserve(text.size());
     while (!text.empty()) {
         const auto [character, size] = decode(text);
-        if (character == invalid) {
+        if (character == invalid_character) {
             result += "\xef\xbf\xbd";
         } else if (contains(unsafe, character)) {
             result += escape(character);
@@ -151,15 +116,6 @@ std::size_t display_width(std::string_view text) noexcept {
         text.remove_prefix(size);
     }
     return columns;
-}
-
-std::size_t character_count(std::string_view text) noexcept {
-    std::size_t count = 0;
-    while (!text.empty()) {
-        text.remove_prefix(decode(text).size);
-        ++count;
-    }
-    return count;
 }
 
 std::string_view first_character(std::string_view text) noexcept {
@@ -198,17 +154,6 @@ std::string cut(std::string_view text, std::size_t columns) {
 
 std::string fit(std::string_view text, std::size_t columns) {
     return cut(sanitise(text), columns);
-}
-
-bool is_utf8(std::string_view text) noexcept {
-    while (!text.empty()) {
-        const auto [character, size] = decode(text);
-        if (character == invalid) {
-            return false;
-        }
-        text.remove_prefix(size);
-    }
-    return true;
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -3,6 +3,8 @@
 // widths are counted in terminal columns, not in bytes. Independent of the process's locale; the
 // input is taken as UTF-8.
 
+#include "text/utf8.hpp"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -16,9 +18,6 @@ namespace tarvik::monitoring_modules::probe {
 /// @return columns that sanitised text takes: 2 for wide characters, 0 for combining ones
 [[nodiscard]] std::size_t display_width(std::string_view text) noexcept;
 
-/// @return how many characters (code points) the text has; each wrong byte counts as one
-[[nodiscard]] std::size_t character_count(std::string_view text) noexcept;
-
 /// @param text not empty
 /// @return its first character with the marks that combine with it
 [[nodiscard]] std::string_view first_character(std::string_view text) noexcept;
@@ -30,8 +29,5 @@ namespace tarvik::monitoring_modules::probe {
 
 /// @return sanitise, then cut
 [[nodiscard]] std::string fit(std::string_view text, std::size_t columns);
-
-/// @return whether all bytes are well-formed UTF-8
-[[nodiscard]] bool is_utf8(std::string_view text) noexcept;
 
 } // namespace tarvik::monitoring_modules::probe

@@ -3,6 +3,7 @@
 #include "opcua/checks/notification_value.hpp"
 #include "opcua/client/client_cache.hpp"
 #include "opcua/nodes/nodes_open62541.hpp"
+#include "zunohelper/host_events.hpp"
 
 #include <algorithm>
 #include <exception>
@@ -53,6 +54,7 @@ void opcua_notification::send_notification(const request& what) {
         write(what);
     } catch (const std::exception& error) {
         liblog::write(&log_, severity::error, "Exception in send_notification: ", error.what());
+        libzunohelper::report_event(ZUNO_EVENT_NOTIFICATION_FAILED, error.what());
         throw;
     }
     liblog::write(&log_, severity::debug, "### End   send_notification ###");

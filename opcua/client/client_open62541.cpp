@@ -6,6 +6,7 @@
 #include "opcua/client/connection.hpp"
 #include "opcua/client/read_request.hpp"
 #include "opcua/status_text.hpp"
+#include "zunohelper/host_events.hpp"
 
 #include <chrono>
 #include <mutex>
@@ -100,6 +101,7 @@ class client_open62541::implementation {
         } catch (const exceptions::opcua_connection_closed& error) {
             liblog::write(&log_, severity::info, "Error on ", operation, ": ", error.what());
             liblog::write(&log_, severity::info, "perform one retry");
+            libzunohelper::report_event(ZUNO_EVENT_RETRYING);
             attempt();
         }
     }

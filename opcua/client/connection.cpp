@@ -4,6 +4,7 @@
 #include "opcua/client/client_configuration.hpp"
 #include "opcua/client/endpoint_list.hpp"
 #include "opcua/status_text.hpp"
+#include "zunohelper/host_events.hpp"
 
 namespace tarvik::monitoring_modules::opcua {
 
@@ -43,12 +44,14 @@ UA_Client* connection::ensure() {
         client_.reset();
     }
     auto client = make_configured_client(settings_, certificates_, own_pair_, log_);
+    libzunohelper::report_event(ZUNO_EVENT_CONNECTING, url_);
     const UA_StatusCode status =
         client->connect(url_, time_out_of(settings_), ua_client::until::session_activated);
     if (status != UA_STATUSCODE_GOOD) {
         throw exceptions::opcua_connection_failed{status_name(status)};
     }
     liblog::write(&log_, severity::info, "Session opened: ", url_);
+    libzunohelper::report_event(ZUNO_EVENT_SESSION_OPENED, url_);
     client_ = std::move(client);
     connected_at_ = clock::now();
     last_used_ = connected_at_;

@@ -3,6 +3,7 @@
 #include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/status_text.hpp"
 #include "opcua/ua_value.hpp"
+#include "zunohelper/host_events.hpp"
 
 #include <string.h>
 
@@ -62,6 +63,7 @@ constexpr UA_UInt16 key_size_bits = 4096;
 
 generated_key_pair generate(liblog::log_interface& log) {
     liblog::write(&log, liblog::severity::info, "Generating the client's key pair.");
+    libzunohelper::report_event(ZUNO_EVENT_MAKING_KEY_PAIR);
     const std::array subject{
         borrowed("C=DE"), borrowed("O=TarvikGmbH"), borrowed("CN=OpcUaSensor")};
     const UA_String alternative_name = borrowed("URI:urn:ostrel.opcua.sensor");

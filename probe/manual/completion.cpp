@@ -1,7 +1,7 @@
 #include "probe/manual/completion.hpp"
 
 #include "probe/manual/option_view.hpp"
-#include "text/joined.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // probe_manual FOLDER MODULE: writes FOLDER/man1/*.1 and FOLDER/completions/*. MODULE is the path
 // of libOPCUA.so, which knows the sensors.
 
-#include "probe/cli_parser.hpp"
+#include "probe/cli.hpp"
 #include "probe/commands.hpp"
 #include "probe/manual/completion.hpp"
 #include "probe/manual/man_page.hpp"
@@ -51,7 +51,7 @@ void write(const std::filesystem::path& path, const std::string& text) {
 /// Folders are made anew, so that no page of a command that is gone stays behind.
 void make_pages(const std::filesystem::path& folder, const std::string& module) {
     console terminal;
-    const session loaded{module, "en", terminal, -1};
+    const loaded_module loaded{module, "en", terminal, -1};
     std::vector<std::string> kinds;
     for (const sensor_description& sensor : loaded.document.sensors()) {
         kinds.push_back(sensor.kind);

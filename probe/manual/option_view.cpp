@@ -1,6 +1,6 @@
 #include "probe/manual/option_view.hpp"
 
-#include "text/joined.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <cctype>

@@ -4,6 +4,7 @@
 #include "probe/plugin/plugin_output.hpp"
 #include "probe/plugin/plugin_range.hpp"
 #include "probe/plugin/plugin_scan.hpp"
+#include "text/number.hpp"
 
 #include <signal.h>
 #include <unistd.h>

@@ -4,7 +4,9 @@
 
 #include "host/value_format.hpp"
 #include "probe/plugin/plugin_range.hpp"
+#include "text/number.hpp"
 #include "text/terminal_text.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <array>
@@ -26,7 +28,7 @@ constexpr std::size_t label_characters = 64;
 
 [[nodiscard]] std::string unique(const std::string& label, const std::vector<std::string>& taken) {
     std::string candidate = label;
-    for (int number = 2; std::ranges::find(taken, candidate) != taken.end(); ++number) {
+    for (int number = 2; contains(taken, candidate); ++number) {
         candidate = label + " (" + std::to_string(number) + ")";
     }
     return candidate;
@@ -64,7 +66,7 @@ constexpr std::size_t label_characters = 64;
 
 [[nodiscard]] std::string item(const std::string& label, const judged_channel& channel) {
     const channel_definition& definition = channel.definition;
-    const std::string value = decimal(channel.view.raw, definition.multiplier);
+    const std::string value = scaled_decimal(channel.view.raw, definition.multiplier);
     std::string text = quoted(label) + "=" + value;
     if (value != "U") {
         text += unit_of(definition);
@@ -159,27 +161,31 @@ other_lines(const plugin_result& result, const std::string& first) {
 
 } // namespace
 
+std::string scaled_decimal(const channel_number& value, double multiplier) {
+    if (const auto* integer = std::get_if<std::int64_t>(&value);
+        integer != nullptr && multiplier == 1.0) {
+        return std::to_string(*integer);
+    }
+    const double scaled = as_double(value) * multiplier;
+    if (!std::isfinite(scaled)) {
+        return "U";
+    }
+    return decimal(scaled);
+}
+
 std::string plain(std::string_view text, std::size_t characters) {
-    const std::string safe = sanitise(text);
-    std::string result;
-    std::size_t count = 0;
-    std::size_t before_last = 0; // where the text ends that leaves room for "…"
-    for (const char byte : safe) {
-        const bool begins = (static_cast<unsigned char>(byte) & 0xc0U) != 0x80U;
-        if (begins) {
-            if (count == characters) {
-                return result.substr(0, before_last) + "…";
-            }
-            before_last = result.size();
-            ++count;
-        }
+    std::string safe;
+    for (const char byte : sanitise(text)) {
         if (byte == '|') {
-            result += "¦";
+            safe += "¦";
         } else {
-            result += byte;
+            safe += byte;
         }
     }
-    return result;
+    if (character_count(safe) <= characters) {
+        return safe;
+    }
+    return std::string{first_characters(safe, characters - 1)} + "…";
 }
 
 std::string perfdata(const std::vector<judged_channel>& channels) {

@@ -17,6 +17,10 @@ namespace tarvik::monitoring_modules::probe {
 /// characters (code points), the last one "…" when it was longer
 [[nodiscard]] std::string plain(std::string_view text, std::size_t characters);
 
+/// @return value × multiplier; integers exact when they are not multiplied; "U" when it is no
+/// finite number
+[[nodiscard]] std::string scaled_decimal(const channel_number& value, double multiplier);
+
 /// Independent of the process's locale. Units are those that every reader knows: s, ms, us, %, B,
 /// and c for counters, whose ranges are left out because they are about growth. A value that is no
 /// finite number is "U".

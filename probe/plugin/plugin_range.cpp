@@ -3,32 +3,15 @@
 #include "probe/plugin/plugin_range.hpp"
 
 #include "host/probe_error.hpp"
-#include "host/value_format.hpp"
 #include "text/nearest_names.hpp"
+#include "text/number.hpp"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
-
-constexpr int most_decimals = 12;
-constexpr std::size_t longest = 400; // the largest double has 309 digits
-
-void remove_trailing_zeros(std::string& text) {
-    if (text.find('.') != std::string::npos) {
-        text.erase(text.find_last_not_of('0') + 1);
-        if (text.ends_with('.')) {
-            text.pop_back();
-        }
-    }
-    if (text == "-0") {
-        text.erase(0, 1);
-    }
-}
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
@@ -41,13 +24,11 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// @param digits the number's part of the range, which is for the error text
 [[nodiscard]] double read_number(std::string_view digits, std::string_view range) {
-    double number = 0;
-    const char* const end_of_text = digits.data() + digits.size();
-    const auto [end, error] = std::from_chars(digits.data(), end_of_text, number);
-    if (error != std::errc{} || end != end_of_text || !std::isfinite(number)) {
+    const std::optional<double> number = parse_number<double>(digits);
+    if (!number) {
         refuse(range, "has something else where a number is expected");
     }
-    return number;
+    return *number;
 }
 
 /// @return positions of the channels that a range can mean
@@ -75,36 +56,6 @@ unknown_channel(const channel_range& range, const std::vector<named_channel>& ch
 }
 
 } // namespace
-
-std::string decimal(double value) {
-    std::string text = format_number(value); // knows what was a 32-bit float
-    if (text.find('e') != std::string::npos) {
-        std::array<char, longest> buffer{};
-        const auto [end, error] = std::to_chars(
-            buffer.data(),
-            buffer.data() + buffer.size(),
-            value,
-            std::chars_format::fixed,
-            most_decimals
-        );
-        // Cannot fail: the buffer holds the largest number.
-        text.assign(buffer.data(), error == std::errc{} ? end : buffer.data());
-    }
-    remove_trailing_zeros(text);
-    return text;
-}
-
-std::string decimal(const channel_number& value, double multiplier) {
-    if (const auto* integer = std::get_if<std::int64_t>(&value);
-        integer != nullptr && multiplier == 1.0) {
-        return std::to_string(*integer);
-    }
-    const double scaled = as_double(value) * multiplier;
-    if (!std::isfinite(scaled)) {
-        return "U";
-    }
-    return decimal(scaled);
-}
 
 range_side plugin_range::side(double value) const noexcept {
     if (inverted) {

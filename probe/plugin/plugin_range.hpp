@@ -1,5 +1,4 @@
 #pragma once
-// Numbers for programs that know digits, a point and a sign, and nothing else.
 // Ranges of values in the notation of monitoring plugins, and what the command line says about
 // channels with them.
 // Which range of the command line belongs to which channel.
@@ -14,16 +13,6 @@
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
-
-/// Independent of the process's locale.
-/// @param value finite
-/// @return "-12.5", "300": as many digits as it takes to read back the same number, at most 12 of
-/// them behind the point
-[[nodiscard]] std::string decimal(double value);
-
-/// @return value × multiplier; integers exact when they are not multiplied; "U" when it is no
-/// finite number
-[[nodiscard]] std::string decimal(const channel_number& value, double multiplier);
 
 /// Where a value is with regard to a range.
 enum class range_side { good, below, above, inside };

@@ -58,16 +58,20 @@ class measurement final {
 [[nodiscard]] measured_scan scan_once(sensor_run& sensor, measurement& measured) {
     const sensor_answer answer = sensor.scan();
     sensor_run::require_result(answer);
-    return measured.take(answer.results.back().result);
+    return measured.take(answer.results.back());
 }
 
-[[nodiscard]] plugin_result
-scan(const plugin_work& work, session& loaded, const plugin_demands& demands, sensor_run& sensor) {
+[[nodiscard]] plugin_result scan(
+    const plugin_work& work,
+    loaded_module& loaded,
+    const plugin_demands& demands,
+    sensor_run& sensor
+) {
     measurement measured{loaded.document};
     work.progress.enter(plugin_stage::connecting);
     const sensor_answer created = sensor.create();
     if (!sensor.is_created(created)) {
-        return judge(measured.take(created.results.back().result), demands, loaded.document);
+        return judge(measured.take(created.results.back()), demands, loaded.document);
     }
     measured_scan result = scan_once(sensor, measured);
     if (result.result.state != scan_state::error && needs_growth(result, demands)) {
@@ -100,24 +104,32 @@ plugin_progress::log_watch::~log_watch() {
     progress_.log_ = nullptr;
 }
 
+void plugin_progress::take(const module_event& event) {
+    making_key_pair_ = event.kind == ZUNO_EVENT_MAKING_KEY_PAIR ||
+                       (making_key_pair_ && event.kind != ZUNO_EVENT_CONNECTING);
+    if (event.kind == ZUNO_EVENT_SESSION_OPENED) {
+        stage_ = plugin_stage::reading;
+    }
+}
+
 std::string plugin_progress::text() {
     const std::lock_guard lock{mutex_};
-    plugin_stage stage = stage_;
-    // The module connects within the calls that create or scan a sensor; only its log tells when
-    // that is over.
-    if (stage == plugin_stage::connecting && log_ != nullptr &&
-        std::ranges::any_of(log_->take_lines(), [](const log_line& line) {
-            return line.text.starts_with("Session opened");
-        })) {
-        stage = plugin_stage::reading;
+    // The module connects within the calls that create or scan a sensor.
+    if (stage_ == plugin_stage::connecting && log_ != nullptr) {
+        for (const log_entry& entry : log_->take()) {
+            if (const auto* event = std::get_if<module_event>(&entry)) {
+                take(*event);
+            }
+        }
     }
-    switch (stage) {
+    switch (stage_) {
     case plugin_stage::preparing:
         return "reading the settings";
     case plugin_stage::loading:
         return "loading the module";
     case plugin_stage::connecting:
-        return "connecting to " + address_;
+        return (making_key_pair_ ? "making the client's key pair for " : "connecting to ") +
+               address_;
     case plugin_stage::reading:
         return "reading from " + address_;
     case plugin_stage::waiting:
@@ -133,7 +145,8 @@ void scan_for_plugin(
     const plugin_demands demands = demands_of(options.plugin);
     const settings_draft draft = sensor_draft(options, work.terminal);
     work.progress.enter(plugin_stage::loading);
-    session loaded{work.line.module, work.line.language, work.terminal, severity_for(options)};
+    loaded_module loaded{
+        work.line.module, work.line.language, work.terminal, severity_for(options)};
     const plugin_progress::log_watch watch{work.progress, loaded.log};
     sensor_run sensor{work.terminal, loaded, options, draft};
     const plugin_result result = scan(work, loaded, demands, sensor);

@@ -2,7 +2,7 @@
 // How far a scan has come, for the thread that watches it and may have to tell where it got stuck.
 // The work of the plugin: loads the module, scans the sensor once or twice, judges what came.
 
-#include "probe/cli_options.hpp"
+#include "probe/command_line.hpp"
 #include "probe/log_collector.hpp"
 #include "probe/plugin/plugin_result.hpp"
 #include "terminal/console.hpp"
@@ -42,9 +42,12 @@ class plugin_progress final {
     [[nodiscard]] std::string text();
 
   private:
+    void take(const module_event& event);
+
     std::mutex mutex_;
     const std::string address_;
     plugin_stage stage_ = plugin_stage::preparing; // guarded by mutex_
+    bool making_key_pair_ = false;                 // guarded by mutex_
     log_collector* log_ = nullptr;                 // guarded by mutex_
 };
 

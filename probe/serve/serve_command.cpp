@@ -66,7 +66,7 @@ class probe_service final {
         : terminal_{context.terminal},
           path_{options.config},
           library_{find_module(context.module)},
-          log_{library_, terminal_, options.log_level},
+          log_{library_, terminal_, options.log_level.value_or(severity_warning)},
           module_{library_},
           languages_{module_},
           document_{languages_.find("en")},

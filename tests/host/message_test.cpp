@@ -1,4 +1,5 @@
 #include "host/message.hpp"
+#include "host/message_json.hpp"
 #include "tests/host/expect_error.hpp"
 
 #include <cmath>
@@ -109,6 +110,69 @@ TEST(message, names_what_is_wrong) {
             [&members = members] { (void)parse_scan(members); }, exit_code::call_failed, problem
         );
     }
+}
+
+TEST(message_json, keeps_the_message_and_adds_what_was_worked_out) {
+    channel_view speed;
+    speed.id = 2;
+    speed.name = "Speed";
+    speed.value = {"3.0", "/s"};
+    speed.difference = true;
+    speed.growth = 3.25;
+    speed.scaled = INFINITY;
+    channel_view door;
+    door.id = 3;
+    door.name = "T\xc3\xbcr\x7f\xc2\x9b";
+    door.value = {"Open", ""};
+    door.lookup_text = "Open";
+    door.state = channel_state::warning;
+    const std::string line = scan_json(
+        std::get<scan_result>(parse_message(
+            R"({"type":"sensor_scan_result","sensor_id":7,"response_code":1,"later":[1],
+                "channels":[{"id":2,"value":"Infinity"},{"id":3,"value":9223372036854775807}]})"
+        )),
+        {speed, door},
+        4
+    );
+    EXPECT_EQ(
+        line,
+        R"({"type":"sensor_scan_result","sensor_id":7,"response_code":1,"later":[1],"channels":[)"
+        R"({"id":2,"value":"Infinity","name":"Speed","text":"3.0 /s","scaled":"Infinity",)"
+        R"("growth_per_second":3.25},)"
+        R"({"id":3,"value":9223372036854775807,"name":"T\u00fcr\u007f\u009b","text":"Open",)"
+        R"("scaled":0.0,"lookup_text":"Open","state":"warning"}],"scan":4,"state":"warning"})"
+        "\n"
+    );
+}
+
+TEST(message_json, adds_the_log_to_a_check) {
+    EXPECT_EQ(
+        check_json(
+            std::get<check_result>(
+                parse_message(R"({"type":"check_result","check_id":1,"success":false})")
+            ),
+            {{"runtime", 3, "bad \xff\n"}}
+        ),
+        R"({"type":"check_result","check_id":1,"success":false,"log":[{"source":"runtime","severity":3,)"
+        R"("text":"bad \ufffd\n"}]})"
+        "\n"
+    );
+}
+
+TEST(message_json, tells_what_became_of_a_notification) {
+    const auto response = std::get<notification_response>(
+        parse_message(R"({"type":"notification_response","id":1,"log":[]})")
+    );
+    EXPECT_EQ(
+        notification_json(&response, {"done", true, "unused"}),
+        R"({"type":"notification_response","id":1,"log":[],"status":"done","written":true})"
+        "\n"
+    );
+    EXPECT_EQ(
+        notification_json(nullptr, {"refused", false, "why"}),
+        R"({"status":"refused","written":false,"reason":"why"})"
+        "\n"
+    );
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 #include "host/settings_record.hpp"
-#include "probe/cli_options.hpp"
+#include "probe/command_line.hpp"
 #include "tests/host/expect_error.hpp"
 
 namespace tarvik::monitoring_modules::probe {

@@ -1,4 +1,3 @@
-#include "host/message_json.hpp"
 #include "probe/scan_table.hpp"
 #include "terminal/table.hpp"
 
@@ -79,55 +78,6 @@ TEST(scan_table, cuts_what_is_overlong) {
         "T", result, {view(1, std::string(5000, 'n'), {"1", std::string(500, 'u')})}, false
     );
     EXPECT_LT(text.size(), 800U);
-}
-
-TEST(message_json, keeps_the_message_and_adds_what_was_worked_out) {
-    channel_view speed = view(2, "Speed", {"3.0", "/s"});
-    speed.difference = true;
-    speed.growth = 3.25;
-    speed.scaled = INFINITY;
-    channel_view door = view(3, "T\xc3\xbcr\x7f\xc2\x9b", {"Open", ""});
-    door.lookup_text = "Open";
-    door.state = channel_state::warning;
-    const std::string line = scan_json(
-        R"({"type":"sensor_scan_result","response_code":1,"later":[1],
-            "channels":[{"id":2,"value":"Infinity"},{"id":3,"value":9223372036854775807}]})",
-        {speed, door},
-        4
-    );
-    EXPECT_EQ(
-        line,
-        R"({"type":"sensor_scan_result","response_code":1,"later":[1],"channels":[)"
-        R"({"id":2,"value":"Infinity","name":"Speed","text":"3.0 /s","scaled":"Infinity",)"
-        R"("growth_per_second":3.25},)"
-        R"({"id":3,"value":9223372036854775807,"name":"T\u00fcr\u007f\u009b","text":"Open",)"
-        R"("scaled":0.0,"lookup_text":"Open","state":"warning"}],"scan":4,"state":"warning"})"
-        "\n"
-    );
-}
-
-TEST(message_json, adds_the_log_to_a_check) {
-    EXPECT_EQ(
-        check_json(R"({"type":"check_result","success":false})", {{"runtime", 3, "bad \xff\n"}}),
-        R"({"type":"check_result","success":false,"log":[{"source":"runtime","severity":3,)"
-        R"("text":"bad \ufffd\n"}]})"
-        "\n"
-    );
-}
-
-TEST(message_json, tells_what_became_of_a_notification) {
-    EXPECT_EQ(
-        notification_json(
-            R"({"type":"notification_response","id":1,"log":[]})", {"done", true, "unused"}
-        ),
-        R"({"type":"notification_response","id":1,"log":[],"status":"done","written":true})"
-        "\n"
-    );
-    EXPECT_EQ(
-        notification_json("", {"refused", false, "why"}),
-        R"({"status":"refused","written":false,"reason":"why"})"
-        "\n"
-    );
 }
 
 } // namespace

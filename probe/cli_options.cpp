@@ -1,6 +1,5 @@
-#include "probe/cli_shared_options.hpp"
-
 #include "host/probe_error.hpp"
+#include "probe/cli.hpp"
 
 #include <utility>
 
@@ -35,7 +34,31 @@ void add_security_options(CLI::App& command, connection_arguments& to) {
         ->type_name("FILE");
 }
 
+/// @throws probe_error (usage) when the text is no level
+[[nodiscard]] std::int32_t parse_level(const std::string& text) {
+    if (text.size() == 1 && text.front() >= '0' && text.front() <= '7') {
+        return text.front() - '0';
+    }
+    const std::pair<const char*, std::int32_t> names[] = {
+        {"error", 3}, {"warning", 4}, {"info", 6}, {"debug", 7}};
+    for (const auto& [name, level] : names) {
+        if (text == name) {
+            return level;
+        }
+    }
+    throw probe_error{
+        exit_code::usage, "--log-level " + text + ": none of error, warning, info, debug, 0 to 7"};
+}
+
 } // namespace
+
+const char* const settings_help = R"(
+Settings:
+  --set security_mode=sign                       any setting; opcua-probe info lists them
+  --set credentials.connection_opcua.port=4841   by its full key
+  --set-file password=pw.txt                     from a file of at most 1 MiB; secrets must come so, and win over --set
+Options such as --port are short for settings; --set replaces what they say. Settings are checked before anything is
+sent: unknown keys, values that are not allowed and required settings that are missing end with exit code 64.)";
 
 void add_repeatable(
     CLI::App& command,
@@ -77,54 +100,32 @@ void add_connection_options(CLI::App& command, connection_arguments& to) {
     );
 }
 
-CLI::Option* add_format_option(
-    CLI::App& command, output_arguments& to, const std::vector<std::string>& formats
-) {
-    return command.add_option("--format", to.format, "json: one object in each line")
+CLI::Option*
+add_format_option(CLI::App& command, output_format& to, const std::vector<std::string>& formats) {
+    const auto take = [&to](const std::string& name) {
+        to = name == "json"     ? output_format::json
+             : name == "plugin" ? output_format::plugin
+                                : output_format::table;
+    };
+    return command
+        .add_option_function<std::string>("--format", take, "json: one object in each line")
         ->check(CLI::IsMember(formats))
-        ->capture_default_str();
+        ->default_str("table");
 }
 
-output_format format_of(const output_arguments& given) {
-    return given.format == "json"     ? output_format::json
-           : given.format == "plugin" ? output_format::plugin
-                                      : output_format::table;
-}
-
-void add_output_options(
+void add_level_option(
     CLI::App& command,
-    output_arguments& to,
-    const std::string& log_help,
-    const std::vector<std::string>& formats
+    std::optional<std::int32_t>& to,
+    const std::string& help,
+    const std::string& levels
 ) {
-    add_format_option(command, to, formats);
-    command
-        .add_option(
-            "--log-level", to.log_level, log_help + "error, warning, info, debug, or 0 to 7"
-        )
+    const auto take = [&to](const std::string& text) { to = parse_level(text); };
+    command.add_option_function<std::string>("--log-level", take, help + levels)
         ->type_name("LEVEL");
 }
 
 void add_logging_option(CLI::App& command, log_arguments& to) {
     command.add_flag("--logging", to.logging, "Let the sensor write its own log lines, too");
-}
-
-std::optional<std::int32_t> parse_level(const std::string& text) {
-    if (text.empty()) {
-        return std::nullopt;
-    }
-    if (text.size() == 1 && text.front() >= '0' && text.front() <= '7') {
-        return text.front() - '0';
-    }
-    const std::pair<const char*, std::int32_t> names[] = {
-        {"error", 3}, {"warning", 4}, {"info", 6}, {"debug", 7}};
-    for (const auto& [name, level] : names) {
-        if (text == name) {
-            return level;
-        }
-    }
-    throw probe_error{
-        exit_code::usage, "--log-level " + text + ": none of error, warning, info, debug, 0 to 7"};
 }
 
 } // namespace tarvik::monitoring_modules::probe
