@@ -1,5 +1,3 @@
-
-
 #include "explorer/commands.hpp"
 
 #include "common/catalogue/opcua_exceptions.hpp"
@@ -12,17 +10,14 @@
 #include "explorer/tree_walk.hpp"
 #include "host/connection_arguments.hpp"
 #include "host/probe_error.hpp"
-#include "host/secret_file.hpp"
-#include "host/settings_record.hpp"
+#include "host/settings_form.hpp"
 #include "opcua/client/client_configuration.hpp"
 #include "opcua/client/connection.hpp"
 #include "opcua/client/endpoint_list.hpp"
 #include "opcua/nodes/node_id.hpp"
 #include "opcua/status_text.hpp"
 #include "terminal/console.hpp"
-#include "text/nearest_names.hpp"
 
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,45 +25,6 @@
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
-
-[[nodiscard]] std::vector<std::string> known_keys() {
-    return {
-        host_of_sensor,
-        "credentials.connection_opcua.port",
-        "credentials.connection_opcua.server_name",
-        "credentials.connection_security.security_mode",
-        "credentials.connection_security.security_policy",
-        "credentials.connection_security.client_certificate",
-        "credentials.connection_security.client_key",
-        "credentials.connection_security.client_key_password",
-        "credentials.user_authentication.user_auth_mode",
-        "credentials.user_authentication.user",
-        "credentials.user_authentication.password"};
-}
-
-/// @return the full key
-[[nodiscard]] std::string resolve(const given_setting& given) {
-    const std::vector<std::string> known = known_keys();
-    const auto found = std::ranges::find_if(known, [&given](const std::string& key) {
-        return key == given.key || key.ends_with("." + given.key);
-    });
-    if (found == known.end()) {
-        throw probe_error{
-            exit_code::usage,
-            (given.file.empty() ? "--set " : "--set-file ") + given.key +
-                ": a connection has no such setting" +
-                did_you_mean(nearest_names(given.key, known))};
-    }
-    return *found;
-}
-
-void add(settings& to, const given_setting& given, console& terminal) {
-    const std::string key = resolve(given);
-    if (names_secret(key) && given.open_to_all) {
-        terminal.line(open_secret_warning(given.file));
-    }
-    to.insert_or_assign(key, given.file.empty() ? given.text : without_line_end(given.text));
-}
 
 /// Reads files with secrets, and takes single settings by their keys as scan does, as far as they
 /// are about the connection.
@@ -78,9 +34,7 @@ void add(settings& to, const given_setting& given, console& terminal) {
 [[nodiscard]] opcua::client_settings
 server_settings(const connection_arguments& arguments, std::uint32_t timeout, console& terminal) {
     settings values = connection_settings(arguments, read_secrets(arguments, terminal.writer()));
-    for (const given_setting& given : read_given(arguments)) {
-        add(values, given, terminal);
-    }
+    settings_form::of_connection().add(values, read_given(arguments), terminal.writer());
     libzunohelper::settings_reader::texts texts;
     for (const auto& [key, text] : values) {
         texts.emplace(key, libzunohelper::secure_string{text});

@@ -1,9 +1,8 @@
-
-
 #include "explorer/endpoints.hpp"
 
 #include "common/libexception/exception.hpp"
 #include "explorer/found_node.hpp"
+#include "host/json.hpp"
 #include "opcua/enum_number.hpp"
 #include "terminal/table.hpp"
 #include "text/terminal_text.hpp"
@@ -190,10 +189,6 @@ certificate_text(const offered_certificate& shown, system_time now, bool colours
         {"sha256", shown.sha256}};
 }
 
-[[nodiscard]] std::string line(const ordered_json& object) {
-    return object.dump(-1, ' ', true, ordered_json::error_handler_t::replace) + "\n";
-}
-
 } // namespace
 
 offer read_offer(
@@ -258,10 +253,10 @@ std::string offer_text(const offer& shown, system_time now, bool colours) {
 std::string offer_json(const offer& shown, system_time now) {
     std::string lines;
     for (const offered_endpoint& endpoint : shown.endpoints) {
-        lines += line(endpoint_json(endpoint, shown));
+        lines += json_line(endpoint_json(endpoint, shown));
     }
     for (const offered_certificate& certificate : shown.certificates) {
-        lines += line(certificate_json(certificate, now));
+        lines += json_line(certificate_json(certificate, now));
     }
     return lines;
 }

@@ -1,7 +1,6 @@
 #pragma once
-// What a server offers: its endpoints and their certificates, as they are shown. Texts are the
-// server's: any bytes.
-// What a server offers, as tables and as JSON.
+// What a server offers: its endpoints and their certificates, read, and shown as tables and as
+// JSON. Texts are the server's: any bytes.
 
 #include "libcertificatehelper/allocator.hpp"
 #include "opcua/ua_value.hpp"

@@ -1,5 +1,3 @@
-
-
 #include "explorer/found_node.hpp"
 
 #include "opcua/nodes/node_id.hpp"

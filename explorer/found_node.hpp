@@ -1,8 +1,6 @@
 #pragma once
-// One node of a server's address space as it is shown. Texts are the server's: any bytes, and cut
-// where they are longer than anybody reads.
-// Texts that name nodes: what a server sent made fit to be kept, shown and used on the command
-// line.
+// One node of a server's address space as it is shown, and the texts that name it. They are the
+// server's: any bytes, and cut where they are longer than anybody reads.
 
 #include "opcua/ua_value.hpp"
 

@@ -1,7 +1,6 @@
-
-
 #include "explorer/node_presentation.hpp"
 
+#include "host/json.hpp"
 #include "terminal/table.hpp"
 #include "text/terminal_text.hpp"
 
@@ -160,7 +159,7 @@ std::string node_json(const found_node& node) {
         line["not_shown"] = node.not_shown;
         line["more_not_shown"] = node.more_not_shown;
     }
-    return line.dump(-1, ' ', true, ordered_json::error_handler_t::replace) + "\n";
+    return json_line(line);
 }
 
 std::vector<std::string> walk_notes(const walk_summary& summary, const walk_options& options) {

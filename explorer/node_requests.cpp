@@ -1,5 +1,3 @@
-
-
 #include "explorer/node_requests.hpp"
 
 #include "common/catalogue/opcua_exceptions.hpp"

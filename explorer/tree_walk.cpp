@@ -1,5 +1,3 @@
-
-
 #include "explorer/tree_walk.hpp"
 
 #include "explorer/found_node.hpp"
@@ -142,7 +140,6 @@ void tree_walk::show(pending_node& node) {
         return; // found under its other path
     }
     ++summary_.shown;
-    summary_.channels += node.shown.channel.empty() ? 0 : 1;
     show_(std::move(node.shown));
 }
 

@@ -23,7 +23,6 @@ struct walk_options {
 struct walk_summary {
     std::size_t looked_at = 0;
     std::size_t shown = 0;
-    std::size_t channels = 0;  ///< of those shown
     std::size_t not_shown = 0; ///< known to be below the depth
     bool limit_reached = false;
     bool stopped = false; ///< before all was looked at

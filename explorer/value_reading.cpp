@@ -1,5 +1,3 @@
-
-
 #include "explorer/value_reading.hpp"
 
 #include "common/libi18n/i18n_exception.hpp"

@@ -1,5 +1,3 @@
-
-
 #include "explorer/variable_reading.hpp"
 
 #include "common/catalogue/opcua_exceptions.hpp"

@@ -1,5 +1,5 @@
 #pragma once
-// What is read of a node beside what a reference to it tells.
+// Reads what a reference to a node does not tell: type, value, access and unit of variables.
 
 #include "explorer/found_node.hpp"
 #include "explorer/node_requests.hpp"

@@ -1,5 +1,3 @@
-
-
 #include "host/channel_memory.hpp"
 
 #include <algorithm>

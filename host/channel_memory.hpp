@@ -1,6 +1,6 @@
 #pragma once
-// What has to be remembered from scan to scan: channels are defined once, and growth needs the
-// value before.
+// Channels as values: what is kept from scan to scan, because channels are defined once and growth
+// needs the value before, and each channel of a scan ready to be shown.
 
 #include "host/message.hpp"
 #include "host/module_document.hpp"

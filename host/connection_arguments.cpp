@@ -1,5 +1,3 @@
-
-
 #include "host/connection_arguments.hpp"
 
 #include "host/probe_error.hpp"

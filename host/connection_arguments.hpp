@@ -1,7 +1,7 @@
 #pragma once
-// Passwords, keys and certificates: they come from files or the environment, because everybody on a
+// How to reach a server, as a person gives it: address, security, user, single settings by their
+// keys. Passwords, keys and certificates come from files or the environment, because everybody on a
 // machine can read the arguments of a program.
-// Single settings that the command line gives by their keys: --set and --set-file.
 
 #include "host/secret_file.hpp"
 

@@ -1,5 +1,3 @@
-
-
 #include "host/connection_state.hpp"
 
 #include "host/translation.hpp"

@@ -1,6 +1,6 @@
 #pragma once
-// How a server is reached, as its sensors' results tell.
-// Whose fault it is when a sensor reports an error.
+// What the identity of an error message tells: how the server is reached, and whose fault the error
+// is.
 
 #include <array>
 #include <optional>

@@ -159,7 +159,7 @@ translated_document translate_document(std::string_view message, std::string_vie
 std::string
 document_json(std::string_view message, std::string_view language, const sensor_description* only) {
     const ordered_json whole = translate_document(message, language).document;
-    return (only == nullptr ? whole : part_of(whole, *only)).dump(-1, ' ', true) + "\n";
+    return json_line(only == nullptr ? whole : part_of(whole, *only));
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,5 +1,3 @@
-
-
 #include "host/json.hpp"
 
 #include "host/probe_error.hpp"
@@ -145,6 +143,10 @@ std::vector<std::string> texts_of(const ordered_json& list) {
         }
     }
     return texts;
+}
+
+std::string json_line(const ordered_json& object) {
+    return object.dump(-1, ' ', true, ordered_json::error_handler_t::replace) + "\n";
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -63,4 +63,8 @@ member(const nlohmann::ordered_json& object, const std::string& name);
 /// @return the texts of a list; elements that are none are left out
 [[nodiscard]] std::vector<std::string> texts_of(const nlohmann::ordered_json& list);
 
+/// @return the object on a line of its own; all characters beyond ASCII are escaped, and bytes that
+/// are no UTF-8 replaced, so that a terminal that shows the line stays unharmed
+[[nodiscard]] std::string json_line(const nlohmann::ordered_json& object);
+
 } // namespace tarvik::monitoring_modules::probe

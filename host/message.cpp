@@ -1,5 +1,3 @@
-
-
 #include "host/message.hpp"
 
 #include "host/json.hpp"

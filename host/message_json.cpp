@@ -1,7 +1,6 @@
-
-
 #include "host/message_json.hpp"
 
+#include "host/json.hpp"
 #include "text/number.hpp"
 
 #include <cmath>
@@ -33,10 +32,6 @@ void enrich(ordered_json& channel, const channel_view& view) {
     }
 }
 
-[[nodiscard]] std::string line(const ordered_json& document) {
-    return document.dump(-1, ' ', true, ordered_json::error_handler_t::replace) + "\n";
-}
-
 } // namespace
 
 std::string
@@ -47,7 +42,7 @@ scan_json(const scan_result& result, const std::vector<channel_view>& channels, 
     for (std::size_t i = 0; i < channels.size(); ++i) {
         enrich(document.at("channels").at(i), channels[i]);
     }
-    return line(document);
+    return json_line(document);
 }
 
 std::string check_json(const check_result& result, const std::vector<log_line>& log) {
@@ -59,7 +54,7 @@ std::string check_json(const check_result& result, const std::vector<log_line>& 
         );
     }
     document["log"] = std::move(lines);
-    return line(document);
+    return json_line(document);
 }
 
 std::string
@@ -70,7 +65,7 @@ notification_json(const notification_response* response, const notification_outc
     if (!outcome.written) {
         document["reason"] = outcome.reason;
     }
-    return line(document);
+    return json_line(document);
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,7 +1,6 @@
 #pragma once
 // Messages for other programs: one line of JSON each, as the module sent it, with what this program
-// worked out added. All characters beyond ASCII are escaped, so that a terminal that shows the line
-// stays unharmed.
+// worked out added.
 
 #include "host/channel_memory.hpp"
 #include "host/log.hpp"

@@ -1,5 +1,3 @@
-
-
 #include "host/module_document.hpp"
 
 #include "host/document_json.hpp"

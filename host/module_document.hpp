@@ -15,7 +15,7 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-/// How a channel fares.
+/// The state of a channel's value.
 enum class channel_state { none, ok, warning, error };
 
 /// @return "warning"

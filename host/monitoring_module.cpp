@@ -1,5 +1,3 @@
-
-
 #include "host/monitoring_module.hpp"
 
 #include "host/probe_error.hpp"

@@ -1,8 +1,6 @@
 #pragma once
-// Where this program lies: what belongs to it lies beside it.
-// Owns the loaded module library and knows its functions.
-// The module's functions in terms of this program: owners for the module and its sensors, messages
-// as results of calls.
+// The module behind its C interface: the loaded library with its functions, owners for the
+// initialised module and its sensors, and what calls deliver.
 
 #include "libzunohelper/include/zunohelper/event_observer.h"
 #include "libzunohelper/include/zunohelper/log_sink.h"

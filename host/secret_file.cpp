@@ -1,5 +1,3 @@
-
-
 #include "host/secret_file.hpp"
 
 #include "host/probe_error.hpp"

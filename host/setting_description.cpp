@@ -1,5 +1,3 @@
-
-
 #include "host/setting_description.hpp"
 
 #include "host/json.hpp"

@@ -1,5 +1,4 @@
 #pragma once
-// What a setting may hold.
 // One setting as the module describes it: its names, what it may hold, when it is shown.
 
 #include <cstdint>

@@ -1,5 +1,3 @@
-
-
 #include "host/settings_form.hpp"
 
 #include "host/probe_error.hpp"
@@ -76,6 +74,12 @@ settings_form settings_form::of_notification(const module_document& document) {
     return form;
 }
 
+settings_form settings_form::of_connection() {
+    settings_form form{"a connection", {keys::of_connection.begin(), keys::of_connection.end()}};
+    form.described_ = true;
+    return form;
+}
+
 void settings_form::add_sections(
     const module_document& document, const std::vector<std::string>& names
 ) {
@@ -93,7 +97,7 @@ void settings_form::add_sections(
     }
 }
 
-std::vector<std::string> settings_form::keys() const {
+std::vector<std::string> settings_form::known_keys() const {
     std::vector<std::string> keys = host_keys_;
     for (const module_setting* setting : settings_) {
         keys.push_back(setting->key);
@@ -102,7 +106,7 @@ std::vector<std::string> settings_form::keys() const {
 }
 
 std::string settings_form::full_key(const std::string& typed, const std::string& place) const {
-    const std::vector<std::string> known = keys();
+    const std::vector<std::string> known = known_keys();
     if (contains(known, typed)) {
         return typed;
     }

@@ -21,6 +21,8 @@ class settings_form final {
     [[nodiscard]] static settings_form
     of_check(const module_document& document, const std::string& kind);
     [[nodiscard]] static settings_form of_notification(const module_document& document);
+    /// Of a connection alone, without a module.
+    [[nodiscard]] static settings_form of_connection();
 
     /// Adds settings given by their keys; they replace those that are there, and later ones earlier
     /// ones.
@@ -45,7 +47,7 @@ class settings_form final {
     settings_form(std::string what, std::vector<std::string> host_keys);
 
     void add_sections(const module_document& document, const std::vector<std::string>& names);
-    [[nodiscard]] std::vector<std::string> keys() const;
+    [[nodiscard]] std::vector<std::string> known_keys() const;
     [[nodiscard]] const module_setting* find(std::string_view key) const;
     [[nodiscard]] bool
     is_shown(const module_setting& setting, const settings& values, std::size_t steps) const;

@@ -1,5 +1,3 @@
-
-
 #include "host/settings_record.hpp"
 
 #include "host/probe_error.hpp"
@@ -40,13 +38,9 @@ void assign(
     }
 }
 
-constexpr const char* opcua = "credentials.connection_opcua.";
-constexpr const char* security = "credentials.connection_security.";
-constexpr const char* authentication = "credentials.user_authentication.";
-
-void set(settings& to, std::string_view group, const char* name, const std::string& text) {
+void set(settings& to, const std::string& key, const std::string& text) {
     if (!text.empty()) {
-        to.insert_or_assign(std::string{group} + name, text);
+        to.insert_or_assign(key, text);
     }
 }
 
@@ -111,22 +105,18 @@ settings connection_settings(
 ) {
     settings result;
     result.emplace(host_key, arguments.host);
-    set(result, opcua, "port", std::to_string(arguments.port));
-    set(result, opcua, "server_name", arguments.path);
-    set(result, security, "security_mode", arguments.security_mode);
-    const bool secured = arguments.security_mode != "none";
-    set(result,
-        security,
-        "security_policy",
-        arguments.security_policy.empty() && secured ? "Basic256Sha256" : arguments.security_policy
-    );
-    set(result, security, "client_certificate", secrets.client_certificate);
-    set(result, security, "client_key", secrets.client_key);
-    set(result, security, "client_key_password", secrets.client_key_password);
+    set(result, keys::port, std::to_string(arguments.port));
+    set(result, keys::path, arguments.path);
+    set(result, keys::security_mode, arguments.security_mode);
+    const bool by_mode = arguments.security_policy.empty() && arguments.security_mode != "none";
+    set(result, keys::security_policy, by_mode ? "Basic256Sha256" : arguments.security_policy);
+    set(result, keys::certificate, secrets.client_certificate);
+    set(result, keys::key, secrets.client_key);
+    set(result, keys::key_password, secrets.client_key_password);
     if (!arguments.user.empty()) {
-        set(result, authentication, "user_auth_mode", "username_password");
-        set(result, authentication, "user", arguments.user);
-        set(result, authentication, "password", secrets.password);
+        set(result, keys::user_mode, "username_password");
+        set(result, keys::user, arguments.user);
+        set(result, keys::password, secrets.password);
     }
     return result;
 }
@@ -134,19 +124,19 @@ settings connection_settings(
 void add_channels(
     settings& to, const std::vector<channel_argument>& channels, const std::string& message_node
 ) {
-    set(to, "custom.sensor_message_custom.", "nodeid", message_node);
+    set(to, "custom.sensor_message_custom.nodeid", message_node);
     for (std::size_t i = 0; i < channels.size(); ++i) {
         const std::string channel = "custom.connection_custom.channel" + std::to_string(i + 1);
         if (i > 0) { // the first channel has no switch
             to.insert_or_assign(channel, "enable");
         }
         if (!channels[i].name.empty()) {
-            set(to, channel, "_settings", "manual");
-            set(to, channel, "_name", channels[i].name);
+            set(to, channel + "_settings", "manual");
+            set(to, channel + "_name", channels[i].name);
         }
-        set(to, channel, "_unit", channels[i].unit);
-        set(to, channel, "_scale_factor", channels[i].scale);
-        set(to, channel, "_nodeid", channels[i].node_id);
+        set(to, channel + "_unit", channels[i].unit);
+        set(to, channel + "_scale_factor", channels[i].scale);
+        set(to, channel + "_nodeid", channels[i].node_id);
     }
 }
 

@@ -1,10 +1,10 @@
 #pragma once
-// What a person says about one channel on the command line: "ns=2;s=Boiler.Temperature" or
-// "Boiler=ns=2;s=...".
-// The settings that the module gets, made of what the command line asks for.
+// The settings that the module gets as a record, made of what was asked for: connection, channels,
+// notification.
 
 #include "host/connection_arguments.hpp"
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -50,9 +50,39 @@ parse_numbered(std::string_view option, std::string_view argument, std::size_t c
 /// Dotted keys and their texts.
 using settings = std::map<std::string, std::string>;
 
-// Where the address of the server stands.
+/// Keys of the settings of a connection, as all sensors, checks and notifications have them.
+namespace keys {
 inline constexpr const char* host_of_sensor = "host"; // and of checks
 inline constexpr const char* host_of_notification = "credentials.connection_opcua.host";
+inline constexpr const char* port = "credentials.connection_opcua.port";
+inline constexpr const char* path = "credentials.connection_opcua.server_name";
+inline constexpr const char* security_mode = "credentials.connection_security.security_mode";
+inline constexpr const char* security_policy = "credentials.connection_security.security_policy";
+inline constexpr const char* certificate = "credentials.connection_security.client_certificate";
+inline constexpr const char* key = "credentials.connection_security.client_key";
+inline constexpr const char* key_password = "credentials.connection_security.client_key_password";
+inline constexpr const char* user_mode = "credentials.user_authentication.user_auth_mode";
+inline constexpr const char* user = "credentials.user_authentication.user";
+inline constexpr const char* password = "credentials.user_authentication.password";
+
+/// Those of a sensor's connection.
+inline constexpr std::array of_connection{
+    host_of_sensor,
+    port,
+    path,
+    security_mode,
+    security_policy,
+    certificate,
+    key,
+    key_password,
+    user_mode,
+    user,
+    password};
+} // namespace keys
+
+// Where the address of the server stands.
+using keys::host_of_notification;
+using keys::host_of_sensor;
 
 /// Settings of the connection; what was not asked for is left to the module's defaults.
 [[nodiscard]] settings connection_settings(

@@ -1,5 +1,3 @@
-
-
 #include "host/translation.hpp"
 
 #include "host/probe_error.hpp"

@@ -1,7 +1,6 @@
 #pragma once
-// The languages of the module's texts, and how a person names them.
-// By what the module names a message, so that it can be said in another language.
-// The module's texts in one language.
+// The module's texts in one language: which languages there are, the identity by which the module
+// names a message, and the text for it.
 
 #include <array>
 #include <map>

@@ -1,5 +1,3 @@
-
-
 #include "host/value_format.hpp"
 
 #include "text/number.hpp"

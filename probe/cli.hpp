@@ -1,7 +1,7 @@
 #pragma once
-// The definition of the command line: every command with its options. Inside of command_line.hpp,
-// in files of its own because CLI11 takes long to compile. All values that options write to must
-// stay where they are until the command line is parsed.
+// The commands and options of the command line, in files of their own because CLI11 takes long to
+// compile. All values that options write to must stay where they are until the command line is
+// parsed.
 
 #include "probe/command_line.hpp"
 

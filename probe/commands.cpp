@@ -1,5 +1,3 @@
-
-
 #include "probe/commands.hpp"
 
 #include "host/probe_error.hpp"

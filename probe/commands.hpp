@@ -1,6 +1,6 @@
 #pragma once
-// The commands of the program. Each returns how the program ends; all throw probe_error.
-// The module, loaded and ready, with what it tells about itself.
+// The commands of the program, and the loaded module that they work with. Each command returns how
+// the program ends; all throw probe_error.
 
 #include "host/module_document.hpp"
 #include "host/monitoring_module.hpp"

@@ -1,5 +1,3 @@
-
-
 #include "host/log.hpp"
 #include "host/monitoring_module.hpp"
 #include "probe/child_process.hpp"

@@ -1,5 +1,3 @@
-
-
 #include "probe/info_text.hpp"
 
 #include "probe/scan_table.hpp"

@@ -1,7 +1,5 @@
 #pragma once
-// What the module offers, as a person likes to read it.
-// Settings that are the same but for a number in their names, such as those of ten channels, as
-// one.
+// What the module offers as running text, with settings that differ in a number only shown once.
 
 #include "host/module_document.hpp"
 #include "host/setting_description.hpp"

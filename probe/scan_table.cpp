@@ -1,5 +1,3 @@
-
-
 #include "probe/scan_table.hpp"
 
 #include "terminal/table.hpp"

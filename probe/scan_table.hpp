@@ -1,6 +1,5 @@
 #pragma once
-// One scan as a person likes to read it.
-// How the state of a value is shown, wherever it is shown.
+// One scan as a table, and how the state of a value is shown anywhere.
 
 #include "host/channel_memory.hpp"
 #include "host/message.hpp"

@@ -1,5 +1,5 @@
 #pragma once
-// One sensor from its settings to its results, whatever becomes of them.
+// One sensor from its settings to its results.
 
 #include "host/message.hpp"
 #include "host/settings_form.hpp"

@@ -1,5 +1,3 @@
-
-
 #include "terminal/console.hpp"
 
 #include "text/terminal_text.hpp"

@@ -1,7 +1,6 @@
 #pragma once
 // Standard error: lines for the person at the terminal, and one notice that is overwritten while
 // something takes long.
-// Tells what a call is waiting for: calls into the module block, so a thread of its own does it.
 
 #include <mutex>
 #include <string>

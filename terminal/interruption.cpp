@@ -1,28 +1,10 @@
-
-
 #include "terminal/interruption.hpp"
 
-#include <sys/eventfd.h>
-#include <sys/signalfd.h>
-
-#include <poll.h>
 #include <unistd.h>
-
-#include <array>
-#include <cerrno>
-#include <cstdint>
-#include <system_error>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
-
-[[nodiscard]] int checked(int result, const char* what) {
-    if (result < 0) {
-        throw std::system_error{errno, std::generic_category(), what};
-    }
-    return result;
-}
 
 [[nodiscard]] sigset_t ending_signals() noexcept {
     sigset_t signals{};
@@ -35,22 +17,15 @@ namespace {
 
 } // namespace
 
-interruption::interruption(console& terminal)
-    : terminal_{terminal},
-      signals_{ending_signals()},
-      signal_source_{checked(signalfd(-1, &signals_, SFD_CLOEXEC), "signalfd")},
-      end_{checked(eventfd(0, EFD_CLOEXEC), "eventfd")} {
+interruption::interruption(console& terminal) : terminal_{terminal}, signals_{ending_signals()} {
     pthread_sigmask(SIG_BLOCK, &signals_, &former_mask_);
     thread_ = std::thread{[this] { listen(); }};
 }
 
 interruption::~interruption() {
-    const std::uint64_t one = 1;
-    if (::write(end_.get(), &one, sizeof one) == static_cast<ssize_t>(sizeof one)) {
-        thread_.join();
-    } else {
-        thread_.detach(); // cannot happen: an event counter takes its first increment
-    }
+    ending_ = true;
+    pthread_kill(thread_.native_handle(), SIGHUP); // which wakes the thread, and nobody else
+    thread_.join();
     pthread_sigmask(SIG_SETMASK, &former_mask_, nullptr);
 }
 
@@ -66,20 +41,9 @@ bool interruption::wait_for_reload() {
 }
 
 void interruption::listen() noexcept {
-    while (true) {
-        std::array<pollfd, 2> sources{
-            pollfd{signal_source_.get(), POLLIN, 0}, pollfd{end_.get(), POLLIN, 0}};
-        if (::poll(sources.data(), sources.size(), -1) < 0 && errno != EINTR) {
-            return;
-        }
-        if (sources[1].revents != 0) {
-            return;
-        }
-        signalfd_siginfo info{};
-        if ((sources[0].revents & POLLIN) != 0 &&
-            ::read(signal_source_.get(), &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
-            take(static_cast<int>(info.ssi_signo));
-        }
+    int number = 0;
+    while (sigwait(&signals_, &number) == 0 && !ending_) {
+        take(number);
     }
 }
 

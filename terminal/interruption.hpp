@@ -3,7 +3,6 @@
 // it at once.
 
 #include "terminal/console.hpp"
-#include "terminal/file_descriptor.hpp"
 
 #include <signal.h>
 
@@ -47,8 +46,7 @@ class interruption final {
     console& terminal_;
     sigset_t former_mask_{};
     sigset_t signals_{};
-    file_descriptor signal_source_;
-    file_descriptor end_;
+    std::atomic<bool> ending_ = false;
     std::atomic<int> signal_ = 0;
     std::atomic<bool> hangup_reloads_ = false;
     std::atomic<bool> reload_ = false;

@@ -1,5 +1,3 @@
-
-
 #include "terminal/output.hpp"
 
 #include "host/probe_error.hpp"

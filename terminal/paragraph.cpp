@@ -1,5 +1,3 @@
-
-
 #include "terminal/paragraph.hpp"
 
 #include "terminal/table.hpp"

@@ -1,5 +1,3 @@
-
-
 #include "terminal/table.hpp"
 
 #include "text/terminal_text.hpp"

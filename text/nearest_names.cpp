@@ -1,5 +1,3 @@
-
-
 #include "text/nearest_names.hpp"
 
 #include "text/words.hpp"

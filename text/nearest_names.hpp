@@ -1,5 +1,5 @@
 #pragma once
-// What a person may have meant who mistyped a name.
+// Which name is meant by one that was mistyped.
 
 #include <string>
 #include <string_view>

@@ -1,5 +1,3 @@
-
-
 #include "probe/plugin/plugin_output.hpp"
 
 #include "host/value_format.hpp"

@@ -1,7 +1,5 @@
 #pragma once
-// Texts from outside, fit for the output of a plugin.
-// Values of channels as performance data, which monitoring systems draw.
-// The text that a monitoring system reads from a plugin.
+// The text that a monitoring system reads from a plugin: state, performance data, details.
 
 #include "probe/plugin/plugin_result.hpp"
 

@@ -1,5 +1,3 @@
-
-
 #include "probe/plugin/plugin_range.hpp"
 
 #include "host/probe_error.hpp"

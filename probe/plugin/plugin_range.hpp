@@ -1,7 +1,6 @@
 #pragma once
-// Ranges of values in the notation of monitoring plugins, and what the command line says about
-// channels with them.
-// Which range of the command line belongs to which channel.
+// Ranges of values in the notation of monitoring plugins, and which of them belongs to which
+// channel.
 
 #include "host/message.hpp"
 

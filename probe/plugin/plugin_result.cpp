@@ -1,5 +1,3 @@
-
-
 #include "probe/plugin/plugin_result.hpp"
 
 #include "host/connection_state.hpp"

@@ -1,6 +1,5 @@
 #pragma once
-// The four states of a monitoring plugin.
-// What a scan means for a monitoring system: a state for each channel and for the whole.
+// What a scan means for a monitoring system: one of four states for each channel and for the whole.
 
 #include "host/channel_memory.hpp"
 #include "host/message.hpp"

@@ -1,5 +1,3 @@
-
-
 #include "probe/plugin/plugin_scan.hpp"
 
 #include "probe/commands.hpp"

@@ -1,6 +1,6 @@
 #pragma once
-// How far a scan has come, for the thread that watches it and may have to tell where it got stuck.
-// The work of the plugin: loads the module, scans the sensor once or twice, judges what came.
+// The work of the plugin: loads the module, scans the sensor once or twice, finds its state; and
+// how far that has come, for the thread that watches it and may have to tell where it got stuck.
 
 #include "probe/command_line.hpp"
 #include "probe/log_collector.hpp"
