@@ -1,6 +1,7 @@
 #include "exporter/address.hpp"
 
-#include "exporter/http/ascii.hpp"
+#include "text/number.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 
@@ -38,14 +39,14 @@ struct host_and_port {
         if (end == std::string_view::npos) {
             return std::nullopt;
         }
-        result.host = ascii_lower(text.substr(1, end - 1));
+        result.host = lower_case(text.substr(1, end - 1));
         rest = text.substr(end + 1);
         if (!std::ranges::all_of(result.host, is_ipv6_character)) {
             return std::nullopt;
         }
     } else {
         const std::size_t end = std::min(text.find(':'), text.size());
-        result.host = ascii_lower(text.substr(0, end));
+        result.host = lower_case(text.substr(0, end));
         rest = text.substr(end);
         if (!std::ranges::all_of(result.host, [wild](char byte) {
                 return is_host_character(byte) || (wild && byte == '*');
@@ -65,7 +66,7 @@ struct host_and_port {
     if (text.empty()) {
         return default_opcua_port;
     }
-    const auto port = whole_number<std::uint16_t>(text);
+    const auto port = parse_number<std::uint16_t>(text);
     return port == 0 ? std::nullopt : port;
 }
 

@@ -1,12 +1,12 @@
 #include "exporter/configuration.hpp"
 
 #include "exporter/yaml_value.hpp"
-#include "probe/nearest_names.hpp"
-#include "probe/probe_error.hpp"
-#include "probe/secret_file.hpp"
-#include "probe/settings_form.hpp"
-#include "probe/settings_record.hpp"
-#include "probe/terminal_text.hpp"
+#include "host/probe_error.hpp"
+#include "host/secret_file.hpp"
+#include "host/settings_form.hpp"
+#include "host/settings_record.hpp"
+#include "text/nearest_names.hpp"
+#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <set>

@@ -3,7 +3,7 @@
 
 #include "exporter/address.hpp"
 #include "exporter/http/http_server.hpp"
-#include "probe/module_document.hpp"
+#include "host/module_document.hpp"
 
 #include <chrono>
 #include <cstdint>
@@ -34,7 +34,7 @@ struct scan_module {
 };
 
 struct serve_config {
-    http_settings listen; ///< on 127.0.0.1:9840, unless it says otherwise
+    http_settings listen;     ///< on 127.0.0.1:9840, unless it says otherwise
     std::size_t workers = 64; ///< most scans at one time; half of them for requests
     std::map<std::string, scan_module> modules;
     std::vector<sensor_plan> sensors;

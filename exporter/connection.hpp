@@ -60,8 +60,8 @@ class server_connection final : public timed_task {
     void remove(std::int32_t id);
     void remove_all();
 
-    /// Scans a sensor once, as soon as no other scan of the connection runs, whatever the connection's state is. The
-    /// sensor stays for some minutes, and with it the session.
+    /// Scans a sensor once, as soon as no other scan of the connection runs, whatever the
+    /// connection's state is. The sensor stays for some minutes, and with it the session.
     /// @param id for the sensor, unless one with an equal plan is there from an earlier request
     /// @param held is let go when the scan is over, whoever still waits for it
     [[nodiscard]] std::future<scan_outcome>

@@ -7,6 +7,7 @@
 #include "exporter/own_metrics.hpp"
 #include "exporter/routes.hpp"
 #include "exporter/scheduler.hpp"
+#include <systemd/sd-daemon.h>
 
 #include <malloc.h>
 #include <unistd.h>
@@ -14,15 +15,13 @@
 #include <chrono>
 #include <memory>
 
-#include <systemd/sd-daemon.h>
-
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto time_to_stop = 20s;       // the longest scan takes some 15 s
+constexpr auto time_to_stop = 20s; // the longest scan takes some 15 s
 
 /// Tells systemd how far the service is (Type=notify), so that `systemctl start` fails when a
 /// configuration is wrong and `systemctl status` shows what is served. Whether it arrives is the
@@ -44,10 +43,10 @@ void notify_service_manager(const std::string& lines) {
 /// Everything that serves, in the order in which it depends on each other.
 class exporter_service final {
   public:
-    exporter_service(const exporter_options& options, console& terminal)
+    exporter_service(const std::string& module, const exporter_options& options, console& terminal)
         : terminal_{terminal},
           path_{options.config},
-          module_{options.module, terminal_, options.log_level},
+          module_{module, terminal_, options.log_level.value_or(severity_warning)},
           languages_{module_},
           document_{languages_.find("en")},
           config_{read()} {}
@@ -123,13 +122,15 @@ class exporter_service final {
         } catch (const std::exception& error) {
             terminal_.line(std::string{"opcua-probe: "} + error.what());
             terminal_.line("opcua-probe: the configuration stays as it was");
-            notify_service_manager("READY=1\nSTATUS=" + place_ + " as before: the changed configuration is wrong");
+            notify_service_manager(
+                "READY=1\nSTATUS=" + place_ + " as before: the changed configuration is wrong"
+            );
         }
     }
 
     console& terminal_;
     const std::string path_;
-    loaded_module module_;
+    called_module module_;
     language_cache languages_;
     const std::shared_ptr<const module_document> document_;
     std::shared_ptr<const serve_config> config_;
@@ -142,12 +143,16 @@ class exporter_service final {
 
 } // namespace
 
-exit_code
-run_exporter(const exporter_options& options, console& terminal, interruption& interrupt) {
+exit_code run_exporter(
+    const std::string& module,
+    const exporter_options& options,
+    console& terminal,
+    interruption& interrupt
+) {
     // Each thread would get a heap of its own, of which little is ever used.
     // NOLINTNEXTLINE(concurrency-mt-unsafe): there are no other threads yet
     static_cast<void>(mallopt(M_ARENA_MAX, 2));
-    exporter_service service{options, terminal};
+    exporter_service service{module, options, terminal};
     if (options.check_only) {
         service.check();
         terminal.line("The configuration is right.");

@@ -106,8 +106,9 @@ http_answer metrics_answer::all(const std::string& accept) const {
     return written(result, accept);
 }
 
-http_answer
-metrics_answer::one(const sensor_plan& plan, const scan_outcome* outcome, const std::string& accept) const {
+http_answer metrics_answer::one(
+    const sensor_plan& plan, const scan_outcome* outcome, const std::string& accept
+) const {
     exposition result;
     if (outcome == nullptr) {
         result.add(families().up, {labels_of(plan.name, plan.connection, plan.kind), 0});

@@ -2,12 +2,11 @@
 // What the exporter asks of the module, in terms of sensors and results, so that tests can stand in
 // for it.
 
-#include "probe/console.hpp"
-#include "probe/kept_state.hpp"
-#include "probe/log_line.hpp"
-#include "probe/message.hpp"
-#include "probe/module_library.hpp"
-#include "probe/monitoring_module.hpp"
+#include "host/kept_state.hpp"
+#include "host/log.hpp"
+#include "host/message.hpp"
+#include "host/monitoring_module.hpp"
+#include "terminal/console.hpp"
 
 #include <cstdint>
 #include <optional>
@@ -52,38 +51,36 @@ class module_access {
 };
 
 /// The module, loaded and initialised. What it logs goes to the terminal, as far as it matters.
-class loaded_module final : public module_access {
+class called_module final : public module_access {
   public:
     /// @param chosen path; empty: where it usually is
     /// @param terminal must outlive this object
     /// @param shown lines of this severity and below go to the terminal
     /// @throws probe_error when it cannot be loaded or initialised
-    loaded_module(const std::string& chosen, console& terminal, std::int32_t shown);
-    ~loaded_module() override;
-    loaded_module(const loaded_module&) = delete;
-    loaded_module& operator=(const loaded_module&) = delete;
+    called_module(const std::string& chosen, console& terminal, std::int32_t shown);
 
     /// @see monitoring_module::information
-    [[nodiscard]] std::string information(bool texts) const { return module_->information(texts); }
+    [[nodiscard]] std::string information(bool texts) const { return module_.information(texts); }
 
     /// Does what takes long and is done once, if it has not been done.
-    void prepare() const noexcept { module_->prepare(); }
+    void prepare() const noexcept { module_.prepare(); }
 
     [[nodiscard]] module_answer
     create(std::int32_t id, const std::string& record, bool keep_log) override;
     [[nodiscard]] module_answer scan(std::int32_t id, bool keep_log) override;
-    void destroy(std::int32_t id) noexcept override { module_->destroy_sensor(id); }
+    void destroy(std::int32_t id) noexcept override { module_.destroy_sensor(id); }
     [[nodiscard]] std::optional<bool> has_matching_endpoint(const std::string& record) override;
 
-    /// Takes a line of the log.
-    void take(std::string_view source, std::int32_t severity, std::string_view text) noexcept;
-
   private:
+    void take(log_line&& line) const;
+
     console& terminal_;
     const std::int32_t shown_;
     const module_library library_;
+    const log_sink log_; // before the module, so that all of its lines are heard
+    const event_observer events_;
     kept_state store_;
-    std::optional<monitoring_module> module_; // made when its log is heard
+    const monitoring_module module_;
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,19 +1,19 @@
 #include "exporter/own_metrics.hpp"
 
 #include "exporter/http/http_message.hpp"
-#include "probe/message_identity.hpp"
+#include "host/translation.hpp"
+#include "text/words.hpp"
+#include <prometheus/counter.h>
+#include <prometheus/family.h>
+#include <prometheus/gauge.h>
+#include <prometheus/histogram.h>
+#include <prometheus/registry.h>
 
 #include <algorithm>
 #include <iterator>
 #include <mutex>
 #include <set>
 #include <utility>
-
-#include <prometheus/counter.h>
-#include <prometheus/family.h>
-#include <prometheus/gauge.h>
-#include <prometheus/histogram.h>
-#include <prometheus/registry.h>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -36,7 +36,7 @@ constexpr std::size_t most_errors = 100;
     const auto parsed = parse_identity(identity);
     std::string label = parsed ? parsed->key : "";
     for (char& letter : label) {
-        letter = ascii_lower(letter);
+        letter = lower_case(letter);
         const bool good = (letter >= 'a' && letter <= 'z') || (letter >= '0' && letter <= '9') ||
                           letter == '_' || letter == '.';
         letter = good ? letter : '_';

@@ -2,7 +2,7 @@
 // What the page shows, as JSON.
 
 #include "exporter/snapshot.hpp"
-#include "probe/module_document.hpp"
+#include "host/module_document.hpp"
 
 #include <chrono>
 #include <string>

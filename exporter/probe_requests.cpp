@@ -1,7 +1,8 @@
 #include "exporter/probe_requests.hpp"
 
-#include "probe/log_line.hpp"
-#include "probe/terminal_text.hpp"
+#include "host/log.hpp"
+#include "text/number.hpp"
+#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -22,7 +23,7 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
 /// @return how long the answer may take
 [[nodiscard]] clock::duration time_for(const http_request& request) {
     const std::string text = request.header("X-Prometheus-Scrape-Timeout-Seconds").value_or("");
-    const auto given = whole_number<double>(text);
+    const auto given = parse_number<double>(text);
     const bool usable = given && std::isfinite(*given) && *given > 0;
     const seconds whole = usable ? std::min(seconds{*given}, longest_time_out) : usual_time_out;
     return std::chrono::duration_cast<clock::duration>(whole - std::min(way_back, whole / 4));

@@ -20,9 +20,8 @@ namespace {
 /// @param begin a text; the last one counts
 /// @param skipped characters behind it
 /// @return so many numbers that follow in a file of /proc; nothing when they are not there
-[[nodiscard]] std::optional<std::vector<double>> numbers_after(
-    std::string_view begin, std::size_t skipped, const char* file, std::size_t count
-) {
+[[nodiscard]] std::optional<std::vector<double>>
+numbers_after(std::string_view begin, std::size_t skipped, const char* file, std::size_t count) {
     const std::ifstream stream{file};
     std::ostringstream content;
     content << stream.rdbuf();
@@ -56,14 +55,12 @@ namespace {
 
 std::vector<metric_family> process_metrics() {
     std::vector<metric_family> families;
-    const auto add = [&families](const char* name, const char* help, const char* unit, double value) {
+    const auto add = [&families](
+                         const char* name, const char* help, const char* unit, double value
+                     ) {
         const bool counts = std::string_view{name}.ends_with("_total");
         families.push_back(
-            {name,
-             help,
-             unit,
-             counts ? metric_kind::counter : metric_kind::gauge,
-             {{{}, value}}}
+            {name, help, unit, counts ? metric_kind::counter : metric_kind::gauge, {{{}, value}}}
         );
     };
     rusage usage{};
@@ -73,7 +70,8 @@ std::vector<metric_family> process_metrics() {
             "seconds",
             seconds_of(usage.ru_utime) + seconds_of(usage.ru_stime));
     }
-    // Fields are numbered as in proc(5); before these are a name in brackets and the state, a letter.
+    // Fields are numbered as in proc(5); before these are a name in brackets and the state, a
+    // letter.
     constexpr std::size_t first = 4;
     constexpr std::size_t last = 24;
     const auto status = numbers_after(") ", 1, "/proc/self/stat", last - first + 1);

@@ -1,7 +1,8 @@
 #include "exporter/routes.hpp"
 
 #include "exporter/page_state.hpp"
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
+#include "text/number.hpp"
 
 #include <algorithm>
 #include <array>
@@ -20,7 +21,7 @@ constexpr const char* json_type = "application/json";
     std::vector<std::int32_t> ids;
     while (!text.empty() && ids.size() < most_curves) {
         const std::size_t end = std::min(text.find(','), text.size());
-        if (const auto id = whole_number<std::int32_t>(text.substr(0, end))) {
+        if (const auto id = parse_number<std::int32_t>(text.substr(0, end))) {
             ids.push_back(*id);
         }
         text.remove_prefix(std::min(end + 1, text.size()));
@@ -70,7 +71,7 @@ http_answer request_routes::answer(const http_request& request) const {
 }
 
 http_answer request_routes::state(const http_request& request) const {
-    const auto since = whole_number<std::uint64_t>(request.parameter("since").value_or("0"));
+    const auto since = parse_number<std::uint64_t>(request.parameter("since").value_or("0"));
     const auto document = languages_.find(request.parameter("language").value_or("en"));
     return {
         .content_type = json_type,
@@ -92,7 +93,8 @@ http_answer request_routes::ready() const {
     const bool pending = std::ranges::any_of(view.sensors, [](const auto& sensor) {
         return sensor->state == sensor_state::pending;
     });
-    return pending ? plain_answer(503, "waiting for the first scans\n") : plain_answer(200, "ready\n");
+    return pending ? plain_answer(503, "waiting for the first scans\n")
+                   : plain_answer(200, "ready\n");
 }
 
 std::shared_ptr<const module_document> language_cache::find(const std::string& code) {
@@ -101,7 +103,7 @@ std::shared_ptr<const module_document> language_cache::find(const std::string& c
     auto& document = documents_[known];
     if (document == nullptr) {
         try {
-            document = 
+            document =
                 std::make_shared<const module_document>(module_.information(known != "en"), known);
         } catch (const probe_error&) { // without one, kinds are shown by their names
             document = std::make_shared<const module_document>();

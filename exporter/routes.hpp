@@ -6,7 +6,7 @@
 #include "exporter/module_access.hpp"
 #include "exporter/probe_requests.hpp"
 #include "exporter/snapshot.hpp"
-#include "probe/module_document.hpp"
+#include "host/module_document.hpp"
 
 #include <map>
 #include <memory>
@@ -20,14 +20,14 @@ namespace tarvik::monitoring_modules::probe {
 class language_cache final {
   public:
     /// @param module must outlive this object
-    explicit language_cache(const loaded_module& module) : module_{module} {}
+    explicit language_cache(const called_module& module) : module_{module} {}
 
     /// @param code such as "de"
     /// @return English for a language that the module does not have
     [[nodiscard]] std::shared_ptr<const module_document> find(const std::string& code);
 
   private:
-    const loaded_module& module_;
+    const called_module& module_;
     std::mutex mutex_;
     std::map<std::string, std::shared_ptr<const module_document>> documents_;
 };

@@ -1,6 +1,6 @@
 #include "exporter/scanned_sensor.hpp"
 
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
 
 #include <algorithm>
 #include <iterator>

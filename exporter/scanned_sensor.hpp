@@ -5,8 +5,8 @@
 #include "exporter/module_access.hpp"
 #include "exporter/snapshot.hpp"
 #include "exporter/time_source.hpp"
-#include "probe/channel_memory.hpp"
-#include "probe/log_line.hpp"
+#include "host/channel_memory.hpp"
+#include "host/log.hpp"
 
 #include <chrono>
 #include <memory>

@@ -4,8 +4,8 @@
 
 #include "exporter/metrics/channel_metrics.hpp"
 #include "exporter/time_source.hpp"
-#include "probe/channel_memory.hpp"
-#include "probe/connection_state.hpp"
+#include "host/channel_memory.hpp"
+#include "host/connection_state.hpp"
 
 #include <array>
 #include <chrono>
@@ -99,8 +99,8 @@ class curve_history final {
 
 struct snapshot {
     std::uint64_t revision = 0;
-    bool complete = true;                      ///< else only what changed
-    std::vector<std::int32_t> removed;         ///< sensors that are gone, unless complete
+    bool complete = true;                         ///< else only what changed
+    std::vector<std::int32_t> removed;            ///< sensors that are gone, unless complete
     std::vector<connection_snapshot> connections; ///< all of them, by name
     std::vector<std::shared_ptr<const sensor_snapshot>> sensors; ///< by id
 };

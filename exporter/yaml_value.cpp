@@ -1,10 +1,10 @@
 #include "exporter/yaml_value.hpp"
 
-#include "exporter/http/ascii.hpp"
-#include "probe/nearest_names.hpp"
-#include "probe/probe_error.hpp"
-#include "probe/secret_file.hpp"
-#include "probe/terminal_text.hpp"
+#include "host/probe_error.hpp"
+#include "host/secret_file.hpp"
+#include "text/nearest_names.hpp"
+#include "text/number.hpp"
+#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <array>
@@ -24,11 +24,11 @@ namespace {
         {{"ms", 0.001}, {"s", 1}, {"m", 60}, {"h", 3600}}};
     for (const auto& [name, factor] : units) {
         if (text.ends_with(name)) {
-            const auto number = whole_number<double>(text.substr(0, text.size() - name.size()));
+            const auto number = parse_number<double>(text.substr(0, text.size() - name.size()));
             return number ? std::optional{*number * factor} : std::nullopt;
         }
     }
-    return whole_number<double>(text);
+    return parse_number<double>(text);
 }
 
 [[nodiscard]] std::string read_at(const yaml_value& value, const std::string& path) {
@@ -145,7 +145,7 @@ std::string yaml_value::text() const {
 }
 
 std::int64_t yaml_value::integer(std::int64_t lowest, std::int64_t highest) const {
-    const auto number = whole_number<std::int64_t>(text());
+    const auto number = parse_number<std::int64_t>(text());
     if (!number || *number < lowest || *number > highest) {
         fail(
             "expected a whole number from " + std::to_string(lowest) + " to " +

@@ -2,6 +2,8 @@
 // A value in a YAML file and where it stands, so that every error names the line and the place; and
 // values of settings: a text, or where it comes from.
 
+#include <yaml-cpp/yaml.h>
+
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -10,8 +12,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <yaml-cpp/yaml.h>
 
 namespace tarvik::monitoring_modules::probe {
 

@@ -1,6 +1,6 @@
 #include "probe/child_process.hpp"
 
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
 #include <sys/prctl.h>
 #include <sys/wait.h>
 

@@ -1,8 +1,8 @@
 #pragma once
 // A program that this one started, and that ends with it.
 
-#include "probe/file_descriptor.hpp"
-#include "probe/interruption.hpp"
+#include "host/file_descriptor.hpp"
+#include "terminal/interruption.hpp"
 #include <sys/types.h>
 
 #include <chrono>

@@ -1,32 +1,46 @@
 #pragma once
-// The commands of the program. Each returns how the program ends; all throw probe_error.
+// The commands of the program, and the loaded module that they work with. Each command returns how
+// the program ends; all throw probe_error.
 
-#include "probe/cli_options.hpp"
-#include "probe/console.hpp"
-#include "probe/interruption.hpp"
-#include "probe/output.hpp"
-#include "probe/probe_error.hpp"
-#include "probe/session.hpp"
+#include "host/kept_state.hpp"
+#include "host/module_document.hpp"
+#include "host/monitoring_module.hpp"
+#include "probe/command_line.hpp"
+#include "probe/log_collector.hpp"
+#include "terminal/command_context.hpp"
 
 #include <cstdint>
 #include <functional>
+#include <list>
 #include <string>
 
 namespace tarvik::monitoring_modules::probe {
 
-/// What all commands work with; everything outlives the command.
-struct command_context {
-    console& terminal;
-    interruption& interrupt;
-    const output& out;
-    std::string module;   ///< chosen path; may be empty
-    std::string language; ///< as on the command line
+/// A loaded, logging and initialised module with its sensors; taken down in the opposite order.
+struct loaded_module {
+    /// Warns when the module gives no usable document, and works on without one.
+    /// @param language of the document, as on the command line
+    /// @throws probe_error when the module cannot be loaded, and (usage) for an unknown language
+    /// @see find_module, log_collector
+    loaded_module(
+        const std::string& chosen_module,
+        const std::string& language,
+        console& terminal,
+        std::int32_t shown_severity
+    );
+
+    module_library library;
+    log_collector log;
+    kept_state store;
+    monitoring_module module;
+    module_document document;
+    std::list<sensor_owner> sensors; ///< numbered from 1; while they live, they share connections
 };
 
 /// A command that works with the module, ready to run: what it needs from files has been read.
 struct module_step {
     std::int32_t shown_severity = -1; ///< log lines up to it go to the terminal at once; -1: none
-    std::function<exit_code(const command_context&, session&)> run;
+    std::function<exit_code(const command_context&, loaded_module&)> run;
 };
 
 [[nodiscard]] module_step prepare(const scan_options& options, console& terminal);
@@ -38,16 +52,5 @@ struct module_step {
 [[nodiscard]] exit_code run_alone(const command_context& context, const module_step& step);
 
 [[nodiscard]] exit_code run_demo(const command_context& context, const demo_options& options);
-
-/// These two work without the module; they stand in address_space/.
-[[nodiscard]] exit_code run_browse(const command_context& context, const browse_options& options);
-[[nodiscard]] exit_code
-run_endpoints(const command_context& context, const endpoints_options& options);
-
-/// @return "waiting for 192.0.2.7:4840"
-[[nodiscard]] std::string waiting_for(const connection_arguments& connection);
-
-/// @return "192.0.2.7:4840"; not yet sanitised
-[[nodiscard]] std::string address_of(const connection_arguments& connection);
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,14 +1,11 @@
+#include "host/document_json.hpp"
 #include "probe/commands.hpp"
-#include "probe/document_translation.hpp"
 #include "probe/info_text.hpp"
-#include "probe/loose_json.hpp"
-#include "probe/nearest_names.hpp"
+#include "text/nearest_names.hpp"
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
-
-using nlohmann::ordered_json;
 
 [[nodiscard]] const sensor_description&
 find_sensor(const module_document& document, const std::string& kind) {
@@ -24,42 +21,14 @@ find_sensor(const module_document& document, const std::string& kind) {
         "info " + kind + ": there is no such sensor" + did_you_mean(nearest_names(kind, kinds))};
 }
 
-/// @return the members of an object that have these names
-[[nodiscard]] ordered_json
-select(const ordered_json& object, const std::vector<std::string>& names) {
-    ordered_json selected = ordered_json::object();
-    for (const std::string& name : names) {
-        if (const ordered_json& found = member(object, name); !found.is_null()) {
-            selected[name] = found;
-        }
-    }
-    return selected;
-}
-
-/// @return what of the document belongs to one sensor
-[[nodiscard]] ordered_json part_of(const ordered_json& document, const sensor_description& sensor) {
-    ordered_json sections = select(member(document, "Sections"), sensor.sections);
-    ordered_json groups = ordered_json::object();
-    for (const auto& [name, section] : sections.items()) {
-        groups.update(select(member(document, "Groups"), texts_of(member(section, "Groups"))));
-    }
-    return {
-        {"Sensors", select(member(document, "Sensors"), {sensor.kind})},
-        {"Checks", select(member(document, "Checks"), sensor.required_checks)},
-        {"Sections", std::move(sections)},
-        {"Groups", std::move(groups)}};
-}
-
 [[nodiscard]] exit_code
-run(const command_context& context, session& loaded, const info_options& options) {
+run(const command_context& context, loaded_module& loaded, const info_options& options) {
     const std::string message = loaded.module.information(true);
     const module_document document{message, context.language};
     const sensor_description* const sensor =
         options.kind.empty() ? nullptr : &find_sensor(document, options.kind);
     if (options.format == output_format::json) {
-        const ordered_json whole = translate_document(message, context.language).document;
-        const ordered_json shown = sensor == nullptr ? whole : part_of(whole, *sensor);
-        context.out.write(shown.dump(-1, ' ', true) + "\n");
+        context.out.write(document_json(message, context.language, sensor));
         return exit_code::ok;
     }
     const page on{context.out.columns(), context.out.colours()};
@@ -72,7 +41,7 @@ run(const command_context& context, session& loaded, const info_options& options
 } // namespace
 
 module_step prepare(const info_options& options, console&) {
-    return {severity_warning, [options](const command_context& context, session& loaded) {
+    return {severity_warning, [options](const command_context& context, loaded_module& loaded) {
                 return run(context, loaded, options);
             }};
 }

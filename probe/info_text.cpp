@@ -1,9 +1,13 @@
 #include "probe/info_text.hpp"
 
-#include "probe/setting_fold.hpp"
-#include "probe/state_cell.hpp"
-#include "probe/table.hpp"
-#include "probe/terminal_text.hpp"
+#include "probe/scan_table.hpp"
+#include "terminal/table.hpp"
+#include "text/terminal_text.hpp"
+#include "text/words.hpp"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -11,15 +15,6 @@ namespace {
 
 constexpr std::size_t step = 2; // of indentation
 constexpr std::size_t name_columns = 60;
-
-[[nodiscard]] std::string
-joined(const std::vector<std::string>& texts, const std::string& separator) {
-    std::string list;
-    for (const std::string& text : texts) {
-        list += (list.empty() ? "" : separator) + text;
-    }
-    return list;
-}
 
 /// @return "Port (port)", or the name alone when there is nothing else
 [[nodiscard]] std::string named(const std::string& display, const std::string& name) {
@@ -35,8 +30,8 @@ joined(const std::vector<std::string>& texts, const std::string& separator) {
 }
 
 /// @return "whole number from 1 to 65535, default 4840, required"
-[[nodiscard]] std::string facts(const folded_setting& folded) {
-    const module_setting& setting = folded.setting;
+[[nodiscard]] std::string facts(const numbered_setting& shown) {
+    const module_setting& setting = shown.setting;
     std::string text = allowed_text(setting.values);
     if (!setting.preset.empty()) {
         text += ", default " + setting.preset;
@@ -47,16 +42,16 @@ joined(const std::vector<std::string>& texts, const std::string& separator) {
     if (!setting.depends_on.empty()) {
         text += ", shown when " + setting.depends_on + " is " + joined(setting.condition, " or ");
     }
-    if (!folded.numbers.empty()) {
-        text += "; N: " + folded.numbers;
+    if (!shown.numbers.empty()) {
+        text += "; N: " + shown.numbers;
     }
     return text;
 }
 
-[[nodiscard]] std::string setting_text(const folded_setting& folded, const page& on) {
-    const module_setting& setting = folded.setting;
+[[nodiscard]] std::string setting_text(const numbered_setting& shown, const page& on) {
+    const module_setting& setting = shown.setting;
     std::string text = title(named(setting.display, setting.key), step, on) +
-                       paragraph(facts(folded), 2 * step, on);
+                       paragraph(facts(shown), 2 * step, on);
     if (const auto* selection = std::get_if<selection_values>(&setting.values)) {
         for (const selection_option& option : selection->options) {
             text += paragraph("- " + option.value + ": " + option.display, 2 * step, on);
@@ -68,8 +63,8 @@ joined(const std::vector<std::string>& texts, const std::string& separator) {
 [[nodiscard]] std::string section_text(const settings_section& section, const page& on) {
     std::string text = heading("Settings: " + named(section.display, section.name), on);
     for (const settings_group& group : section.groups) {
-        for (const folded_setting& folded : fold(group.settings)) {
-            text += setting_text(folded, on);
+        for (const numbered_setting& shown : with_numbers_joined(group.settings)) {
+            text += setting_text(shown, on);
         }
     }
     return text;
@@ -116,6 +111,85 @@ sensor_text(const sensor_description& sensor, std::size_t indent, const page& on
     return heading("Lookups", on) + lines.render(on.colours);
 }
 
+constexpr std::string_view digits = "0123456789";
+constexpr const char* placeholder = "N";
+
+/// @return the first number in the text, empty without one
+[[nodiscard]] std::string number_in(const std::string& text) {
+    const std::size_t start = std::min(text.find_first_of(digits), text.size());
+    const std::size_t end = std::min(text.find_first_not_of(digits, start), text.size());
+    return text.substr(start, end - start);
+}
+
+/// @return the text with "N" wherever the number stands by itself
+[[nodiscard]] std::string generalised(const std::string& text, const std::string& number) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::string found = number_in(text.substr(i));
+        const std::size_t start = found.empty() ? text.size() : text.find_first_of(digits, i);
+        result += text.substr(i, start - i);
+        result += found == number ? placeholder : found;
+        i = start + found.size();
+    }
+    return result;
+}
+
+/// Settings that are alike so far, and what they have in common.
+struct family {
+    std::vector<std::string> numbers;
+    std::vector<const module_setting*> members;
+    module_setting common;
+};
+
+constexpr auto texts = {
+    &module_setting::key,
+    &module_setting::name,
+    &module_setting::display,
+    &module_setting::help,
+    &module_setting::preset,
+    &module_setting::depends_on};
+
+/// @return the text of both, or with "N" in it; nothing when they differ otherwise
+[[nodiscard]] std::optional<std::string> common_text(
+    std::string module_setting::*text,
+    const std::pair<const module_setting&, const std::string&>& left,
+    const std::pair<const module_setting&, const std::string&>& right
+) {
+    if (left.first.*text == right.first.*text) {
+        return left.first.*text;
+    }
+    std::string general = generalised(left.first.*text, left.second);
+    return general == generalised(right.first.*text, right.second)
+               ? std::optional{std::move(general)}
+               : std::nullopt;
+}
+
+/// @return whether the setting is alike and has been taken in
+[[nodiscard]] bool take_in(family& to, const module_setting& setting, const std::string& number) {
+    const module_setting& first = *to.members.front();
+    if (number.empty() || to.numbers.front().empty() || first.values != setting.values ||
+        first.required != setting.required || first.condition != setting.condition) {
+        return false;
+    }
+    module_setting common = first;
+    for (std::string module_setting::*text : texts) {
+        auto shared = common_text(text, {first, to.numbers.front()}, {setting, number});
+        // What is common to all so far has to stay so.
+        if (!shared || (to.members.size() > 1 && *shared != to.common.*text)) {
+            return false;
+        }
+        common.*text = std::move(*shared);
+    }
+    to.common = std::move(common);
+    to.members.push_back(&setting);
+    to.numbers.push_back(number);
+    return true;
+}
+
+[[nodiscard]] std::string range_text(const std::vector<std::string>& numbers) {
+    return numbers.front() + (numbers.size() == 2 ? " and " : " to ") + numbers.back();
+}
+
 } // namespace
 
 std::string info_text(const module_document& document, const page& on) {
@@ -146,6 +220,25 @@ info_text(const module_document& document, const sensor_description& sensor, con
     }
     text.erase(text.find_last_not_of('\n') + 2);
     return text;
+}
+
+std::vector<numbered_setting> with_numbers_joined(const std::vector<module_setting>& settings) {
+    std::vector<family> families;
+    for (const module_setting& setting : settings) {
+        const std::string number = number_in(setting.name);
+        const bool taken = std::ranges::any_of(families, [&](family& each) {
+            return take_in(each, setting, number);
+        });
+        if (!taken) {
+            families.push_back({{number}, {&setting}, setting});
+        }
+    }
+    std::vector<numbered_setting> shown;
+    for (family& each : families) {
+        const bool several = each.members.size() > 1;
+        shown.push_back({std::move(each.common), several ? range_text(each.numbers) : ""});
+    }
+    return shown;
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,10 +1,12 @@
 #pragma once
-// What the module offers, as a person likes to read it.
+// What the module offers as running text, with settings that differ in a number only shown once.
 
-#include "probe/module_document.hpp"
-#include "probe/paragraph.hpp"
+#include "host/module_document.hpp"
+#include "host/setting_description.hpp"
+#include "terminal/paragraph.hpp"
 
 #include <string>
+#include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -14,5 +16,15 @@ namespace tarvik::monitoring_modules::probe {
 /// @return one sensor with its settings; safe for a terminal
 [[nodiscard]] std::string
 info_text(const module_document& document, const sensor_description& sensor, const page& on);
+
+struct numbered_setting {
+    module_setting setting; ///< with "N" in place of the number, if it stands for several
+    std::string numbers;    ///< "2 to 10"; empty: it stands for itself
+};
+
+/// @param settings of one group
+/// @return them in their order, each such family where its first setting stands
+[[nodiscard]] std::vector<numbered_setting>
+with_numbers_joined(const std::vector<module_setting>& settings);
 
 } // namespace tarvik::monitoring_modules::probe

@@ -25,12 +25,8 @@ struct command_runner {
     exit_code operator()(const endpoints_options& options) const {
         return run_endpoints(context, options);
     }
-    exit_code operator()(const serve_options& options) const {
-        return run_exporter(
-            {context.module, options.config, options.check_only, options.log_level},
-            context.terminal,
-            context.interrupt
-        );
+    exit_code operator()(const exporter_options& options) const {
+        return run_exporter(context.module, options, context.terminal, context.interrupt);
     }
     template <typename Options>
     exit_code operator()(const Options& options) const {

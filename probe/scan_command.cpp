@@ -1,6 +1,6 @@
-#include "probe/channel_memory.hpp"
+#include "host/channel_memory.hpp"
+#include "host/message_json.hpp"
 #include "probe/commands.hpp"
-#include "probe/message_json.hpp"
 #include "probe/scan_table.hpp"
 #include "probe/sensor_run.hpp"
 
@@ -37,19 +37,19 @@ class scan_display final {
     /// @return the worst state that was shown
     exit_code show(const sensor_answer& answer) {
         exit_code worst = exit_code::ok;
-        for (const delivered_result& delivered : answer.results) {
-            show(delivered.text, delivered.result);
-            worst = worse(worst, code_of(delivered.result.state));
+        for (const scan_result& result : answer.results) {
+            show(result);
+            worst = worse(worst, code_of(result.state));
         }
         return worst;
     }
 
   private:
-    void show(const std::string& text, const scan_result& result) {
+    void show(const scan_result& result) {
         ++scan_;
         const std::vector<channel_view> channels = memory_.take(result, clock::now());
         if (options_.format == output_format::json) {
-            context_.out.write(scan_json(text, channels, scan_));
+            context_.out.write(scan_json(result, channels, scan_));
             return;
         }
         context_.out.write(
@@ -100,7 +100,7 @@ class scan_display final {
 
 [[nodiscard]] exit_code
 run(const command_context& context,
-    session& loaded,
+    loaded_module& loaded,
     const scan_options& options,
     const settings_draft& draft) {
     sensor_run sensor{context.terminal, loaded, options, draft};
@@ -118,10 +118,9 @@ run(const command_context& context,
 module_step prepare(const scan_options& options, console& terminal) {
     return {
         shown_severity(options.log),
-        [options,
-         draft = sensor_draft(options, terminal)](const command_context& context, session& loaded) {
-            return run(context, loaded, options, draft);
-        }};
+        [options, draft = sensor_draft(options, terminal)](
+            const command_context& context, loaded_module& loaded
+        ) { return run(context, loaded, options, draft); }};
 }
 
 } // namespace tarvik::monitoring_modules::probe

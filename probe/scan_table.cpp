@@ -1,8 +1,7 @@
 #include "probe/scan_table.hpp"
 
-#include "probe/state_cell.hpp"
-#include "probe/table.hpp"
-#include "probe/terminal_text.hpp"
+#include "terminal/table.hpp"
+#include "text/terminal_text.hpp"
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -11,7 +10,7 @@ namespace {
 // Columns that texts from outside may take.
 constexpr std::size_t title_columns = 120;
 constexpr std::size_t message_columns = 400;
-constexpr std::size_t name_columns = 40;
+constexpr std::size_t channel_columns = 40;
 constexpr std::size_t value_columns = 32;
 constexpr std::size_t unit_columns = 16;
 
@@ -53,7 +52,7 @@ std::string render_scan(
     for (const channel_view& channel : channels) {
         lines.add_row(
             {{std::to_string(channel.id), colour::dim},
-             {fit(channel.name, name_columns)},
+             {fit(channel.name, channel_columns)},
              {fit(channel.value.number, value_columns), colour::bold},
              {fit(channel.value.unit, unit_columns)},
              state_cell(channel.state),

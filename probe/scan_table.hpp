@@ -1,8 +1,10 @@
 #pragma once
-// One scan as a person likes to read it.
+// One scan as a table, and how the state of a value is shown anywhere.
 
-#include "probe/channel_memory.hpp"
-#include "probe/message.hpp"
+#include "host/channel_memory.hpp"
+#include "host/message.hpp"
+#include "host/module_document.hpp"
+#include "terminal/table.hpp"
 
 #include <string>
 #include <string_view>
@@ -19,5 +21,20 @@ namespace tarvik::monitoring_modules::probe {
     const std::vector<channel_view>& channels,
     bool colours
 );
+
+/// @return "ok", "warning" or "error" in its colour; empty without a state
+[[nodiscard]] inline cell state_cell(channel_state state) {
+    switch (state) {
+    case channel_state::none:
+        break;
+    case channel_state::ok:
+        return {"ok", colour::green};
+    case channel_state::warning:
+        return {"warning", colour::yellow};
+    case channel_state::error:
+        return {"error", colour::red};
+    }
+    return {};
+}
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,18 +1,18 @@
 #include "probe/sensor_run.hpp"
 
+#include "host/connection_arguments.hpp"
+#include "host/settings_record.hpp"
 #include "probe/commands.hpp"
-#include "probe/message_translation.hpp"
-#include "probe/secrets.hpp"
-#include "probe/settings_record.hpp"
-#include "probe/wait_notice.hpp"
+#include "terminal/console.hpp"
 
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 settings_draft sensor_draft(const scan_options& options, console& terminal) {
-    settings values =
-        connection_settings(options.connection, read_secrets(options.connection, terminal));
+    settings values = connection_settings(
+        options.connection, read_secrets(options.connection, terminal.writer())
+    );
     if (options.log.logging) {
         values.emplace("logging", "enabled");
     }
@@ -25,20 +25,26 @@ std::int32_t shown_severity(const log_arguments& log) {
 }
 
 sensor_run::sensor_run(
-    console& terminal, session& loaded, const scan_options& options, const settings_draft& draft
+    console& terminal,
+    loaded_module& loaded,
+    const scan_options& options,
+    const settings_draft& draft
 )
     : terminal_{terminal},
-      session_{loaded},
+      loaded_{loaded},
       options_{options},
       id_{static_cast<std::int32_t>(loaded.sensors.size() + 1)},
       record_{complete_record(
-          options.kind, draft, settings_form::of_sensor(loaded.document, options.kind), terminal
+          options.kind,
+          draft,
+          settings_form::of_sensor(loaded.document, options.kind),
+          terminal.writer()
       )} {}
 
 void sensor_run::prepare() const {
     if (takes_generated_key_pair(record_)) {
         const wait_notice notice{terminal_, "generating the client's key pair"};
-        session_.module.prepare();
+        loaded_.module.prepare();
     }
 }
 
@@ -46,10 +52,10 @@ sensor_answer sensor_run::create() {
     call_result created;
     {
         const wait_notice notice{terminal_, waiting_for(options_.connection)};
-        created = session_.module.create_sensor(id_, record_);
+        created = loaded_.module.create_sensor(id_, record_);
     }
     if (created.status == OPCUA_MODULE_DONE) {
-        sensor_ = &session_.sensors.emplace_back(session_.module, id_);
+        sensor_ = &loaded_.sensors.emplace_back(loaded_.module, id_);
     }
     return read(created);
 }
@@ -80,16 +86,7 @@ void sensor_run::require_result(const sensor_answer& answer) {
 }
 
 sensor_answer sensor_run::read(const call_result& call) const {
-    sensor_answer answer{call.status, {}};
-    for (const std::string& sent : call.messages) {
-        std::string text = with_translations(sent, session_.document.texts());
-        any_message parsed = parse_message(text);
-        auto* const result = std::get_if<scan_result>(&parsed);
-        if (result != nullptr && result->sensor_id == id_) {
-            answer.results.push_back({std::move(text), std::move(*result)});
-        }
-    }
-    return answer;
+    return {call.status, messages_about<scan_result>(id_, call.messages, loaded_.document.texts())};
 }
 
 } // namespace tarvik::monitoring_modules::probe

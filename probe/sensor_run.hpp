@@ -1,11 +1,11 @@
 #pragma once
-// One sensor from its settings to its results, whatever becomes of them.
+// One sensor from its settings to its results.
 
-#include "probe/cli_options.hpp"
-#include "probe/console.hpp"
-#include "probe/message.hpp"
-#include "probe/session.hpp"
-#include "probe/settings_form.hpp"
+#include "host/message.hpp"
+#include "host/settings_form.hpp"
+#include "probe/command_line.hpp"
+#include "probe/commands.hpp"
+#include "terminal/console.hpp"
 
 #include <cstdint>
 #include <string>
@@ -13,15 +13,10 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-struct delivered_result {
-    std::string text; ///< the message, with its translations
-    scan_result result;
-};
-
 /// What one call delivered for the sensor.
 struct sensor_answer {
     std::uint32_t status = OPCUA_MODULE_DONE;
-    std::vector<delivered_result> results;
+    std::vector<scan_result> results;
 };
 
 /// Settings as the options say them; reads the files of secrets.
@@ -33,11 +28,14 @@ struct sensor_answer {
 
 class sensor_run final {
   public:
-    /// The sensor gets the next free number of the session.
+    /// The sensor gets the next free number of the module.
     /// @param loaded must outlive this object, as options must
     /// @throws probe_error (usage) when the settings do not fit the sensor
     sensor_run(
-        console& terminal, session& loaded, const scan_options& options, const settings_draft& draft
+        console& terminal,
+        loaded_module& loaded,
+        const scan_options& options,
+        const settings_draft& draft
     );
 
     /// Has the module get ready what its client will need, which may take some seconds; nothing for
@@ -59,11 +57,11 @@ class sensor_run final {
     [[nodiscard]] sensor_answer read(const call_result& call) const;
 
     console& terminal_;
-    session& session_;
+    loaded_module& loaded_;
     const scan_options& options_;
     const std::int32_t id_;
     const std::string record_;
-    sensor_owner* sensor_ = nullptr; // belongs to the session
+    sensor_owner* sensor_ = nullptr; // belongs to the module
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -8,14 +8,27 @@
 // list the nodes. The nodes of the server's own diagnostics and state (simulator/server_status.cpp)
 // may be named as well wherever a node id is asked for.
 
+#include "simulator/address_space.hpp"
+#include "simulator/certificate_maker.hpp"
 #include "simulator/plant_error.hpp"
+#include "simulator/plant_node.hpp"
 #include "simulator/plant_options.hpp"
 #include "simulator/plant_values.hpp"
+#include "simulator/port_reservation.hpp"
+#include "simulator/server_loop.hpp"
+#include "simulator/server_status.hpp"
+#include "simulator/session_list.hpp"
+#include "simulator/stack_logger.hpp"
 #include "simulator/stack_owners.hpp"
 
+#include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,7 +43,7 @@ class plant_server final {
     /// Makes the plant with its first values; no socket is opened yet.
     /// @throws plant_error when a certificate cannot be made.
     explicit plant_server(plant_options options = {});
-    ~plant_server();
+    ~plant_server() { stop(); }
     plant_server(const plant_server&) = delete;
     plant_server& operator=(const plant_server&) = delete;
 
@@ -52,7 +65,7 @@ class plant_server final {
 
     /// "opc.tcp://127.0.0.1:PORT/". Port 0 until the first start.
     [[nodiscard]] std::string endpoint_url() const;
-    [[nodiscard]] std::uint16_t port() const;
+    [[nodiscard]] std::uint16_t port() const { return port_; }
 
     /// Ends every session from the server's side; the TCP connections and secure channels stay. No
     /// effect while stopped.
@@ -60,10 +73,10 @@ class plant_server final {
     /// All sessions, those included whose login was refused or never came. Not from callbacks.
     [[nodiscard]] std::size_t session_count() const;
     /// Read service requests received since construction, whatever their number of nodes.
-    [[nodiscard]] std::uint64_t read_request_count() const;
+    [[nodiscard]] std::uint64_t read_request_count() const { return logger_.read_requests(); }
     /// Values of plant nodes (not of the server's own nodes) that clients have read since
     /// construction.
-    [[nodiscard]] std::uint64_t value_read_count() const;
+    [[nodiscard]] std::uint64_t value_read_count() const { return value_reads_; }
 
     /// Sets the value; the declared DataType of the node stays, so a value of another type is what
     /// a faulty server sends.
@@ -101,7 +114,7 @@ class plant_server final {
 
     /// EnabledFlag (ns=0;i=2294). Switched off, the counters are not readable: BadNodeIdUnknown.
     /// Nodes that set_value() has set keep their values either way.
-    void set_diagnostics(bool enabled);
+    void set_diagnostics(bool enabled) { state_.diagnostics = enabled; }
 
     /// All changing values move one step on; the same number of steps always gives the same values
     /// (clocks aside).
@@ -118,11 +131,47 @@ class plant_server final {
     [[nodiscard]] std::vector<node_info> nodes() const;
 
     /// The server's certificate, DER; empty if it needs none.
-    [[nodiscard]] std::vector<std::uint8_t> certificate() const;
+    [[nodiscard]] const std::vector<std::uint8_t>& certificate() const {
+        return identity_.certificate;
+    }
 
   private:
-    class implementation;
-    std::unique_ptr<implementation> implementation_;
+    void set_text(
+        std::string_view id,
+        std::string_view text,
+        void (plant_node::*keep)(std::string_view),
+        void (address_space::*show)(const UA_NodeId&, std::string_view)
+    );
+    [[nodiscard]] reading read(const plant_node& node) const;
+    void advance_once();
+    /// @throws plant_error for a node that is unknown or removed
+    [[nodiscard]] plant_node& find(std::string_view id) const;
+    void fill(UA_Server& server);
+    void advance_when_due();
+
+    const plant_options options_;
+    const server_identity identity_;
+    stack_logger logger_;
+    session_list sessions_;
+    std::atomic<std::uint64_t> value_reads_{0};
+    server_state state_;
+    std::atomic<std::uint16_t> port_;
+
+    // The containers stay as they are after construction; the nodes have their own locks.
+    std::vector<const char*> namespaces_;
+    std::deque<plant_node> plant_;
+    std::deque<plant_node> status_;
+    std::map<std::string, plant_node*, std::less<>> by_id_;
+
+    std::mutex step_mutex_;
+    std::uint64_t step_ = 0;                          // guarded by step_mutex_
+    std::chrono::steady_clock::time_point next_step_; // the loop's thread only
+
+    // Never taken in the loop's thread, so that stop() may wait for that thread while holding it.
+    mutable std::mutex server_mutex_;
+    std::optional<port_reservation>
+        reserved_port_;                       // guarded by server_mutex_; from the first start on
+    mutable std::optional<server_loop> loop_; // guarded by server_mutex_
 };
 
 } // namespace tarvik::simulator

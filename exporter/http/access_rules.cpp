@@ -1,7 +1,10 @@
 #include "exporter/http/access_rules.hpp"
 
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
+#include "text/words.hpp"
 #include <arpa/inet.h>
+#include <gnutls/crypto.h>
+#include <gnutls/gnutls.h>
 
 #include <algorithm>
 #include <array>
@@ -9,9 +12,6 @@
 #include <new>
 #include <string_view>
 #include <utility>
-
-#include <gnutls/crypto.h>
-#include <gnutls/gnutls.h>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -107,15 +107,15 @@ struct named_host {
 
 [[nodiscard]] bool has_body(const http_request& request) {
     return std::ranges::any_of(request.headers, [](const auto& header) {
-        return equal_ignoring_case(header.first, "Transfer-Encoding") ||
-               (equal_ignoring_case(header.first, "Content-Length") && header.second != "0");
+        return same_in_any_case(header.first, "Transfer-Encoding") ||
+               (same_in_any_case(header.first, "Content-Length") && header.second != "0");
     });
 }
 
 /// @return the header; nothing unless it is there exactly once
 [[nodiscard]] std::optional<std::string> only(const http_request& request, std::string_view name) {
     const auto count = std::ranges::count_if(request.headers, [name](const auto& header) {
-        return equal_ignoring_case(header.first, name);
+        return same_in_any_case(header.first, name);
     });
     return count == 1 ? request.header(name) : std::nullopt;
 }
@@ -127,7 +127,7 @@ struct named_host {
     const std::size_t start = origin.find("://");
     const bool own_origin =
         origin.empty() || (start != std::string::npos &&
-                           equal_ignoring_case(std::string_view{origin}.substr(start + 3), host));
+                           same_in_any_case(std::string_view{origin}.substr(start + 3), host));
     const std::string site = request.header("Sec-Fetch-Site").value_or("none");
     if (own_origin && (site == "none" || site == "same-origin")) {
         return false;
@@ -169,7 +169,7 @@ bool host_rule::allows(std::string_view host) const {
         return !ip_ || ip == ip_;
     }
     return std::ranges::any_of(names_, [&called](const std::string& name) {
-        return equal_ignoring_case(name, called->name);
+        return same_in_any_case(name, called->name);
     });
 }
 
@@ -204,7 +204,7 @@ bool access_rules::knows_password(const http_request& request) const {
     }
     const std::string given = only(request, "Authorization").value_or("");
     return given.size() > scheme.size() &&
-           equal_ignoring_case(std::string_view{given}.substr(0, scheme.size()), scheme) &&
+           same_in_any_case(std::string_view{given}.substr(0, scheme.size()), scheme) &&
            equal_in_constant_time(std::string_view{given}.substr(scheme.size()), credentials_);
 }
 

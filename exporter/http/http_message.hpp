@@ -1,7 +1,7 @@
 #pragma once
 // What a client asks and what it gets.
 
-#include "exporter/http/ascii.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <functional>
@@ -27,7 +27,7 @@ struct http_request {
     /// @return the first one of this name
     [[nodiscard]] std::optional<std::string> header(std::string_view name) const {
         const auto found = std::ranges::find_if(headers, [name](const auto& each) {
-            return equal_ignoring_case(each.first, name);
+            return same_in_any_case(each.first, name);
         });
         return found == headers.end() ? std::nullopt : std::optional{found->second};
     }

@@ -1,6 +1,10 @@
 #include "exporter/http/http_response.hpp"
 
 #include "exporter/http/http_message.hpp"
+#include "text/number.hpp"
+#include "text/words.hpp"
+
+#include <zlib.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -8,15 +12,13 @@
 #include <new>
 #include <utility>
 
-#include <zlib.h>
-
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
 void put(http_headers& headers, const std::string& name, const std::string& value) {
     std::erase_if(headers, [&name](const auto& each) {
-        return equal_ignoring_case(each.first, name);
+        return same_in_any_case(each.first, name);
     });
     headers.emplace_back(name, value);
 }
@@ -33,11 +35,11 @@ constexpr std::size_t smallest_body = 1024;
     std::string_view part = text.substr(0, text.find(separator));
     text.remove_prefix(std::min(part.size() + 1, text.size()));
     part.remove_prefix(std::min(part.find_first_not_of(" \t"), part.size()));
-    return ascii_lower(part.substr(0, part.find_last_not_of(" \t") + 1));
+    return lower_case(part.substr(0, part.find_last_not_of(" \t") + 1));
 }
 
 [[nodiscard]] double read_weight(const std::string& text) {
-    const double weight = whole_number<double>(text).value_or(0);
+    const double weight = parse_number<double>(text).value_or(0);
     return weight >= 0 && weight <= 1 ? weight : 0;
 }
 
@@ -130,8 +132,7 @@ MHD_Result collect(
 
 } // namespace
 
-http_request
-read_request(MHD_Connection* connection, const char* path, const char* method) {
+http_request read_request(MHD_Connection* connection, const char* path, const char* method) {
     const http_headers parameters = values_of(connection, MHD_GET_ARGUMENT_KIND);
     return {
         method,

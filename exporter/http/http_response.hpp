@@ -4,12 +4,12 @@
 #include "exporter/http/http_message.hpp"
 #include "exporter/http/listening.hpp"
 
+#include <microhttpd.h>
+
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <microhttpd.h>
 
 namespace tarvik::monitoring_modules::probe {
 

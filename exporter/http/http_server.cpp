@@ -5,14 +5,14 @@
 #include "exporter/http/handler_threads.hpp"
 #include "exporter/http/http_response.hpp"
 #include "exporter/http/listening.hpp"
-#include "probe/probe_error.hpp"
+#include "host/probe_error.hpp"
+
+#include <microhttpd.h>
 
 #include <algorithm>
 #include <exception>
 #include <thread>
 #include <utility>
-
-#include <microhttpd.h>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -194,8 +194,7 @@ class http_server::parts final {
     }
 
     /// The whole request is there, or its answer.
-    MHD_Result
-    go_on(MHD_Connection* connection, client_list::client& client, exchange& current) {
+    MHD_Result go_on(MHD_Connection* connection, client_list::client& client, exchange& current) {
         if (current.answer) {
             clients_.enter(client, client_list::phase::sending);
             if (stopping_) {

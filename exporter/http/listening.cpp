@@ -1,7 +1,9 @@
 #include "exporter/http/listening.hpp"
 
-#include "probe/probe_error.hpp"
-#include "probe/secret_file.hpp"
+#include "host/probe_error.hpp"
+#include "host/secret_file.hpp"
+#include <gnutls/abstract.h>
+#include <gnutls/gnutls.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -13,9 +15,6 @@
 #include <memory>
 #include <new>
 #include <system_error>
-
-#include <gnutls/abstract.h>
-#include <gnutls/gnutls.h>
 
 namespace tarvik::monitoring_modules::probe {
 

@@ -2,7 +2,7 @@
 // What a server needs before the first client: the socket, and certificate and key.
 
 #include "exporter/http/http_server.hpp"
-#include "probe/file_descriptor.hpp"
+#include "host/file_descriptor.hpp"
 
 #include <cstdint>
 #include <string>

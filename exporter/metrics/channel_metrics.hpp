@@ -3,8 +3,8 @@
 
 #include "exporter/metrics/exposition.hpp"
 #include "exporter/metrics/metric_name.hpp"
-#include "probe/message.hpp"
-#include "probe/module_document.hpp"
+#include "host/message.hpp"
+#include "host/module_document.hpp"
 
 #include <cstdint>
 #include <map>

@@ -1,7 +1,7 @@
 #include "exporter/metrics/exposition.hpp"
 
 #include "exporter/http/http_response.hpp"
-#include "probe/terminal_text.hpp"
+#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <array>

@@ -17,7 +17,7 @@
 //   beside it as "..._code", for states that have no text.
 
 #include "exporter/metrics/exposition.hpp"
-#include "probe/message.hpp"
+#include "host/message.hpp"
 
 #include <string>
 #include <string_view>

@@ -5,6 +5,7 @@
 #include "opcua/client/client_cache.hpp"
 #include "opcua/nodes/node_failure.hpp"
 #include "opcua/nodes/nodes_open62541.hpp"
+#include "zunohelper/host_events.hpp"
 
 #include <algorithm>
 #include <exception>
@@ -54,9 +55,9 @@ void opcua_notification::send_notification(const request& what) {
     try {
         write(what);
     } catch (const std::exception& error) {
-        liblog::write(
-            &log_, severity::error, "Exception in send_notification: ", libexception::text_of(error)
-        );
+        const std::string reason{libexception::text_of(error)};
+        liblog::write(&log_, severity::error, "Exception in send_notification: ", reason);
+        libzunohelper::report_event(ZUNO_EVENT_NOTIFICATION_FAILED, reason);
         throw;
     }
     liblog::write(&log_, severity::debug, "### End   send_notification ###");

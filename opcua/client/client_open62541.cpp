@@ -7,6 +7,7 @@
 #include "opcua/client/read_request.hpp"
 #include "opcua/nodes/node_failure.hpp"
 #include "opcua/status_text.hpp"
+#include "zunohelper/host_events.hpp"
 
 #include <chrono>
 #include <mutex>
@@ -107,6 +108,7 @@ class client_open62541::implementation {
                 &log_, severity::info, "Error on ", operation, ": ", error.message().text()
             );
             liblog::write(&log_, severity::info, "perform one retry");
+            libzunohelper::report_event(ZUNO_EVENT_RETRYING);
             attempt();
         }
     }

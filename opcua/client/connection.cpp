@@ -4,6 +4,7 @@
 #include "opcua/client/client_configuration.hpp"
 #include "opcua/client/endpoint_list.hpp"
 #include "opcua/status_text.hpp"
+#include "zunohelper/host_events.hpp"
 
 #include <algorithm>
 
@@ -60,6 +61,7 @@ UA_Client* connection::ensure() {
     }
     client_ = open_session(false);
     liblog::write(&log_, severity::info, "Session opened: ", url_);
+    libzunohelper::report_event(ZUNO_EVENT_SESSION_OPENED, url_);
     connected_at_ = clock::now();
     last_used_ = connected_at_;
     return client_->get();
@@ -75,6 +77,7 @@ std::unique_ptr<ua_client> connection::open_session(bool probing) {
     if (probing || settings_.user_auth_mode != user_auth_mode::anonymous) {
         client->close_refused_session();
     }
+    libzunohelper::report_event(ZUNO_EVENT_CONNECTING, url_);
     const UA_StatusCode status =
         client->connect(url_, time_out_of(settings_), ua_client::until::session_activated);
     if (status != UA_STATUSCODE_GOOD) {

@@ -2,6 +2,7 @@
 
 #include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/enum_number.hpp"
+#include "zunohelper/host_events.hpp"
 
 #include <algorithm>
 #include <array>
@@ -86,6 +87,15 @@ token_objection(const UA_UserTokenPolicy& token, const endpoint_requirements& re
     return {};
 }
 
+void reject(
+    const std::string& description, std::string_view objection, liblog::log_interface* log
+) {
+    liblog::write(log, severity::debug, "Rejecting ", description, objection);
+    libzunohelper::report_event(
+        ZUNO_EVENT_ENDPOINT_REJECTED, std::string{description}.append(objection)
+    );
+}
+
 /// The first identity token that fits, described; none when the endpoint accepts no user of ours.
 std::optional<std::string> find_matching_token(
     const UA_EndpointDescription& endpoint,
@@ -99,7 +109,7 @@ std::optional<std::string> find_matching_token(
         if (objection.empty()) {
             return description;
         }
-        liblog::write(log, severity::debug, "Rejecting ", description, objection);
+        reject(description, objection, log);
     }
     return std::nullopt;
 }
@@ -150,7 +160,7 @@ ua_endpoint_description find_matching_endpoint(
         const std::string description = describe(endpoint);
         const std::string_view objection = security_objection(endpoint, requirements);
         if (!objection.empty()) {
-            liblog::write(log, severity::debug, "Rejecting ", description, objection);
+            reject(description, objection, log);
             continue;
         }
         if (const auto token = find_matching_token(endpoint, requirements, log)) {

@@ -3,6 +3,7 @@
 #include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/status_text.hpp"
 #include "opcua/ua_value.hpp"
+#include "zunohelper/host_events.hpp"
 #include "zunohelper/host_store.hpp"
 
 #include <string.h>
@@ -66,6 +67,7 @@ constexpr const char* store_name = "client-key-pair";
 
 libzunohelper::secure_string make_key_pair(liblog::log_interface& log) {
     liblog::write(&log, liblog::severity::info, "Generating the client's key pair.");
+    libzunohelper::report_event(ZUNO_EVENT_MAKING_KEY_PAIR);
     const std::array subject{
         borrowed(generated_country),
         borrowed(generated_organization),

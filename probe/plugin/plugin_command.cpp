@@ -1,20 +1,18 @@
 #include "probe/plugin/plugin_command.hpp"
 
 #include "probe/commands.hpp"
-#include "probe/plugin/decimal.hpp"
 #include "probe/plugin/plugin_output.hpp"
+#include "probe/plugin/plugin_range.hpp"
 #include "probe/plugin/plugin_scan.hpp"
+#include "text/number.hpp"
 
 #include <signal.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <condition_variable>
 #include <exception>
-#include <memory>
-#include <mutex>
-#include <optional>
+#include <future>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -26,68 +24,41 @@ namespace {
 using clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds signal_interval{50}; // how soon a signal is seen
-constexpr std::chrono::seconds farewell{1};              // for closing the session
+constexpr std::chrono::seconds time_to_close{1};         // for the sessions
 
 [[nodiscard]] plugin_report unknown(const std::string& text) {
     return {plugin_state::unknown, render_unknown(text)};
 }
 
-/// Passes the report from the thread that works to the one that watches.
-class report_box final {
-  public:
-    /// The first report counts.
-    void deliver(plugin_report report) {
-        {
-            const std::lock_guard lock{mutex_};
-            if (!report_) {
-                report_ = std::move(report);
-            }
-        }
-        changed_.notify_all();
-    }
-
-    void set_ended() {
-        {
-            const std::lock_guard lock{mutex_};
-            ended_ = true;
-        }
-        changed_.notify_all();
-    }
-
-    /// @return the report if there is one by then
-    [[nodiscard]] std::optional<plugin_report> wait_for_report(clock::time_point until) {
-        std::unique_lock lock{mutex_};
-        changed_.wait_until(lock, until, [this] { return report_.has_value(); });
-        return report_;
-    }
-
-    [[nodiscard]] bool wait_for_end(clock::time_point until) {
-        std::unique_lock lock{mutex_};
-        return changed_.wait_until(lock, until, [this] { return ended_; });
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::optional<plugin_report> report_;
-    bool ended_ = false;
+/// What the thread that works promises to the one that watches.
+struct promised_report {
+    std::promise<plugin_report> report;
+    std::promise<void> end;
 };
 
-void work_for(report_box& box, const plugin_work& work) noexcept {
+void work_for(promised_report& promised, const plugin_work& work) noexcept {
+    bool delivered = false;
+    const auto deliver = [&](const plugin_report& report) { // the first report counts
+        if (!std::exchange(delivered, true)) {
+            promised.report.set_value(report);
+        }
+    };
     try {
-        scan_for_plugin(work, [&box](const plugin_report& report) { box.deliver(report); });
+        scan_for_plugin(work, deliver);
     } catch (const std::exception& error) {
-        box.deliver(unknown(error.what()));
+        deliver(unknown(error.what()));
     }
-    box.set_ended();
+    promised.end.set_value();
 }
 
-[[nodiscard]] plugin_report
-wait_for_report(report_box& box, const plugin_work& work, clock::time_point deadline) {
+[[nodiscard]] plugin_report wait_for_report(
+    std::future<plugin_report>& report, const plugin_work& work, clock::time_point deadline
+) {
     for (;;) {
         const clock::time_point now = clock::now();
-        if (auto report = box.wait_for_report(std::min(deadline, now + signal_interval))) {
-            return *std::move(report);
+        if (report.wait_until(std::min(deadline, now + signal_interval)) ==
+            std::future_status::ready) {
+            return report.get();
         }
         if (work.interrupt.requested()) {
             return unknown("interrupted while " + work.progress.text());
@@ -112,10 +83,11 @@ wait_for_report(report_box& box, const plugin_work& work, clock::time_point dead
 }
 
 /// @return the exit code; never throws, because a thread works with what would be taken away
-[[nodiscard]] int
-watch(report_box& box, const plugin_work& work, clock::time_point deadline) noexcept {
+[[nodiscard]] int watch(
+    std::future<plugin_report>& report, const plugin_work& work, clock::time_point deadline
+) noexcept {
     try {
-        return write(wait_for_report(box, work, deadline));
+        return write(wait_for_report(report, work, deadline));
     } catch (const std::exception&) {
         return static_cast<int>(plugin_state::unknown); // out of memory
     }
@@ -131,12 +103,15 @@ run_scan(const command_line& line, const scan_options& options, clock::time_poin
     interruption interrupt{terminal};
     plugin_progress progress{address_of(options.connection)};
     const plugin_work work{line, options, terminal, interrupt, progress};
-    report_box box;
-    std::thread worker{[&box, &work] { work_for(box, work); }};
+    promised_report promised;
+    std::future<plugin_report> report = promised.report.get_future();
+    const std::future<void> end = promised.end.get_future();
+    std::thread worker{[&promised, &work] { work_for(promised, work); }};
     const auto limit = std::chrono::duration<double>{options.plugin.timeout};
     const auto deadline = start + std::chrono::duration_cast<clock::duration>(limit);
-    const int code = watch(box, work, deadline);
-    if (!box.wait_for_end(std::min(deadline, clock::now() + farewell))) {
+    const int code = watch(report, work, deadline);
+    if (end.wait_until(std::min(deadline, clock::now() + time_to_close)) !=
+        std::future_status::ready) {
         _exit(code); // what the thread works with must not be taken away
     }
     worker.join();

@@ -1,11 +1,30 @@
 #pragma once
-// The text that a monitoring system reads from a plugin.
+// The text that a monitoring system reads from a plugin: state, performance data, details.
 
 #include "probe/plugin/plugin_result.hpp"
 
+#include <cstddef>
 #include <string>
+#include <string_view>
+#include <vector>
 
 namespace tarvik::monitoring_modules::probe {
+
+/// @param characters at least 1
+/// @return the text sanitised and without "|", which begins performance data; at most so many
+/// characters (code points), the last one "…" when it was longer
+[[nodiscard]] std::string plain(std::string_view text, std::size_t characters);
+
+/// @return value × multiplier; integers exact when they are not multiplied; "U" when it is no
+/// finite number
+[[nodiscard]] std::string scaled_decimal(const channel_number& value, double multiplier);
+
+/// Independent of the process's locale. Units are those that every reader knows: s, ms, us, %, B,
+/// and c for counters, whose ranges are left out because they are about growth. A value that is no
+/// finite number is "U".
+/// @return "'Boiler'=92.5;80;90 'CPU %'=33%;;;0;100": labels quoted and unique; empty without
+/// channels
+[[nodiscard]] std::string perfdata(const std::vector<judged_channel>& channels);
 
 /// @param address "plc-7:4840"
 /// @param verbosity from 1 on, lines of channels tell number, raw value and ranges, too

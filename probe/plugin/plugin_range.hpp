@@ -1,9 +1,10 @@
 #pragma once
-// Ranges of values in the notation of monitoring plugins, and what the command line says about
-// channels with them.
+// Ranges of values in the notation of monitoring plugins, and which of them belongs to which
+// channel.
 
-#include "probe/message.hpp"
+#include "host/message.hpp"
 
+#include <cstdint>
 #include <limits>
 #include <optional>
 #include <string>
@@ -49,5 +50,20 @@ struct channel_range {
 /// @throws probe_error (usage)
 [[nodiscard]] std::vector<channel_range>
 parse_channel_ranges(const std::string& option, const std::vector<std::string>& arguments);
+
+struct named_channel {
+    std::int64_t id;
+    std::string name;
+};
+
+struct assigned_ranges {
+    std::vector<std::optional<plugin_range>> of_channels; ///< in the order of the channels
+    std::vector<std::string> problems; ///< ranges that belong to none, or not to one alone
+};
+
+/// A name goes before a number; without either, the range is for the only channel.
+/// @param ranges of one option
+[[nodiscard]] assigned_ranges
+assign_ranges(const std::vector<channel_range>& ranges, const std::vector<named_channel>& channels);
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,9 +1,9 @@
 #include "probe/plugin/plugin_result.hpp"
 
-#include "probe/plugin/channel_ranges.hpp"
-#include "probe/plugin/plain_text.hpp"
-#include "probe/plugin/scan_fault.hpp"
-#include "probe/value_format.hpp"
+#include "host/connection_state.hpp"
+#include "host/value_format.hpp"
+#include "probe/plugin/plugin_output.hpp"
+#include "probe/plugin/plugin_range.hpp"
 
 #include <algorithm>
 #include <cmath>

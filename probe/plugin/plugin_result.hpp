@@ -1,17 +1,53 @@
 #pragma once
-// What a scan means for a monitoring system: a state for each channel and for the whole.
+// What a scan means for a monitoring system: one of four states for each channel and for the whole.
 
-#include "probe/channel_memory.hpp"
-#include "probe/message.hpp"
-#include "probe/module_document.hpp"
+#include "host/channel_memory.hpp"
+#include "host/message.hpp"
+#include "host/module_document.hpp"
 #include "probe/plugin/plugin_range.hpp"
-#include "probe/plugin/plugin_state.hpp"
 
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
+
+/// The numbers are exit codes, which all monitoring systems understand.
+enum class plugin_state { ok = 0, warning = 1, critical = 2, unknown = 3 };
+
+/// @return "OK", "WARNING", "CRITICAL" or "UNKNOWN"
+[[nodiscard]] constexpr const char* word(plugin_state state) noexcept {
+    switch (state) {
+    case plugin_state::ok:
+        return "OK";
+    case plugin_state::warning:
+        return "WARNING";
+    case plugin_state::critical:
+        return "CRITICAL";
+    case plugin_state::unknown:
+        break;
+    }
+    return "UNKNOWN";
+}
+
+/// @return how much it matters: CRITICAL, then UNKNOWN (it may hide a CRITICAL), WARNING, OK
+[[nodiscard]] constexpr int weight(plugin_state state) noexcept {
+    switch (state) {
+    case plugin_state::ok:
+        return 0;
+    case plugin_state::warning:
+        return 1;
+    case plugin_state::critical:
+        return 3;
+    case plugin_state::unknown:
+        break;
+    }
+    return 2;
+}
+
+[[nodiscard]] constexpr plugin_state worse(plugin_state left, plugin_state right) noexcept {
+    return weight(left) < weight(right) ? right : left;
+}
 
 /// A channel with what it is measured by. Texts are as they came: not yet sanitised.
 struct judged_channel {

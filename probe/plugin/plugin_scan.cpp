@@ -56,18 +56,22 @@ class measurement final {
 [[nodiscard]] measured_scan scan_once(sensor_run& sensor, measurement& measured) {
     const sensor_answer answer = sensor.scan();
     sensor_run::require_result(answer);
-    return measured.take(answer.results.back().result);
+    return measured.take(answer.results.back());
 }
 
-[[nodiscard]] plugin_result
-scan(const plugin_work& work, session& loaded, const plugin_demands& demands, sensor_run& sensor) {
+[[nodiscard]] plugin_result scan(
+    const plugin_work& work,
+    loaded_module& loaded,
+    const plugin_demands& demands,
+    sensor_run& sensor
+) {
     measurement measured{loaded.document};
     work.progress.enter(plugin_stage::preparing);
     sensor.prepare();
     work.progress.enter(plugin_stage::connecting);
     const sensor_answer created = sensor.create();
     if (!sensor.is_created(created)) {
-        return judge(measured.take(created.results.back().result), demands, loaded.document);
+        return judge(measured.take(created.results.back()), demands, loaded.document);
     }
     measured_scan result = scan_once(sensor, measured);
     if (result.result.state != scan_state::error && needs_growth(result, demands)) {
@@ -84,6 +88,50 @@ scan(const plugin_work& work, session& loaded, const plugin_demands& demands, se
 
 } // namespace
 
+void plugin_progress::enter(plugin_stage stage) {
+    const std::lock_guard lock{mutex_};
+    stage_ = stage;
+}
+
+plugin_progress::log_watch::log_watch(plugin_progress& progress, log_collector& log)
+    : progress_{progress} {
+    const std::lock_guard lock{progress_.mutex_};
+    progress_.log_ = &log;
+}
+
+plugin_progress::log_watch::~log_watch() {
+    const std::lock_guard lock{progress_.mutex_};
+    progress_.log_ = nullptr;
+}
+
+std::string plugin_progress::text() {
+    const std::lock_guard lock{mutex_};
+    // The module connects within the calls that create or scan a sensor.
+    if (stage_ == plugin_stage::connecting && log_ != nullptr) {
+        for (const log_entry& entry : log_->take()) {
+            const auto* event = std::get_if<module_event>(&entry);
+            if (event != nullptr && event->kind == ZUNO_EVENT_SESSION_OPENED) {
+                stage_ = plugin_stage::reading;
+            }
+        }
+    }
+    switch (stage_) {
+    case plugin_stage::reading_settings:
+        return "reading the settings";
+    case plugin_stage::loading:
+        return "loading the module";
+    case plugin_stage::preparing:
+        return "generating the client's key pair";
+    case plugin_stage::connecting:
+        return "connecting to " + address_;
+    case plugin_stage::reading:
+        return "reading from " + address_;
+    case plugin_stage::waiting:
+        break;
+    }
+    return "waiting for the second scan of " + address_;
+}
+
 void scan_for_plugin(
     const plugin_work& work, const std::function<void(const plugin_report&)>& deliver
 ) {
@@ -91,7 +139,8 @@ void scan_for_plugin(
     const plugin_demands demands = demands_of(options.plugin);
     const settings_draft draft = sensor_draft(options, work.terminal);
     work.progress.enter(plugin_stage::loading);
-    session loaded{work.line.module, work.line.language, work.terminal, severity_for(options)};
+    loaded_module loaded{
+        work.line.module, work.line.language, work.terminal, severity_for(options)};
     const plugin_progress::log_watch watch{work.progress, loaded.log};
     sensor_run sensor{work.terminal, loaded, options, draft};
     const plugin_result result = scan(work, loaded, demands, sensor);

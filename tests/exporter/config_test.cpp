@@ -1,9 +1,9 @@
 // The configuration of `serve`: what it makes of right files, and what it says about wrong ones.
 
 #include "exporter/configuration.hpp"
-#include "probe/module_document.hpp"
-#include "tests/probe/expect_error.hpp"
-#include "tests/probe/made_up_document.hpp"
+#include "host/module_document.hpp"
+#include "tests/host/expect_error.hpp"
+#include "tests/host/made_up_document.hpp"
 #include <sys/stat.h>
 
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "exporter/http/access_rules.hpp"
 #include "tests/exporter/http_fixture.hpp"
-#include "tests/probe/expect_error.hpp"
+#include "tests/host/expect_error.hpp"
 
 #include <utility>
 

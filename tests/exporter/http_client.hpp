@@ -1,7 +1,7 @@
 #pragma once
 // A client that sends any bytes and takes what comes back.
 
-#include "probe/file_descriptor.hpp"
+#include "host/file_descriptor.hpp"
 #include <arpa/inet.h>
 #include <sys/socket.h>
 

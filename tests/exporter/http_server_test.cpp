@@ -1,5 +1,5 @@
 #include "tests/exporter/http_fixture.hpp"
-#include "tests/probe/expect_error.hpp"
+#include "tests/host/expect_error.hpp"
 
 #include <zlib.h>
 

@@ -2,7 +2,7 @@
 
 #include "exporter/connection_status.hpp"
 #include "exporter/scheduler.hpp"
-#include "probe/connection_state.hpp"
+#include "host/connection_state.hpp"
 #include "tests/exporter/fake_module.hpp"
 
 #include <atomic>

@@ -1,4 +1,5 @@
 #include "support.hpp"
+#include "zunohelper/host_events.hpp"
 #include "zunohelper/log_sink.h"
 #include "zunohelper/runtime_log.hpp"
 
@@ -103,6 +104,22 @@ TEST_F(logs, leave_a_sink_alone_once_it_is_replaced) {
         current.alive = false;
     }
     stop = true;
+}
+
+TEST(events, go_to_the_observer_as_long_as_there_is_one) {
+    lines received;
+    const auto keep = [](void* user, auto event, auto text, auto length) {
+        static_cast<lines*>(user)->push_back(
+            std::to_string(event) + "|" + std::string{text, length}
+        );
+    };
+    report_event(ZUNO_EVENT_RETRYING);
+    ZunoSetEventObserver(keep, &received);
+    report_event(ZUNO_EVENT_SESSION_OPENED, "opc.tcp://h/\xff\n\x1b");
+    report_event(ZUNO_EVENT_RETRYING);
+    ZunoSetEventObserver(nullptr, nullptr);
+    report_event(ZUNO_EVENT_RETRYING);
+    EXPECT_EQ(received, (lines{"3|opc.tcp://h/\uFFFD\\n\\x1b", "4|"}));
 }
 
 } // namespace

@@ -1,6 +1,6 @@
-#include "probe/channel_argument.hpp"
-#include "probe/cli_options.hpp"
-#include "tests/probe/expect_error.hpp"
+#include "host/settings_record.hpp"
+#include "probe/command_line.hpp"
+#include "tests/host/expect_error.hpp"
 
 namespace tarvik::monitoring_modules::probe {
 namespace {
@@ -168,18 +168,18 @@ TEST(command_line, reads_a_notification) {
          "--security-mode",
          "sign"}
     );
-    EXPECT_EQ(all.target, "ns=2;s=X");
-    EXPECT_EQ(all.type, "String");
-    EXPECT_EQ(all.message, "--help") << "any text may be written";
-    EXPECT_EQ(all.timeout, 7U);
+    EXPECT_EQ(all.content.target, "ns=2;s=X");
+    EXPECT_EQ(all.content.type, "String");
+    EXPECT_EQ(all.content.message, "--help") << "any text may be written";
+    EXPECT_EQ(all.content.timeout, 7U);
     EXPECT_EQ(all.log.level, 6);
     EXPECT_EQ(all.format, output_format::json);
     EXPECT_EQ(all.connection.security_mode, "sign");
     const notify_options least = read({"FloatingPoint", "--message", "-2.5"});
-    EXPECT_EQ(least.message, "-2.5");
-    EXPECT_FALSE(least.timeout || least.log.level);
-    EXPECT_EQ(read({"String", "--message", ""}).message, "");
-    EXPECT_EQ(read({"Boolean", "--message", "True"}).message, "True");
+    EXPECT_EQ(least.content.message, "-2.5");
+    EXPECT_FALSE(least.content.timeout || least.log.level);
+    EXPECT_EQ(read({"String", "--message", ""}).content.message, "");
+    EXPECT_EQ(read({"Boolean", "--message", "True"}).content.message, "True");
 }
 
 TEST(command_line, reads_information_and_language) {

@@ -1,7 +1,6 @@
 #include "probe/info_text.hpp"
-#include "probe/setting_fold.hpp"
-#include "probe/terminal_text.hpp"
-#include "tests/probe/made_up_document.hpp"
+#include "tests/host/made_up_document.hpp"
+#include "text/terminal_text.hpp"
 
 #include <sstream>
 
@@ -33,9 +32,9 @@ TEST(paragraph, breaks_lines_where_a_language_does) {
 
 TEST(setting_fold, joins_what_differs_in_a_number_only) {
     const module_document document{made_up_document};
-    const auto folded = fold(document.find_section("pump")->groups.at(0).settings);
+    const auto folded = with_numbers_joined(document.find_section("pump")->groups.at(0).settings);
     std::string names;
-    for (const folded_setting& each : folded) {
+    for (const numbered_setting& each : folded) {
         names += each.setting.name + "(" + each.numbers + ") ";
     }
     EXPECT_EQ(names, "partN(2 and 3) part2_naming() part2_name() part4() port() ");

@@ -1,7 +1,7 @@
 // The program as a monitoring system calls it: what stands on the first line, exit codes, and an
 // end in time.
 
-#include "probe/state_folder.hpp"
+#include "host/state_folder.hpp"
 #include "tests/probe/plant_probe.hpp"
 #include <arpa/inet.h>
 #include <sys/socket.h>

@@ -1,6 +1,6 @@
-#include "probe/plugin/channel_ranges.hpp"
-#include "probe/plugin/decimal.hpp"
-#include "tests/probe/expect_error.hpp"
+#include "probe/plugin/plugin_output.hpp"
+#include "probe/plugin/plugin_range.hpp"
+#include "tests/host/expect_error.hpp"
 
 #include <cmath>
 #include <limits>
@@ -107,7 +107,7 @@ TEST(plugin_range, goes_to_the_channel_that_is_meant) {
     }
 }
 
-TEST(decimal, knows_digits_point_and_sign_only) {
+TEST(scaled_decimal, knows_digits_point_and_sign_only) {
     const std::pair<channel_number, const char*> rows[] = {
         {std::int64_t{9'223'372'036'854'775'807}, "9223372036854775807"},
         {std::int64_t{-5}, "-5"},
@@ -123,11 +123,11 @@ TEST(decimal, knows_digits_point_and_sign_only) {
         {-infinity, "U"},
     };
     for (const auto& [value, text] : rows) {
-        EXPECT_EQ(decimal(value, 1), text);
+        EXPECT_EQ(scaled_decimal(value, 1), text);
     }
-    EXPECT_EQ(decimal(std::int64_t{15}, 0.1), "1.5");
-    EXPECT_EQ(decimal(1e300, 1e300), "U");
-    EXPECT_EQ(decimal(1.7976931348623157e308, 1).size(), 309U);
+    EXPECT_EQ(scaled_decimal(std::int64_t{15}, 0.1), "1.5");
+    EXPECT_EQ(scaled_decimal(1e300, 1e300), "U");
+    EXPECT_EQ(scaled_decimal(1.7976931348623157e308, 1).size(), 309U);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
-#include "probe/plugin/perfdata.hpp"
 #include "probe/plugin/plugin_output.hpp"
-#include "probe/terminal_text.hpp"
-#include "tests/probe/made_up_document.hpp"
+#include "tests/host/made_up_document.hpp"
+#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <chrono>

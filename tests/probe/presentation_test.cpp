@@ -1,7 +1,5 @@
-#include "probe/kept_lines.hpp"
-#include "probe/message_json.hpp"
 #include "probe/scan_table.hpp"
-#include "probe/table.hpp"
+#include "terminal/table.hpp"
 
 #include <algorithm>
 #include <string>
@@ -38,47 +36,6 @@ TEST(table, colours_do_not_change_the_alignment) {
     lines.add_row({{"x", colour::red}, {"y"}});
     EXPECT_EQ(lines.render(false), "  a  b\n  x  y\n");
     EXPECT_EQ(lines.render(true), "  \x1b[2ma\x1b[0m  \x1b[2mb\x1b[0m\n  \x1b[31mx\x1b[0m  y\n");
-}
-
-TEST(kept_lines, are_the_first_and_the_last_within_their_bounds) {
-    // How long lines are, how many come, and how many of them are kept with one about the others.
-    struct row {
-        std::size_t length;
-        std::size_t come;
-        std::size_t kept;
-    };
-    const std::vector<row> rows{
-        {1, 1'998, 1'998},
-        {1, 2'500, 1'999},
-        {40'000, 7, 7},     // three and three, and the last few bytes after them
-        {40'000, 50, 8},    // and one about the others
-        {1'000'000, 50, 6}, // cut to a quarter of the bytes: two and two, and the last few bytes
-    };
-    for (const row& wanted : rows) {
-        kept_lines lines;
-        for (std::size_t i = 0; i + 1 < wanted.come; ++i) {
-            lines.add({"runtime", 7, std::string(wanted.length, 'x')});
-        }
-        lines.add({"runtime", 3, "the reason"});
-        const auto kept = lines.take();
-        std::size_t bytes = 0;
-        for (const log_line& line : kept) {
-            bytes += line.text.size();
-        }
-        EXPECT_EQ(kept.size(), wanted.kept) << wanted.length << " " << wanted.come;
-        EXPECT_LE(bytes, kept_lines::most_bytes);
-        EXPECT_EQ(kept.back().text, "the reason");
-        EXPECT_TRUE(lines.take().empty());
-    }
-    kept_lines lines;
-    std::string euros = "x";
-    while (euros.size() <= kept_lines::longest_line) {
-        euros += "\u20AC";
-    }
-    lines.add({"runtime", 7, euros});
-    const std::string cut = lines.take().front().text;
-    EXPECT_TRUE(cut.ends_with(" bytes left out]"));
-    EXPECT_EQ(cut.find(' ') % 3, 1U); // after a whole character
 }
 
 TEST(scan_table, shows_message_channels_units_states_and_raw_values) {
@@ -121,55 +78,6 @@ TEST(scan_table, cuts_what_is_overlong) {
         "T", result, {view(1, std::string(5000, 'n'), {"1", std::string(500, 'u')})}, false
     );
     EXPECT_LT(text.size(), 800U);
-}
-
-TEST(message_json, keeps_the_message_and_adds_what_was_worked_out) {
-    channel_view speed = view(2, "Speed", {"3.0", "/s"});
-    speed.difference = true;
-    speed.growth = 3.25;
-    speed.scaled = INFINITY;
-    channel_view door = view(3, "T\xc3\xbcr\x7f\xc2\x9b", {"Open", ""});
-    door.lookup_text = "Open";
-    door.state = channel_state::warning;
-    const std::string line = scan_json(
-        R"({"type":"sensor_scan_result","response_code":1,"later":[1],
-            "channels":[{"id":2,"value":"Infinity"},{"id":3,"value":9223372036854775807}]})",
-        {speed, door},
-        4
-    );
-    EXPECT_EQ(
-        line,
-        R"({"type":"sensor_scan_result","response_code":1,"later":[1],"channels":[)"
-        R"({"id":2,"value":"Infinity","name":"Speed","text":"3.0 /s","scaled":"Infinity",)"
-        R"("growth_per_second":3.25},)"
-        R"({"id":3,"value":9223372036854775807,"name":"T\u00fcr\u007f\u009b","text":"Open",)"
-        R"("scaled":0.0,"lookup_text":"Open","state":"warning"}],"scan":4,"state":"warning"})"
-        "\n"
-    );
-}
-
-TEST(message_json, adds_the_log_to_a_check) {
-    EXPECT_EQ(
-        check_json(R"({"type":"check_result","success":false})", {{"runtime", 3, "bad \xff\n"}}),
-        R"({"type":"check_result","success":false,"log":[{"source":"runtime","severity":3,)"
-        R"("text":"bad \ufffd\n"}]})"
-        "\n"
-    );
-}
-
-TEST(message_json, tells_what_became_of_a_notification) {
-    EXPECT_EQ(
-        notification_json(
-            R"({"type":"notification_response","id":1,"log":[]})", {"done", true, "unused"}
-        ),
-        R"({"type":"notification_response","id":1,"log":[],"status":"done","written":true})"
-        "\n"
-    );
-    EXPECT_EQ(
-        notification_json("", {"refused", false, "why"}),
-        R"({"status":"refused","written":false,"reason":"why"})"
-        "\n"
-    );
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "probe/child_process.hpp"
-#include "probe/interruption.hpp"
-#include "tests/probe/expect_error.hpp"
+#include "terminal/interruption.hpp"
+#include "tests/host/expect_error.hpp"
 #include <sys/wait.h>
 
 #include <unistd.h>

@@ -90,6 +90,16 @@ TEST_F(probe_program, scans_every_kind_of_sensor) {
     }
 }
 
+TEST_F(probe_program, tells_once_why_an_endpoint_does_not_fit) {
+    const std::string reason = "\n  debug    runtime: Rejecting Endpoint "; // the secured one
+    for (const char* level : {"warning", "debug"}) {
+        const std::string text =
+            run({"check", "endpoint", "--user", "nobody", "--log-level", level}, 2);
+        ASSERT_THAT(text, HasSubstr(reason));
+        EXPECT_EQ(text.find(reason), text.rfind(reason)) << text;
+    }
+}
+
 TEST_F(probe_program, shows_how_counters_grow_and_warns_when_they_are_gone) {
     // More scans than needed, because the first two follow each other as fast as the machine lets
     // them.

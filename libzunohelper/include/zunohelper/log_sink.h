@@ -1,6 +1,6 @@
 /*
- * Where a host receives the log lines of a module: the one C function that libZunoHelper.so has for
- * hosts.
+ * Where a host receives the log lines of a module: one of the C functions that libZunoHelper.so has
+ * for hosts.
  */
 #ifndef ZUNOHELPER_LOG_SINK_H
 #define ZUNOHELPER_LOG_SINK_H

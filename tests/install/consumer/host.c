@@ -1,4 +1,5 @@
 /* The smallest host: starts the module that it is linked against and lets it say what it offers. */
+#include <zunohelper/event_observer.h>
 #include <zunohelper/log_sink.h>
 
 #include <opcua_module.h>

@@ -1,0 +1,197 @@
+#include "explorer/commands.hpp"
+
+#include "common/catalogue/opcua_exceptions.hpp"
+#include "common/libexception/exception.hpp"
+#include "common/libi18n/i18n_exception.hpp"
+#include "common/liblog/null_logger.hpp"
+#include "explorer/endpoints.hpp"
+#include "explorer/node_presentation.hpp"
+#include "explorer/tree_walk.hpp"
+#include "host/connection_arguments.hpp"
+#include "host/kept_state.hpp"
+#include "host/probe_error.hpp"
+#include "host/settings_form.hpp"
+#include "host/state_folder.hpp"
+#include "opcua/client/client_configuration.hpp"
+#include "opcua/client/connection.hpp"
+#include "opcua/client/endpoint_list.hpp"
+#include "opcua/nodes/node_id.hpp"
+#include "opcua/status_text.hpp"
+#include "terminal/console.hpp"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+/// Reads files with secrets, and takes single settings by their keys as scan does, as far as they
+/// are about the connection.
+/// @param timeout seconds, for connecting and for each request
+/// @param terminal gets a warning for each secret in a file that everybody can read
+/// @throws probe_error (usage) for settings that are unknown or hold what they may not hold
+[[nodiscard]] opcua::client_settings
+server_settings(const connection_arguments& arguments, std::uint32_t timeout, console& terminal) {
+    settings values = connection_settings(arguments, read_secrets(arguments, terminal.writer()));
+    settings_form::of_connection().add(values, read_given(arguments), terminal.writer());
+    libzunohelper::settings_reader::texts texts;
+    for (const auto& [key, text] : values) {
+        texts.emplace(key, libzunohelper::secure_string{text});
+    }
+    try {
+        const libzunohelper::settings_reader reader{std::move(texts)};
+        opcua::client_settings result{opcua::settings::parse_connection(reader)};
+        result.timeout_s = timeout;
+        return result;
+    } catch (const libexception::exception& error) {
+        throw probe_error{exit_code::usage, error.what()};
+    }
+}
+
+[[nodiscard]] opcua::ua_node_id parse_node(const std::string& text) {
+    try {
+        return opcua::parse_node_id(text);
+    } catch (const libi18n::i18n_exception& error) {
+        throw probe_error{exit_code::usage, error.what()};
+    }
+}
+
+[[nodiscard]] walk_options walk_options_of(const browse_options& options) {
+    walk_options walk{.limit = options.limit, .match = options.match};
+    if (options.depth) {
+        walk.depth = *options.depth;
+    }
+    return walk;
+}
+
+/// Takes nodes as they are found: JSON is written at once, a table when all its rows are known.
+class node_display final {
+  public:
+    node_display(const command_context& context, const browse_options& options)
+        : context_{context},
+          options_{options} {}
+
+    void take(found_node&& node) {
+        if (options_.format == output_format::json) {
+            context_.out.write(node_json(node));
+        } else {
+            nodes_.push_back(std::move(node));
+        }
+    }
+
+    void write_table() const {
+        const bool colours = context_.out.colours();
+        context_.out.write(
+            options_.match.empty() ? node_tree(nodes_, colours) : node_list(nodes_, colours)
+        );
+    }
+
+    void write_notes(const walk_summary& summary) const {
+        for (const std::string& note : walk_notes(summary, walk_options_of(options_))) {
+            context_.terminal.line("opcua-probe: " + note);
+        }
+    }
+
+  private:
+    const command_context& context_;
+    const browse_options& options_;
+    std::vector<found_node> nodes_; // of a table
+};
+
+void walk(
+    const command_context& context,
+    const browse_options& options,
+    const opcua::client_settings& server,
+    opcua::ua_node_id first
+) {
+    liblog::null_logger log;
+    const auto certificates = libcertificatehelper::create_openssl_allocator();
+    opcua::unfinished_sessions unfinished;
+    opcua::connection connection{server, *certificates, unfinished, log};
+    const auto stop = [&context] { return context.interrupt.requested(); };
+    // Lines of JSON come at once, a notice would get between them.
+    std::optional<wait_notice> notice{
+        std::in_place, context.terminal, waiting_for(options.connection)};
+    node_requests requests{opcua::stack_browse_services(connection.ensure()), stop};
+    requests.learn_limits();
+    if (options.format == output_format::json) {
+        notice.reset();
+    }
+    node_display display{context, options};
+    tree_walk nodes{
+        requests,
+        walk_options_of(options),
+        [&display](found_node&& node) { display.take(std::move(node)); },
+        stop};
+    try {
+        nodes.run(read_first_node(requests, std::move(first)));
+    } catch (const libi18n::i18n_exception&) {
+        notice.reset();
+        display.write_table();
+        throw;
+    }
+    notice.reset();
+    display.write_table();
+    display.write_notes(nodes.summary());
+}
+
+/// @throws opcua_discovery_failed, opcua_request_failed
+[[nodiscard]] opcua::ua_get_endpoints_response fetch(const opcua::client_settings& server) {
+    liblog::null_logger log;
+    opcua::ua_client client{log};
+    const std::chrono::milliseconds time_out = opcua::time_out_of(server);
+    client.config().timeout = static_cast<UA_UInt32>(time_out.count());
+    opcua::ua_get_endpoints_response response =
+        opcua::fetch_endpoints(client, opcua::endpoint_url(server), time_out);
+    if (const UA_StatusCode status = response->responseHeader.serviceResult;
+        status != UA_STATUSCODE_GOOD) {
+        throw opcua::exceptions::opcua_discovery_failed{opcua::status_name(status)};
+    }
+    return response;
+}
+
+[[nodiscard]] opcua::ua_get_endpoints_response
+fetch(const command_context& context, const endpoints_options& options) {
+    const opcua::client_settings server =
+        server_settings(options.connection, options.timeout, context.terminal);
+    const wait_notice notice{context.terminal, waiting_for(options.connection)};
+    try {
+        return fetch(server);
+    } catch (const libi18n::i18n_exception& error) {
+        throw probe_error{exit_code::error, error.what()};
+    }
+}
+
+} // namespace
+
+exit_code run_browse(const command_context& context, const browse_options& options) {
+    opcua::ua_node_id first = parse_node(options.node);
+    const opcua::client_settings server =
+        server_settings(options.connection, options.timeout, context.terminal);
+    // Without the module, but with the module's client, and so with the same key pair.
+    const kept_state store{&ZunoSetStore, state_folder_path(), [](const std::string&) {}};
+    try {
+        walk(context, options, server, std::move(first));
+    } catch (const libi18n::i18n_exception& error) {
+        throw probe_error{exit_code::error, error.what()};
+    }
+    return exit_code::ok;
+}
+
+exit_code run_endpoints(const command_context& context, const endpoints_options& options) {
+    const opcua::ua_get_endpoints_response response = fetch(context, options);
+    const auto now = std::chrono::system_clock::now();
+    const auto certificates = libcertificatehelper::create_openssl_allocator();
+    const offer shown = read_offer(
+        opcua::elements(response->endpoints, response->endpointsSize), *certificates, now
+    );
+    context.out.write(
+        options.format == output_format::json ? offer_json(shown, now)
+                                              : offer_text(shown, now, context.out.colours())
+    );
+    return exit_code::ok;
+}
+
+} // namespace tarvik::monitoring_modules::probe

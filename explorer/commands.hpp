@@ -1,0 +1,39 @@
+#pragma once
+// The commands that look around on a server, browse and endpoints. They work without the module.
+
+#include "host/connection_arguments.hpp"
+#include "terminal/command_context.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace tarvik::monitoring_modules::probe {
+
+struct browse_options {
+    connection_arguments connection;
+    std::string node = "i=85";          ///< where to begin; not yet checked
+    std::optional<std::uint32_t> depth; ///< levels below it; nothing: all
+    std::uint32_t limit = 10'000;       ///< nodes to look at
+    std::string match;                  ///< part of a name or node id; empty: all nodes
+    std::uint32_t timeout = 5;          ///< seconds, for connecting and for each request
+    output_format format = output_format::table;
+};
+
+/// Writes the nodes as they are found.
+/// @throws probe_error (usage) for a node that cannot be read as one and for wrong settings,
+/// (error) when the server cannot be browsed
+[[nodiscard]] exit_code run_browse(const command_context& context, const browse_options& options);
+
+struct endpoints_options {
+    connection_arguments connection;
+    std::uint32_t timeout = 5; ///< seconds, for connecting and for the request
+    output_format format = output_format::table;
+};
+
+/// Writes the endpoints and their certificates.
+/// @throws probe_error (usage) for wrong settings, (error) when the server does not answer
+[[nodiscard]] exit_code
+run_endpoints(const command_context& context, const endpoints_options& options);
+
+} // namespace tarvik::monitoring_modules::probe

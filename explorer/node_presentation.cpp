@@ -1,0 +1,193 @@
+#include "explorer/node_presentation.hpp"
+
+#include "host/json.hpp"
+#include "terminal/table.hpp"
+#include "text/terminal_text.hpp"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+// Columns of a terminal. Ids and paths are there to be copied: they are cut only where the server
+// exaggerates.
+constexpr std::size_t name_columns = 60;
+constexpr std::size_t type_columns = 30;
+constexpr std::size_t value_columns = 40;
+constexpr std::size_t unit_columns = 12;
+constexpr std::size_t id_columns = 200;
+
+[[nodiscard]] std::string access_text(const found_node& node) {
+    return std::string{node.readable ? "r" : ""} + (node.writable ? "w" : "");
+}
+
+[[nodiscard]] std::string type_text(const found_node& node) {
+    return node.is_variable && !node.data_type.empty() ? node.data_type + node.value.shape
+                                                       : node.node_class;
+}
+
+[[nodiscard]] cell value_cell(const found_node& node) {
+    if (!node.same_as.empty()) {
+        return {"see " + fit(node.same_as, id_columns), colour::dim};
+    }
+    if (!node.problem.empty()) {
+        return {fit(node.problem, value_columns), colour::yellow};
+    }
+    return {fit(node.value.text, value_columns)};
+}
+
+[[nodiscard]] cell id_cell(const found_node& node) {
+    const bool channel = !node.channel.empty();
+    return {
+        fit(channel ? node.channel : node.node_id, id_columns),
+        channel ? colour::green : colour::plain};
+}
+
+/// @return "(+12)", "(+50 and more)"; empty when all is shown
+[[nodiscard]] std::string not_shown_text(const found_node& node) {
+    if (node.not_shown == 0 && !node.more_not_shown) {
+        return "";
+    }
+    return "(+" + std::to_string(node.not_shown) + (node.more_not_shown ? " and more)" : ")");
+}
+
+[[nodiscard]] table make_table(const char* first) {
+    return table{
+        {{first, alignment::left, 0},
+         {""},
+         {"type"},
+         {"value"},
+         {"unit"},
+         {"access"},
+         {"channel"},
+         {"node id, as --channel takes it"}}};
+}
+
+void add_row(table& to, cell first, const found_node& node) {
+    to.add_row(
+        {std::move(first),
+         {not_shown_text(node), colour::dim},
+         {fit(type_text(node), type_columns), colour::dim},
+         value_cell(node),
+         {fit(node.unit, unit_columns)},
+         {access_text(node)},
+         {node.channel.empty() ? "" : "yes"},
+         id_cell(node)}
+    );
+}
+
+/// The nodes below each node, by its number, in the order in which they were found.
+using children = std::map<std::size_t, std::vector<const found_node*>>;
+
+/// The tree's rows from top to bottom, without recursion: a server may have thousands of levels.
+[[nodiscard]] std::vector<const found_node*> top_to_bottom(const std::vector<found_node>& nodes) {
+    children below;
+    std::map<std::size_t, const found_node*> known;
+    std::vector<const found_node*> stack; // the next one last
+    for (const found_node& node : nodes) {
+        known.emplace(node.number, &node);
+        if (node.number != node.parent && known.contains(node.parent)) {
+            below[node.parent].push_back(&node);
+        } else {
+            stack.push_back(&node);
+        }
+    }
+    std::reverse(stack.begin(), stack.end());
+    std::vector<const found_node*> rows;
+    while (!stack.empty()) {
+        const found_node* const node = stack.back();
+        stack.pop_back();
+        rows.push_back(node);
+        if (const auto found = below.find(node->number); found != below.end()) {
+            stack.insert(stack.end(), found->second.rbegin(), found->second.rend());
+        }
+    }
+    return rows;
+}
+
+[[nodiscard]] ordered_json text_or_null(const std::string& text) {
+    return text.empty() ? ordered_json{} : ordered_json(text);
+}
+
+} // namespace
+
+std::string node_tree(const std::vector<found_node>& nodes, bool colours) {
+    table rows = make_table("node");
+    for (const found_node* node : top_to_bottom(nodes)) {
+        const std::string indent(std::min<std::size_t>(2 * node->depth, name_columns / 2), ' ');
+        add_row(rows, {indent + fit(node->name(), name_columns - indent.size())}, *node);
+    }
+    return rows.render(colours);
+}
+
+std::string node_list(const std::vector<found_node>& nodes, bool colours) {
+    table rows = make_table("path");
+    for (const found_node& node : nodes) {
+        add_row(rows, {fit(node.path, id_columns)}, node);
+    }
+    return rows.render(colours);
+}
+
+std::string node_json(const found_node& node) {
+    ordered_json line{
+        {"nodeid", node.node_id},
+        {"path", node.path},
+        {"browse_name", node.browse_name},
+        {"display_name", node.display_name},
+        {"node_class", node.node_class},
+        {"data_type", text_or_null(node.data_type)},
+        {"value", node.value.json},
+        {"array_length", node.value.length ? ordered_json(*node.value.length) : ordered_json{}},
+        {"unit", text_or_null(node.unit)},
+        {"readable", node.readable},
+        {"writable", node.writable},
+        {"channel", text_or_null(node.channel)}};
+    if (!node.same_as.empty()) {
+        line["same_as"] = node.same_as;
+    }
+    if (!node.problem.empty()) {
+        line["problem"] = node.problem;
+    }
+    if (node.not_shown > 0 || node.more_not_shown) {
+        line["not_shown"] = node.not_shown;
+        line["more_not_shown"] = node.more_not_shown;
+    }
+    return json_line(line);
+}
+
+std::vector<std::string> walk_notes(const walk_summary& summary, const walk_options& options) {
+    std::vector<std::string> notes;
+    if (summary.stopped) {
+        notes.emplace_back("Interrupted: there are more nodes");
+        return notes;
+    }
+    if (!options.match.empty() && summary.shown == 0) {
+        notes.push_back(
+            "None of " + std::to_string(summary.looked_at) + " nodes matches \"" + options.match +
+            "\""
+        );
+    }
+    if (summary.not_shown > 0) {
+        notes.push_back(
+            "Below depth " + std::to_string(options.depth) + " there are " +
+            std::to_string(summary.not_shown) + " or more nodes; --depth " +
+            std::to_string(options.depth + 1) + " shows them"
+        );
+    }
+    if (summary.limit_reached) {
+        notes.push_back(
+            "There are more nodes than the limit of " + std::to_string(options.limit) +
+            "; --limit raises it"
+        );
+    }
+    return notes;
+}
+
+} // namespace tarvik::monitoring_modules::probe

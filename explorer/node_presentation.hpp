@@ -1,0 +1,29 @@
+#pragma once
+// Found nodes as tables and as JSON.
+
+#include "explorer/found_node.hpp"
+#include "explorer/tree_walk.hpp"
+
+#include <string>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// @param nodes in the order of their numbers; those whose parent is missing begin a tree of their
+/// own
+/// @return a row for each, those below indented under the one above; the last column has what
+/// --channel takes, or the node id
+[[nodiscard]] std::string node_tree(const std::vector<found_node>& nodes, bool colours);
+
+/// @return a row for each, with its path
+[[nodiscard]] std::string node_list(const std::vector<found_node>& nodes, bool colours);
+
+/// @return one JSON object on one line, with its line end
+[[nodiscard]] std::string node_json(const found_node& node);
+
+/// @param options what was asked for
+/// @return what to know about a walk, one line for each; none for an ordinary one
+[[nodiscard]] std::vector<std::string>
+walk_notes(const walk_summary& summary, const walk_options& options);
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,121 @@
+#include "host/channel_memory.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+[[nodiscard]] channel_state state_by_limits(const channel_limits& limits, double value) {
+    if (!limits.enabled || std::isnan(value)) {
+        return channel_state::none;
+    }
+    const auto beyond = [value](const auto& lower, const auto& upper) {
+        return (lower && value < *lower) || (upper && value > *upper);
+    };
+    if (beyond(limits.lower_error, limits.upper_error)) {
+        return channel_state::error;
+    }
+    return beyond(limits.lower_warning, limits.upper_warning) ? channel_state::warning
+                                                              : channel_state::ok;
+}
+
+/// @return nothing when the value fell: a counter that began anew has no growth
+[[nodiscard]] std::optional<double> rise(const channel_number& before, const channel_number& now) {
+    const auto* old_integer = std::get_if<std::int64_t>(&before);
+    const auto* new_integer = std::get_if<std::int64_t>(&now);
+    if (old_integer != nullptr && new_integer != nullptr) {
+        // In integers, because doubles lose the last digits of large counters.
+        return *new_integer < *old_integer ? std::nullopt
+                                           : std::optional{static_cast<double>(
+                                                 static_cast<std::uint64_t>(*new_integer) -
+                                                 static_cast<std::uint64_t>(*old_integer)
+                                             )};
+    }
+    const double difference = as_double(now) - as_double(before);
+    return difference >= 0 ? std::optional{difference} : std::nullopt;
+}
+
+/// @return whether the shown value is the number that came, rounded or not
+[[nodiscard]] bool tells_raw(const channel_view& view) {
+    const std::string unscaled = format_value(view.raw, channel_unit{}, 1).number;
+    return !view.difference && !view.lookup_text && view.value.number == unscaled;
+}
+
+} // namespace
+
+std::vector<channel_view>
+channel_memory::take(const scan_result& result, std::chrono::steady_clock::time_point when) {
+    for (const channel_definition& definition : result.definitions) {
+        definitions_.insert_or_assign(definition.id, definition);
+    }
+    std::vector<channel_view> views;
+    views.reserve(result.channels.size());
+    for (const channel_value& channel : result.channels) {
+        views.push_back(view(channel, when));
+    }
+    for (const channel_value& channel : result.channels) {
+        last_.insert_or_assign(channel.id, sample{channel.value, when});
+    }
+    return views;
+}
+
+channel_definition channel_memory::definition(std::int64_t id) const {
+    if (const auto found = definitions_.find(id); found != definitions_.end()) {
+        return found->second;
+    }
+    channel_definition unknown;
+    unknown.id = id;
+    unknown.name = "channel " + std::to_string(id) + " (not defined)";
+    return unknown;
+}
+
+std::optional<double> channel_memory::growth(
+    const channel_value& channel, std::chrono::steady_clock::time_point when
+) const {
+    const auto before = last_.find(channel.id);
+    if (before == last_.end() || when <= before->second.when) {
+        return std::nullopt;
+    }
+    const std::optional<double> risen = rise(before->second.value, channel.value);
+    const std::chrono::duration<double> passed = when - before->second.when;
+    return risen ? std::optional{*risen / passed.count()} : std::nullopt;
+}
+
+channel_view channel_memory::view(
+    const channel_value& channel, std::chrono::steady_clock::time_point when
+) const {
+    const channel_definition definition = this->definition(channel.id);
+    channel_view result;
+    result.id = channel.id;
+    result.name = definition.name;
+    result.raw = channel.value;
+    result.scaled = as_double(channel.value) * definition.multiplier;
+    result.difference = definition.difference;
+    if (definition.difference) {
+        result.growth = growth(channel, when);
+        if (result.growth) {
+            *result.growth *= definition.multiplier;
+            result.value = format_growth(*result.growth, definition.unit);
+            result.state = state_by_limits(definition.limits, *result.growth);
+        } else {
+            result.value.number = "-";
+        }
+    } else {
+        result.value = format_value(channel.value, definition.unit, definition.multiplier);
+        result.state = state_by_limits(definition.limits, result.scaled);
+    }
+    if (const auto* integer = std::get_if<std::int64_t>(&channel.value);
+        integer != nullptr && !definition.lookup.empty()) {
+        if (const auto looked_up = document_.find(definition.lookup, *integer)) {
+            result.lookup_text = looked_up->text;
+            result.value = {looked_up->text, ""};
+            result.state = std::max(result.state, looked_up->state);
+        }
+    }
+    result.raw_is_shown = tells_raw(result);
+    return result;
+}
+
+} // namespace tarvik::monitoring_modules::probe

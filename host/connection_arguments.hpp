@@ -1,0 +1,67 @@
+#pragma once
+// How to reach a server, as a person gives it: address, security, user, single settings by their
+// keys. Passwords, keys and certificates come from files or the environment, because everybody on a
+// machine can read the arguments of a program.
+
+#include "host/secret_file.hpp"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+/// Where the server is and how to get in. Secrets are named by file only.
+struct connection_arguments {
+    std::string host;
+    std::uint16_t port = 4840;
+    std::string path;
+    std::string user; ///< empty: anonymous
+    std::string password_file;
+    std::string security_mode = "none";
+    std::string security_policy; ///< empty: the one that goes with the mode
+    std::string client_certificate_file;
+    std::string client_key_file;
+    std::string client_key_password_file;
+    std::vector<std::string> raw;       ///< KEY=VALUE, in the order given
+    std::vector<std::string> raw_files; ///< KEY=PATH, in the order given
+};
+
+/// @return "waiting for 192.0.2.7:4840"
+[[nodiscard]] std::string waiting_for(const connection_arguments& connection);
+
+/// @return "192.0.2.7:4840"; not yet sanitised
+[[nodiscard]] std::string address_of(const connection_arguments& connection);
+
+struct connection_secrets {
+    std::string password;
+    std::string client_certificate; ///< PEM
+    std::string client_key;         ///< PEM
+    std::string client_key_password;
+};
+
+/// Reads what the arguments name. A secret file that everybody may read gets a warning.
+/// @throws probe_error (usage) when a file cannot be read or is larger than 1 MiB
+[[nodiscard]] connection_secrets
+read_secrets(const connection_arguments& arguments, const warning_receiver& warn);
+
+struct given_setting {
+    std::string key; ///< as it was typed, perhaps shortened
+    std::string text;
+    std::string file;         ///< where the text comes from; empty: the command line
+    bool open_to_all = false; ///< everybody can read the file
+};
+
+/// @return those of --set, then those of --set-file, each in the order given
+/// @throws probe_error (usage) without a key, for a secret on the command line, and for a file that
+/// cannot be read
+[[nodiscard]] std::vector<given_setting> read_given(const connection_arguments& arguments);
+
+/// @throws probe_error (usage), always
+[[noreturn]] void refuse_secret(const std::string& key);
+
+/// @return whether the last part of the key is a name that secrets have, with any module
+[[nodiscard]] bool names_secret(std::string_view key);
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,71 @@
+#include "host/message_json.hpp"
+
+#include "host/json.hpp"
+#include "text/number.hpp"
+
+#include <cmath>
+
+#include <nlohmann/json.hpp>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+[[nodiscard]] ordered_json real(double value) {
+    return std::isfinite(value) ? ordered_json(value) : ordered_json(format_number(value));
+}
+
+void enrich(ordered_json& channel, const channel_view& view) {
+    channel["name"] = view.name;
+    channel["text"] = view.value.number + (view.value.unit.empty() ? "" : " ") + view.value.unit;
+    channel["scaled"] = real(view.scaled);
+    if (view.lookup_text) {
+        channel["lookup_text"] = *view.lookup_text;
+    }
+    if (view.difference) {
+        channel["growth_per_second"] = view.growth ? real(*view.growth) : ordered_json();
+    }
+    if (view.state != channel_state::none) {
+        channel["state"] = name_of(view.state);
+    }
+}
+
+} // namespace
+
+std::string
+scan_json(const scan_result& result, const std::vector<channel_view>& channels, std::size_t scan) {
+    ordered_json document = *result.sent;
+    document["scan"] = scan;
+    document["state"] = name_of(result.state);
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        enrich(document.at("channels").at(i), channels[i]);
+    }
+    return json_line(document);
+}
+
+std::string check_json(const check_result& result, const std::vector<log_line>& log) {
+    ordered_json document = *result.sent;
+    ordered_json lines = ordered_json::array();
+    for (const log_line& entry : log) {
+        lines.push_back(
+            {{"source", entry.source}, {"severity", entry.severity}, {"text", entry.text}}
+        );
+    }
+    document["log"] = std::move(lines);
+    return json_line(document);
+}
+
+std::string
+notification_json(const notification_response* response, const notification_outcome& outcome) {
+    ordered_json document = response == nullptr ? ordered_json::object() : *response->sent;
+    document["status"] = outcome.status;
+    document["written"] = outcome.written;
+    if (!outcome.written) {
+        document["reason"] = outcome.reason;
+    }
+    return json_line(document);
+}
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,178 @@
+#include "host/settings_record.hpp"
+
+#include "host/probe_error.hpp"
+#include "text/number.hpp"
+#include "text/utf8.hpp"
+#include "text/words.hpp"
+
+#include <algorithm>
+#include <array>
+
+#include <nlohmann/json.hpp>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+[[nodiscard]] bool begins_node_id(std::string_view text) noexcept {
+    constexpr auto keys = std::to_array<std::string_view>({"ns", "nsu", "svr", "i", "s", "g", "b"});
+    return text.starts_with('\'') || text.starts_with('"') || contains(keys, text);
+}
+
+void assign(
+    std::vector<channel_argument>& channels,
+    const std::string& option,
+    const std::vector<std::string>& arguments,
+    std::string channel_argument::*member
+) {
+    std::vector<bool> given(channels.size());
+    for (const std::string& argument : arguments) {
+        auto [number, text] = parse_numbered(option, argument, channels.size());
+        if (given[number - 1]) {
+            throw probe_error{
+                exit_code::usage,
+                option + ": channel " + std::to_string(number) + " is given twice"};
+        }
+        given[number - 1] = true;
+        channels[number - 1].*member = std::move(text);
+    }
+}
+
+void set(settings& to, const std::string& key, const std::string& text) {
+    if (!text.empty()) {
+        to.insert_or_assign(key, text);
+    }
+}
+
+} // namespace
+
+channel_argument parse_channel(std::string_view argument) {
+    const std::size_t equals = argument.find('=');
+    channel_argument channel;
+    if (equals == std::string_view::npos || begins_node_id(argument.substr(0, equals))) {
+        channel.node_id = argument;
+    } else {
+        channel.name = argument.substr(0, equals);
+        channel.node_id = argument.substr(equals + 1);
+        if (channel.name.empty()) {
+            throw probe_error{
+                exit_code::usage, "--channel " + std::string{argument} + ": the name is empty"};
+        }
+    }
+    if (channel.node_id.empty()) {
+        throw probe_error{
+            exit_code::usage, "--channel " + std::string{argument} + ": the node id is empty"};
+    }
+    return channel;
+}
+
+numbered_text
+parse_numbered(std::string_view option, std::string_view argument, std::size_t channels) {
+    const std::size_t equals = std::min(argument.find('='), argument.size());
+    const auto number = parse_number<std::size_t>(argument.substr(0, equals));
+    if (equals == argument.size() || !number || *number < 1 || *number > channels) {
+        throw probe_error{
+            exit_code::usage,
+            std::string{option} + " " + std::string{argument} +
+                ": expected N=text with N the number of a channel, 1 to " +
+                std::to_string(channels)};
+    }
+    return {*number, std::string{argument.substr(equals + 1)}};
+}
+
+std::vector<channel_argument> parse_channels(
+    const std::vector<std::string>& channels,
+    const std::vector<std::string>& units,
+    const std::vector<std::string>& scales
+) {
+    if (channels.size() > most_channels) {
+        throw probe_error{
+            exit_code::usage,
+            "A custom sensor has at most " + std::to_string(most_channels) + " channels"};
+    }
+    std::vector<channel_argument> parsed;
+    parsed.reserve(channels.size());
+    for (const std::string& channel : channels) {
+        parsed.push_back(parse_channel(channel));
+    }
+    assign(parsed, "--unit", units, &channel_argument::unit);
+    assign(parsed, "--scale", scales, &channel_argument::scale);
+    return parsed;
+}
+
+settings connection_settings(
+    const connection_arguments& arguments, const connection_secrets& secrets, const char* host_key
+) {
+    settings result;
+    result.emplace(host_key, arguments.host);
+    set(result, keys::port, std::to_string(arguments.port));
+    set(result, keys::path, arguments.path);
+    set(result, keys::security_mode, arguments.security_mode);
+    const bool by_mode = arguments.security_policy.empty() && arguments.security_mode != "none";
+    set(result, keys::security_policy, by_mode ? "Basic256Sha256" : arguments.security_policy);
+    set(result, keys::certificate, secrets.client_certificate);
+    set(result, keys::key, secrets.client_key);
+    set(result, keys::key_password, secrets.client_key_password);
+    if (!arguments.user.empty()) {
+        set(result, keys::user_mode, "username_password");
+        set(result, keys::user, arguments.user);
+        set(result, keys::password, secrets.password);
+    }
+    return result;
+}
+
+void add_channels(
+    settings& to, const std::vector<channel_argument>& channels, const std::string& message_node
+) {
+    set(to, "custom.sensor_message_custom.nodeid", message_node);
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        const std::string channel = "custom.connection_custom.channel" + std::to_string(i + 1);
+        if (i > 0) { // the first channel has no switch
+            to.insert_or_assign(channel, "enable");
+        }
+        if (!channels[i].name.empty()) {
+            set(to, channel + "_settings", "manual");
+            set(to, channel + "_name", channels[i].name);
+        }
+        set(to, channel + "_unit", channels[i].unit);
+        set(to, channel + "_scale_factor", channels[i].scale);
+        set(to, channel + "_nodeid", channels[i].node_id);
+    }
+}
+
+void add_notification(
+    settings& to, const notification& content, const std::optional<std::int32_t>& log_level
+) {
+    to.insert_or_assign("target", content.target);
+    to.insert_or_assign("message", content.message);
+    to.insert_or_assign("write.type", content.type);
+    if (content.timeout) {
+        to.insert_or_assign("timeout", std::to_string(*content.timeout));
+    }
+    if (log_level) {
+        to.insert_or_assign("log_level", std::to_string(*log_level));
+    }
+}
+
+bool takes_generated_key_pair(const settings& values) {
+    const auto mode = values.find(keys::security_mode);
+    return mode == values.end() || mode->second == "none";
+}
+
+bool takes_generated_key_pair(std::string_view record) {
+    return takes_generated_key_pair(nlohmann::json::parse(record).at("settings").get<settings>());
+}
+
+std::string record(std::string_view kind, const settings& values) {
+    for (const auto& [key, text] : values) {
+        if (!is_utf8(key) || !is_utf8(text)) {
+            throw probe_error{exit_code::usage, "The text of " + key + " is no UTF-8"};
+        }
+    }
+    if (!is_utf8(kind)) {
+        throw probe_error{exit_code::usage, "The kind is no UTF-8"};
+    }
+    return nlohmann::json{{"kind", kind}, {"settings", values}}.dump();
+}
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,158 @@
+#include "host/translation.hpp"
+
+#include "host/probe_error.hpp"
+#include "text/words.hpp"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <utility>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+[[nodiscard]] bool has_code(std::string_view name) {
+    return std::ranges::any_of(module_languages, [&](const auto& code) {
+        return same_in_any_case(code.second, name);
+    });
+}
+
+[[nodiscard]] std::string all_languages(const std::vector<std::string>& of_document) {
+    std::vector<std::string> list;
+    for (const auto& [code, name] : module_languages) {
+        list.push_back(std::string{code} + " (" + std::string{name} + ")");
+    }
+    std::ranges::copy_if(of_document, std::back_inserter(list), [](const std::string& name) {
+        return !has_code(name);
+    });
+    return joined(list);
+}
+
+constexpr std::string_view escaped = "#,:[\\]";
+
+/// @param text what stands between the brackets
+[[nodiscard]] std::optional<std::vector<std::string>> parse_arguments(std::string_view text) {
+    // Nothing between the brackets is no argument or an empty one. Taken for the latter it serves
+    // both, because arguments that a template does not name are left out.
+    std::vector<std::string> arguments(1);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == ',') {
+            arguments.emplace_back();
+            continue;
+        }
+        const bool special = escaped.find(text[i]) != std::string_view::npos;
+        if (special) {
+            const bool escapes = text[i] == '\\' && i + 1 < text.size() &&
+                                 escaped.find(text[i + 1]) != std::string_view::npos;
+            if (!escapes) {
+                return std::nullopt;
+            }
+            ++i;
+        }
+        arguments.back() += text[i];
+    }
+    return arguments;
+}
+
+/// @param text what follows the "%"
+/// @return how much of it is an index with ":s"; 0: it is none
+[[nodiscard]] std::size_t read_placeholder(std::string_view text, std::size_t& index) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index);
+    const auto digits = static_cast<std::size_t>(end - text.data());
+    return error == std::errc{} && text.substr(digits).starts_with(":s") ? digits + 2 : 0;
+}
+
+/// @return nothing when there is no text for the key, or one that does not fit
+[[nodiscard]] std::optional<std::string>
+find(const text_map& texts, const std::string& key, const std::vector<std::string>& arguments) {
+    const auto found = texts.find(key);
+    if (found == texts.end() || found->second.empty()) {
+        return std::nullopt;
+    }
+    return fill_template(found->second, arguments);
+}
+
+} // namespace
+
+bool is_english(std::string_view chosen) {
+    return same_in_any_case(chosen, "en") || same_in_any_case(chosen, default_language);
+}
+
+std::string language_name(std::string_view chosen, const std::vector<std::string>& of_document) {
+    for (const auto& [code, name] : module_languages) {
+        if (same_in_any_case(chosen, code) || same_in_any_case(chosen, name)) {
+            return std::string{name};
+        }
+    }
+    for (const std::string& name : of_document) {
+        if (same_in_any_case(chosen, name)) {
+            return name;
+        }
+    }
+    throw probe_error{
+        exit_code::usage,
+        "--language " + std::string{chosen} + ": none of " + all_languages(of_document)};
+}
+
+std::optional<message_identity> parse_identity(std::string_view identity) {
+    const std::size_t bracket = identity.find('[');
+    if (!identity.starts_with("#:") || bracket == std::string_view::npos || bracket == 2 ||
+        !identity.ends_with(']')) {
+        return std::nullopt;
+    }
+    const std::string_view inside =
+        identity.substr(bracket + 1, identity.size() - bracket - 2); // without the brackets
+    auto arguments = parse_arguments(inside);
+    if (!arguments) {
+        return std::nullopt;
+    }
+    return message_identity{std::string{identity.substr(2, bracket - 2)}, std::move(*arguments)};
+}
+
+std::optional<std::string>
+fill_template(std::string_view text, const std::vector<std::string>& arguments) {
+    std::string filled;
+    for (;;) {
+        const std::size_t mark = text.find('%');
+        filled += text.substr(0, mark);
+        if (mark == std::string_view::npos) {
+            return filled;
+        }
+        text.remove_prefix(mark + 1);
+        if (text.starts_with('%')) {
+            filled += '%';
+            text.remove_prefix(1);
+            continue;
+        }
+        std::size_t index = 0;
+        const std::size_t size = read_placeholder(text, index);
+        if (size == 0 || index >= arguments.size()) {
+            return std::nullopt;
+        }
+        filled += arguments[index];
+        text.remove_prefix(size);
+    }
+}
+
+std::string translation::message(const std::string& identity, const std::string& text) const {
+    // A text that is its own identity has no key, whatever it looks like: a server may have sent
+    // it.
+    if (english() || identity == text) {
+        return text;
+    }
+    const std::optional<message_identity> parsed = parse_identity(identity);
+    return parsed ? find(texts_, parsed->key, parsed->arguments).value_or(text) : text;
+}
+
+std::string translation::display(const std::string& key, const std::string& display) const {
+    if (auto text = find(texts_, key, {})) {
+        return *text;
+    }
+    if (auto text = find(texts_, display, {})) {
+        return *text;
+    }
+    return find(english_texts_, display, {}).value_or(display);
+}
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,131 @@
+#include "host/probe_error.hpp"
+#include "probe/cli.hpp"
+
+#include <utility>
+
+#include <CLI/CLI.hpp>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+void add_security_options(CLI::App& command, connection_arguments& to) {
+    command.add_option("--security-mode", to.security_mode, "How messages are secured")
+        ->check(CLI::IsMember({"none", "sign", "sign_encrypt"}))
+        ->capture_default_str();
+    command
+        .add_option(
+            "--security-policy",
+            to.security_policy,
+            "Default: Basic256Sha256 when messages are secured, else none"
+        )
+        ->check(CLI::IsMember({"none", "Basic256Sha256"}));
+    command
+        .add_option("--client-certificate", to.client_certificate_file, "Client certificate, PEM")
+        ->type_name("FILE");
+    command.add_option("--client-key", to.client_key_file, "Private key of the client, PEM")
+        ->type_name("FILE");
+    command
+        .add_option(
+            "--client-key-password-file",
+            to.client_key_password_file,
+            "File with the key's password; else $OPCUA_CLIENT_KEY_PASSWORD"
+        )
+        ->type_name("FILE");
+}
+
+/// @throws probe_error (usage) when the text is no level
+[[nodiscard]] std::int32_t parse_level(const std::string& text) {
+    if (text.size() == 1 && text.front() >= '0' && text.front() <= '7') {
+        return text.front() - '0';
+    }
+    const std::pair<const char*, std::int32_t> names[] = {
+        {"error", 3}, {"warning", 4}, {"info", 6}, {"debug", 7}};
+    for (const auto& [name, level] : names) {
+        if (text == name) {
+            return level;
+        }
+    }
+    throw probe_error{
+        exit_code::usage, "--log-level " + text + ": none of error, warning, info, debug, 0 to 7"};
+}
+
+} // namespace
+
+const char* const settings_help = R"(
+Settings:
+  --set security_mode=sign                       any setting; opcua-probe info lists them
+  --set credentials.connection_opcua.port=4841   by its full key
+  --set-file password=pw.txt                     from a file of at most 1 MiB; secrets must come so, and win over --set
+Options such as --port are short for settings; --set replaces what they say. Settings are checked before anything is
+sent: unknown keys, values that are not allowed and required settings that are missing end with exit code 64.)";
+
+void add_repeatable(
+    CLI::App& command,
+    const char* name,
+    std::vector<std::string>& values,
+    const char* help,
+    const char* shape
+) {
+    command.add_option(name, values, help)->allow_extra_args(false)->type_name(shape);
+}
+
+void add_connection_options(CLI::App& command, connection_arguments& to) {
+    command.add_option("-H,--host", to.host, "Name or address of the server")
+        ->required()
+        ->type_name("HOST");
+    command.add_option("-p,--port", to.port, "Port of the server")
+        ->check(CLI::Range(1, 65535))
+        ->capture_default_str();
+    command.add_option("--path", to.path, "Path of the server, if it has one")
+        ->type_name("URLPATH");
+    CLI::Option* const user =
+        command.add_option("--user", to.user, "User name; default: anonymous")->type_name("USER");
+    command
+        .add_option(
+            "--password-file", to.password_file, "File with the password; else $OPCUA_PASSWORD"
+        )
+        ->type_name("FILE")
+        ->needs(user);
+    add_security_options(command, to);
+    add_repeatable(
+        command,
+        "--set",
+        to.raw,
+        "Any setting of the module (no secrets); KEY may be shortened to its unique end",
+        "KEY=VALUE"
+    );
+    add_repeatable(
+        command, "--set-file", to.raw_files, "The same from a file, secrets, too", "KEY=PATH"
+    );
+}
+
+CLI::Option*
+add_format_option(CLI::App& command, output_format& to, const std::vector<std::string>& formats) {
+    const auto take = [&to](const std::string& name) {
+        to = name == "json"     ? output_format::json
+             : name == "plugin" ? output_format::plugin
+                                : output_format::table;
+    };
+    return command
+        .add_option_function<std::string>("--format", take, "json: one object in each line")
+        ->check(CLI::IsMember(formats))
+        ->default_str("table");
+}
+
+void add_level_option(
+    CLI::App& command,
+    std::optional<std::int32_t>& to,
+    const std::string& help,
+    const std::string& levels
+) {
+    const auto take = [&to](const std::string& text) { to = parse_level(text); };
+    command.add_option_function<std::string>("--log-level", take, help + levels)
+        ->type_name("LEVEL");
+}
+
+void add_logging_option(CLI::App& command, log_arguments& to) {
+    command.add_flag("--logging", to.logging, "Let the sensor write its own log lines, too");
+}
+
+} // namespace tarvik::monitoring_modules::probe

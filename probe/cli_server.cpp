@@ -1,0 +1,118 @@
+#include "probe/cli.hpp"
+
+#include <CLI/CLI.hpp>
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+constexpr const char* browse_footer = R"(
+The last column of the table is what scan custom_sensor takes as --channel where the column "channel" says yes: of an
+array that is its first element, the others follow as [1], [2] and so on. In a shell it stands between quotes. (+5) tells
+how many nodes directly below a node are not shown.
+
+Examples:
+  opcua-probe browse --host plc.example
+  opcua-probe browse --host plc.example 'ns=2;s=Boiler' --depth 1
+  opcua-probe browse --host plc.example --match temperature
+  opcua-probe browse --host plc.example --format json --depth 10 | jq -r 'select(.channel).channel')";
+
+constexpr const char* endpoints_footer = R"(
+Needs no session: user and security settings are not looked at.
+
+Example:
+  opcua-probe endpoints --host plc.example)";
+
+void add_timeout(CLI::App& command, std::uint32_t& to) {
+    command.add_option("--timeout", to, "Longest time for connecting and for each request")
+        ->check(CLI::Range(1, 3600))
+        ->type_name("SECONDS")
+        ->capture_default_str();
+}
+
+constexpr const char* serve_footer = R"(
+Serves, on loopback unless the configuration says otherwise:
+  /                                 a page with all sensors, for people
+  /metrics                          all sensors, for Prometheus (or OpenMetrics, if it asks for that)
+  /probe?target=HOST:PORT&module=M  scans one server now; module M must allow the target; debug=true adds the log
+  /healthz, /readyz                 is the program alive; does each sensor have a result
+
+SIGHUP reads the configuration again: sensors that stay as they were keep their sessions. SIGTERM closes all sessions.
+
+Configuration (YAML):
+  listen: {address: 127.0.0.1, port: 9840}
+  modules:
+    boiler:
+      kind: custom_sensor
+      targets: ["10.20.0.*:4840"]
+      settings: {user: operator, password: {file: password.txt}, security_mode: sign_encrypt}
+      channels: ["Boiler=ns=2;s=Boiler.Temperature"]
+      units: {1: "°C"}
+    status: {kind: server_status_sensor}
+  sensors:
+    - {name: boiler-1, module: boiler, target: "10.20.0.7:4840", interval: 10s}
+    - {name: plc-7, module: status, target: "10.20.0.7:4840", interval: 1m})";
+
+} // namespace
+
+void add_browse(CLI::App& program, browse_options& options) {
+    CLI::App& command = *program.add_subcommand(
+        "browse", "Show the nodes of a server, and which of them a custom sensor can read"
+    );
+    command.add_option("node", options.node, "Where to begin; default: the Objects folder, i=85")
+        ->type_name("NODEID");
+    add_connection_options(command, options.connection);
+    command
+        .add_option(
+            "--depth",
+            options.depth,
+            "Levels to show below the first node; default: 3, with --match all"
+        )
+        ->check(CLI::Range(0, 1'000'000))
+        ->type_name("N");
+    command
+        .add_option(
+            "--match",
+            options.match,
+            "Only nodes whose name or NodeID contains this, in any case, with their paths"
+        )
+        ->check([](const std::string& text) {
+            return text.empty() ? std::string{"the text is empty"} : std::string{};
+        })
+        ->type_name("TEXT");
+    command.add_option("--limit", options.limit, "Look at so many nodes at most")
+        ->check(CLI::Range(1, 10'000'000))
+        ->type_name("N")
+        ->capture_default_str();
+    add_timeout(command, options.timeout);
+    add_format_option(command, options.format);
+    command.footer(browse_footer);
+}
+
+void add_endpoints(CLI::App& program, endpoints_options& options) {
+    CLI::App& command =
+        *program.add_subcommand("endpoints", "List the endpoints of a server and its certificates");
+    add_connection_options(command, options.connection);
+    add_timeout(command, options.timeout);
+    add_format_option(command, options.format);
+    command.footer(endpoints_footer);
+}
+
+void add_serve(CLI::App& program, exporter_options& options) {
+    CLI::App& command = *program.add_subcommand(
+        "serve", "Scan the sensors of a configuration and serve metrics and a page"
+    );
+    command.add_option("--config", options.config, "Configuration, YAML")
+        ->required()
+        ->type_name("FILE");
+    command.add_flag("--check", options.check_only, "Only tell whether the configuration is right");
+    add_level_option(
+        command,
+        options.log_level,
+        "Lines of the module's log on standard error: ",
+        "error, warning (default), info, debug, or 0 to 7"
+    );
+    command.footer(serve_footer);
+}
+
+} // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,94 @@
+#pragma once
+// What a command line asks for.
+
+#include "explorer/commands.hpp"
+#include "exporter/exporter_options.hpp"
+#include "host/probe_error.hpp"
+#include "host/settings_record.hpp"
+#include "terminal/command_context.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace tarvik::monitoring_modules::probe {
+
+struct log_arguments {
+    std::optional<std::int32_t> level; ///< 0 to 7
+    bool logging = false;              ///< the sensor writes its own lines, too
+};
+
+/// What only the plugin format has.
+struct plugin_options {
+    std::vector<std::string> warning;     ///< [CHANNEL=]RANGE, not yet checked
+    std::vector<std::string> critical;    ///< the same
+    double timeout = 10;                  ///< seconds
+    std::string unreachable = "critical"; ///< or "unknown"
+    int verbosity = 0;                    ///< how often -v stands there
+};
+
+struct scan_options {
+    std::string kind;
+    connection_arguments connection;
+    std::vector<channel_argument> channels; ///< of a custom sensor
+    std::string message_node;               ///< of a custom sensor; empty: none
+    double interval = 1.0;                  ///< seconds between the beginnings of scans
+    std::optional<std::uint32_t> count;     ///< nothing: until interrupted
+    output_format format = output_format::table;
+    log_arguments log;
+    plugin_options plugin;
+};
+
+struct check_options {
+    std::string kind; ///< as the module calls it
+    connection_arguments connection;
+    output_format format = output_format::table;
+    log_arguments log;
+};
+
+struct notify_options {
+    connection_arguments connection;
+    notification content;
+    output_format format = output_format::table;
+    log_arguments log; ///< the level: of the lines that the module collects; nothing: all
+};
+
+struct info_options {
+    std::string kind; ///< of the only sensor to show; empty: everything
+    output_format format = output_format::table;
+};
+
+struct demo_options {
+    std::string simulator; ///< path; empty: beside this program
+    output_format format = output_format::table;
+    log_arguments log;
+};
+
+/// Nothing to do but to show a text: help or version.
+struct shown_text {
+    std::string text;
+    exit_code code = exit_code::ok;
+};
+
+struct command_line {
+    std::string module;          ///< path; empty: to be found
+    std::string language = "en"; ///< of the module's texts; not yet checked
+    std::variant<
+        shown_text,
+        scan_options,
+        check_options,
+        notify_options,
+        info_options,
+        demo_options,
+        browse_options,
+        endpoints_options,
+        exporter_options>
+        command;
+};
+
+/// @throws probe_error (usage)
+[[nodiscard]] command_line parse_command_line(int count, const char* const* arguments);
+
+} // namespace tarvik::monitoring_modules::probe
