@@ -2,10 +2,10 @@
 
 #include "exporter/page_state.hpp"
 #include "host/probe_error.hpp"
+#include "host/translation.hpp"
 #include "text/number.hpp"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 #include <vector>
 
@@ -29,8 +29,11 @@ constexpr const char* json_type = "application/json";
     return ids;
 }
 
-constexpr std::array<std::string_view, 9> codes{
-    "en", "de", "es", "fr", "ja", "nl", "pt", "ru", "zh"};
+[[nodiscard]] bool is_known(std::string_view code) {
+    return std::ranges::any_of(module_languages, [code](const auto& language) {
+        return language.first == code;
+    });
+}
 
 } // namespace
 
@@ -98,7 +101,7 @@ http_answer request_routes::ready() const {
 }
 
 std::shared_ptr<const module_document> language_cache::find(const std::string& code) {
-    const std::string known = std::ranges::find(codes, code) == codes.end() ? "en" : code;
+    const std::string known = is_known(code) ? code : "en";
     const std::lock_guard lock{mutex_};
     auto& document = documents_[known];
     if (document == nullptr) {
