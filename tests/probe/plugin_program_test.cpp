@@ -91,7 +91,9 @@ TEST_F(plugin_program, tells_a_server_that_is_gone_as_it_was_asked_to) {
 /// What the program keeps, in a folder of this test's own.
 struct kept_by_plugin : plugin_program {
     [[nodiscard]] std::string scan_here(std::vector<std::string> more) const {
-        std::vector<std::string> arguments{"scan", "server_status_sensor", "--format=plugin"};
+        // On a busy machine, making a key pair takes longer than the plugin's usual patience.
+        std::vector<std::string> arguments{
+            "scan", "server_status_sensor", "--format=plugin", "-t120"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         running_probe program{at_plant(arguments), state_.path()};
         std::string text = program.read_all();
