@@ -33,7 +33,7 @@ static struct {
 static int threads = 0;
 
 static atomic_uint messages = 0;
-static unsigned wanted_messages = 0;
+static atomic_uint wanted_messages = 0;
 static pthread_mutex_t enough_mutex = PTHREAD_MUTEX_INITIALIZER;
 static pthread_cond_t enough = PTHREAD_COND_INITIALIZER;
 static int exits_in_callback = 0;
@@ -55,7 +55,7 @@ static void find(void* library, const char* name, void* function) {
 static void receive(uint64_t context, const uint8_t* bytes, uint32_t size) {
     (void)context, (void)bytes, (void)size;
     pthread_testcancel(); /* which does nothing: the call has to come to its end */
-    if (atomic_fetch_add(&messages, 1) + 1 == wanted_messages) {
+    if (atomic_fetch_add(&messages, 1) + 1 == atomic_load(&wanted_messages)) {
         if (exits_in_callback) {
             exit(0);
         }
@@ -111,7 +111,7 @@ static void start_threads(void) {
 
 static void wait_for_messages(unsigned count) {
     pthread_mutex_lock(&enough_mutex);
-    wanted_messages = count;
+    atomic_store(&wanted_messages, count);
     while (atomic_load(&messages) < count) {
         pthread_cond_wait(&enough, &enough_mutex);
     }
@@ -174,7 +174,7 @@ int main(int count, char** arguments) {
     }
     exits_in_callback = strcmp(arguments[2], "exit_in_callback") == 0;
     if (exits_in_callback) {
-        wanted_messages = rounds;
+        atomic_store(&wanted_messages, rounds);
         start_threads();
         pthread_exit(NULL); /* the others go on until one of them exits */
     }
