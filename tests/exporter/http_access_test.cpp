@@ -79,7 +79,6 @@ TEST_F(http_test, refuses_what_it_does_not_serve) {
         {head("GET /", "Content-Length: 3\r\n") + "abc", 413},
         {head("GET /", "Transfer-Encoding: chunked\r\n") + "0\r\n\r\n", 413},
         {head("GET /", "Host: localhost\r\n"), 400},
-        {"GET / HTTP/1.1\r\n\r\n", 400},
         {evil + " / HTTP/1.1\r\nHost: localhost\r\n\r\n", 405},
         {head("GET http://" + evil + "/", ""), 400},
         {get("/", "", evil + ".example"), 421},
@@ -97,6 +96,8 @@ TEST_F(http_test, refuses_what_it_does_not_serve) {
         {site("/", "cross-site\r\nSec-Fetch-Mode: no-cors"), 403},
         {get("/throw"), 500},
     };
+    // Newer libmicrohttpd refuses this one itself, with a short page of its own.
+    EXPECT_THAT(ask("GET / HTTP/1.1\r\n\r\n"), StartsWith("HTTP/1.1 400 "));
     for (const auto& [request, status] : rows) {
         const std::string answer = ask(request);
         const std::string shown = request.substr(0, 100);
