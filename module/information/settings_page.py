@@ -10,9 +10,20 @@ renew it: `cmake --build --preset release --target settings_page`.
 ## Sensors
 """
 CUSTOM_CHANNELS = """\
-Channels 1 to 10 are what its settings say: integers for Boolean values, whole numbers and \
-points in time (seconds since 1601-01-01 UTC), else floating-point numbers. Boolean values \
+Channels 1 to 10 are what its settings say: integers for Boolean values, whole numbers, and \
+dates and times (seconds since 1601-01-01 UTC), else floating-point numbers. Boolean values \
 have the lookup `positive_boolean_lookup`.
+
+What may surprise:
+
+- Of a text, the number at its start counts, written with a decimal point and without \
+separators of thousands: `12.5 °C` is 12.5, but `1,5` is 1, `1.234,5` is 1.234, `1 000` is 1, \
+and `0x10` is 16. `nan` and `inf` at the start are numbers, too, in capitals or not: `nano` is \
+NaN, which is no number, and `info` is infinite. Any other text fails the scan.
+- A value that the server calls Uncertain fails the scan as a Bad one does, such as with \
+UncertainLastUsableValue, and a scan that fails has no values of any channel.
+- A name service that does not answer can take longer than the time-out of 5 s; see \
+`embedding.md`.
 """
 SETTINGS = """
 ## Settings
