@@ -2,7 +2,7 @@
 
 import {draw_curve, extremes, label_curve, new_curve} from './curve.js';
 import {element, fill_facts, set_attribute, set_text, show_mark, state_mark} from './dom.js';
-import {number_format} from './numbers.js';
+import {number_format, value_text} from './numbers.js';
 
 // From top to bottom, each with its state and how a value breaks it.
 const limits = [
@@ -53,10 +53,10 @@ export class channel_cell {
         set_attribute(this.node, 'data-state', state);
         set_text(this.#name, channel.name);
         set_attribute(this.#name, 'title', channel.name);
-        set_text(this.#number, channel.value);
+        set_text(this.#number, value_text(channel, texts));
         set_text(this.#unit, channel.unit);
         set_attribute(this.#number, 'class', channel.lookup ? 'number words' : 'number');
-        const format = number_format(channel);
+        const format = number_format(channel, texts);
         this.#show_state(state, format);
         this.#label();
         this.#axis.hidden = !opened;
@@ -98,8 +98,9 @@ export class channel_cell {
         }
         const channel = this.#channel;
         const range = this.#range();
-        const format = number_format(channel);
-        const now = channel.unit ? `${channel.value} ${channel.unit}` : channel.value;
+        const format = number_format(channel, this.#texts);
+        const value = value_text(channel, this.#texts);
+        const now = channel.unit ? `${value} ${channel.unit}` : value;
         const key = range === null ? 'curve.empty' : channel.lookup ? 'curve.words' : 'curve.range';
         const values = range === null ? {} : {minimum: format(range.low), maximum: format(range.high), now};
         label_curve(this.#picture, this.#texts.get(key, {name: channel.name, ...values}));
@@ -109,11 +110,12 @@ export class channel_cell {
         const channel = this.#channel;
         const range = channel.lookup ? null : this.#range();
         const format_limit = limit => (Number.isFinite(limit) ? format(limit) : null);
+        const raw = String(channel.raw ?? '');
         const facts = [
             ['channel.minimum', range && format(range.low)],
             ['channel.maximum', range && format(range.high)],
             ...limits.map(([name]) => [`limit.${name}`, format_limit(channel.limits?.[name])]),
-            ['channel.raw', String(channel.raw) === channel.value ? null : String(channel.raw ?? '')],
+            ['channel.raw', raw === channel.value ? null : this.#texts.decimal(raw)],
         ].filter(([, text]) => text);
         fill_facts(this.#facts, facts.map(([key, text]) => [this.#texts.get(key), text]));
     }

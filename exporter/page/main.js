@@ -75,7 +75,7 @@ function show() {
     part('sensors').hidden = all === 0;
     part('empty').hidden = !answered || all > 0;
     set_text(part('version'), answered ? `opcua-probe ${known.version}` : '');
-    document.title = (number.error > 0 ? `(${number.error}) ` : '') + words.get('page.title');
+    document.title = (number.error > 0 ? `(${words.number(number.error)}) ` : '') + words.get('page.title');
     fresh.update(polling, known.answered_at, words);
 }
 

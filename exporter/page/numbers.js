@@ -1,20 +1,23 @@
-// Numbers of a channel that do not come formatted from the probe, limits and extremes, in the look of its value.
+// Numbers of a channel in the reader's language: its value as the probe wrote it, and what comes unformatted, limits
+// and extremes, in the look of the value.
 
 const powers = [1, 2, 3, 4, 5];
 const magnitudes = powers.flatMap(power => [1024 ** -power, 1000 ** -power, 1000 ** power]);
 const usual_factors = [1, ...magnitudes, 1 / 60, 1 / 3600];
 const time_span = /^-?\d+ (?:d|h|min)\b/;
-const time_parts = [[86400, 'd'], [3600, 'h'], [60, 'min'], [1, 's']];
+const time_parts = [[86400, 'day'], [3600, 'hour'], [60, 'minute'], [1, 'second']];
+const time_words = /(\d+) (d|h|min|s)\b/g;
+const time_names = {d: 'day', h: 'hour', min: 'minute', s: 'second'}; // as the probe writes them
 
 // The two largest parts of a number of seconds: "2 d 4 h".
-function format_time_span(seconds) {
+function format_time_span(seconds, texts) {
     const size = Math.abs(seconds);
     const first = time_parts.findIndex(([length]) => size >= length);
     let rest = Math.trunc(size);
     const words = time_parts.slice(first, first < 0 ? undefined : first + 2).map(([length, name]) => {
         const count = Math.trunc(rest / length);
         rest -= count * length;
-        return `${count}\u00a0${name}`;
+        return texts.time_part(count, name);
     });
     return (seconds < 0 ? '-' : '') + words.join(' ');
 }
@@ -32,10 +35,21 @@ function factor_of(channel, shown, decimals) {
     return [...usual_factors, ...rounded].find(factor => Math.abs(channel.raw * factor - shown) <= rounding) ?? NaN;
 }
 
+// @return the value's text, without the unit
+export function value_text({value, lookup}, texts) {
+    if (lookup) {
+        return value;
+    }
+    if (time_span.test(value)) {
+        return value.replace(time_words, (_, count, name) => texts.time_part(Number(count), time_names[name]));
+    }
+    return texts.decimal(value);
+}
+
 // @return raw value => text, with the unit where the scale of the shown value could be found
-export function number_format(channel) {
+export function number_format(channel, texts) {
     if (time_span.test(channel.value)) {
-        return format_time_span;
+        return raw => format_time_span(raw, texts);
     }
     const shown = channel.lookup || channel.value.trim() === '' ? NaN : Number(channel.value);
     const decimals = /\.(\d+)$/.exec(channel.value)?.[1].length ?? 0;
@@ -44,6 +58,6 @@ export function number_format(channel) {
     return raw => {
         const value = raw * (Number.isFinite(factor) ? factor : 1);
         const rounded = Math.abs(value) < 1 ? value.toPrecision(3) : value.toFixed(Math.max(decimals, 2));
-        return String(Number(rounded)) + unit;
+        return texts.decimal(String(Number(rounded))) + unit;
     };
 }

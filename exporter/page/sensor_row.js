@@ -89,12 +89,12 @@ export class sensor_row {
         const moment = time => (time === null ? texts.get('sensor.no_time') : texts.moment(time));
         const when = last_good === null ? texts.get('sensor.never') : texts.distance(last_good, now);
         set_text(this.#age, stale && last_good !== null ? texts.get('sensor.stale', {when}) : when);
-        set_attribute(this.#age, 'title', `${texts.get('sensor.last_good')}: ${moment(last_good)}`);
+        set_attribute(this.#age, 'title', texts.get('sensor.last_good_at', {when: moment(last_good)}));
         if (this.#opened) {
             fill_facts(this.#facts, [
                 [texts.get('sensor.last_good'), moment(last_good)],
                 [texts.get('sensor.last_scan'), moment(last_scan)],
-                [texts.get('sensor.interval'), texts.seconds(interval)],
+                [texts.get('sensor.interval'), texts.time_part(interval, 'second')],
                 [texts.get('sensor.kind'), kind],
                 [texts.get('sensor.id'), String(id)],
             ]);

@@ -28,16 +28,20 @@ export function choose_language(wishes) {
 
 export class texts {
     #table;
-    #seconds;
     #distance;
+    #decimal_sign;
+    #time_parts;
 
     // @param table key -> text with {placeholders}
     constructor(language, table) {
         this.language = language;
         this.tag = languages[language].tag ?? language;
         this.#table = table;
-        this.#seconds = new Intl.NumberFormat(this.tag, {style: 'unit', unit: 'second', maximumFractionDigits: 3});
         this.#distance = new Intl.RelativeTimeFormat(this.tag, {style: 'short', numeric: 'auto'});
+        const parts = new Intl.NumberFormat(this.tag).formatToParts(0.5);
+        this.#decimal_sign = parts.find(({type}) => type === 'decimal').value;
+        this.#time_parts = Object.fromEntries(['day', 'hour', 'minute', 'second'].map(unit =>
+            [unit, new Intl.NumberFormat(this.tag, {style: 'unit', unit, maximumFractionDigits: 3})]));
         const time_format = options => {
             const format = new Intl.DateTimeFormat(this.tag, options);
             return time => format.format(time * 1000);
@@ -59,8 +63,14 @@ export class texts {
         return text.replace(/\{(\w+)\}/g, (whole, name) => values[name] ?? whole);
     }
 
-    seconds(value) {
-        return this.#seconds.format(value);
+    // @param text a number as the probe and JavaScript write it; it keeps its digits
+    decimal(text) {
+        return text.replace('.', this.#decimal_sign);
+    }
+
+    // @param unit day, hour, minute or second
+    time_part(count, unit) {
+        return this.#time_parts[unit].format(count);
     }
 
     // How far off a time is, in steps coarse enough to read: "now", "20 sec. ago", "in 5 sec.", "3 min. ago".

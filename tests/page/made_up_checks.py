@@ -112,6 +112,29 @@ def check_curves(_):
         expect(re.search(r"minimum \d\.\d+\sGiB", memory), f"bytes are not shown as the value is: {memory!r}")
 
 
+def check_languages(_):
+    """Numbers, time spans and colons are written as the reader's language does."""
+    with FakeProbe() as probe, PageView() as page:
+        page.show(probe.url + "#search=pump-9")
+        page.until("curves", "shown().length === 1 && drawn(shown()[0])")
+        page.run("shown()[0].querySelector('.name').click()")
+        for language, sign, span, colon in (
+            ("en", ".", "2 days # hr", ": "), ("de", ",", "2 Tg. # Std.", ": "), ("fr", ",", "2 j # h", "\u00a0: "),
+            ("ja", ".", "2 日 # 時間", "："),
+        ):
+            page.choose_language(language)
+            hint = page.run("shown()[0].querySelector('.age').title")
+            expect(re.match(rf"[^:：\u00a0]*[^:：\s]{colon}\S", hint), f"{language}: hint {hint!r}")
+            for part in (".number", "title", ".facts"):  # the value, the curve's words, the details
+                temperature, uptime = page.run(
+                    "[0, 2].map(place => text(shown()[0].querySelectorAll('.channel')[place], a[0]))", part)
+                signs = set(re.findall(r"\d([.,])\d", temperature))
+                expect(signs == {sign}, f"{language}: {temperature!r}")
+                if part != ".facts":
+                    words = re.sub(r"\d+( \w+\.?)$", r"#\1", re.sub(r"\s", " ", uptime))
+                    expect(words.endswith(span), f"{language}: {uptime!r}")
+
+
 def check_many_sensors(context):
     """500 sensors: curves only for rows in sight, no row is lost or moves while it is read, and no task takes long."""
     with FakeProbe(sensors=500, servers=40) as probe, PageView() as page:
