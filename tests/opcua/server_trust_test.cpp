@@ -347,21 +347,38 @@ TEST_F(server_trust, is_asked_for_about_the_certificate_that_encrypts_the_passwo
 }
 
 TEST_F(server_trust, is_about_the_endpoint_that_is_used) {
-    // Several endpoints fit: the highest level counts, and the last of those.
-    std::vector<bytes> shown;
-    encrypting_peer.play({.rewrite_endpoints = [&](UA_GetEndpointsResponse& response) {
-        UA_EndpointDescription* last = response.endpoints + response.endpointsSize - 1;
-        ASSERT_EQ(response.endpoints->securityMode, UA_MESSAGESECURITYMODE_NONE);
-        UA_EndpointDescription_clear(last);
-        ASSERT_EQ(UA_EndpointDescription_copy(response.endpoints, last), UA_STATUSCODE_GOOD);
-        assign(last->server.applicationUri, "urn:other");
-        assign(last->serverCertificate, "not the one");
-        last->securityLevel = response.endpoints->securityLevel;
-        ++response.endpoints->securityLevel;
+    encrypting_peer.play({.rewrite_endpoints = [](UA_GetEndpointsResponse& response) {
+        // All fit: the highest level counts, and the last of those.
+        ASSERT_EQ(response.endpointsSize, 3U);
+        const auto three = elements(response.endpoints, response.endpointsSize);
+        ASSERT_EQ(three[0].securityMode, UA_MESSAGESECURITYMODE_NONE);
+        for (UA_EndpointDescription& copy : three.subspan(1)) {
+            UA_EndpointDescription_clear(&copy);
+            ASSERT_EQ(UA_EndpointDescription_copy(three.data(), &copy), UA_STATUSCODE_GOOD);
+        }
+        assign(three[0].serverCertificate, "as high, but earlier");
+        assign(three[2].serverCertificate, "later, but lower");
+        ++three[0].securityLevel;
+        ++three[1].securityLevel;
+        assign(three[1].endpointUrl, "opc.tcp://plc-7.invalid:4841/elsewhere");
     }});
     host_judge host;
     EXPECT_EQ(connect(settings_of(encrypting_peer, security_mode::none, true)), "no error");
     EXPECT_EQ(host.asked(), std::vector{about(encrypting_peer, encrypting->certificate())});
+}
+
+TEST(server_trust_once_given, holds_while_channels_are_renewed) {
+    constexpr auto lifetime = 800ms;
+    const auto server = start_plant({.endpoints = every_mode, .security_token_lifetime = lifetime});
+    host_judge host;
+    logged_client client{secured(*server)};
+    client.read(tank_level);
+    host.answer(UA_STATUSCODE_BADCERTIFICATEUNTRUSTED);
+    for (int i = 0; i < 25; ++i) {
+        std::this_thread::sleep_for(lifetime / 10);
+        EXPECT_EQ(error_of([&] { client.read(tank_level); }), "no error");
+    }
+    EXPECT_EQ(host.asked().size(), 1U);
 }
 
 TEST_F(server_trust, is_not_given_where_there_is_no_certificate_or_endpoint) {
