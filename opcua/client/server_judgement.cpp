@@ -64,14 +64,6 @@ class judge {
     liblog::log_interface& log_;
 };
 
-template <typename T>
-void replace(T& target, const T& source, const UA_DataType& type) {
-    UA_clear(&target, &type);
-    if (UA_copy(&source, &target, &type) != UA_STATUSCODE_GOOD) {
-        throw std::bad_alloc{};
-    }
-}
-
 } // namespace
 
 bool is_to_be_judged(const client_settings& settings) noexcept {
@@ -103,8 +95,8 @@ UA_StatusCode submit_to_judge(
         return UA_STATUSCODE_BADIDENTITYTOKENREJECTED;
     }
     const UA_EndpointDescription& endpoint = *choice->endpoint;
-    replace(config.endpoint, endpoint, UA_TYPES[UA_TYPES_ENDPOINTDESCRIPTION]);
-    replace(config.userTokenPolicy, *choice->token, UA_TYPES[UA_TYPES_USERTOKENPOLICY]);
+    assign(config.endpoint, ua_endpoint_description::copy_of(endpoint));
+    assign(config.userTokenPolicy, ua_user_token_policy::copy_of(*choice->token));
 
     const judge ask{url, view_of(endpoint.server.applicationUri), log};
     if (endpoint.securityMode != UA_MESSAGESECURITYMODE_NONE) {

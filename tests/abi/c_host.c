@@ -1,6 +1,6 @@
 /*
  * A host in C99 that knows nothing but the C headers: loads the module as the monitoring system
- * does, offers it a store and a judge, drives all ten functions through every status number that
+ * does, offers it a store, drives all ten functions through every status number that
  * needs no server, unloads it, sees that nothing stayed behind, and does it all again. Also run
  * under valgrind, where each round must give back what it took.
  *
@@ -127,32 +127,18 @@ static int32_t save(void* user, const char* name, const uint8_t* bytes, uint32_t
 
 static void (*set_store)(ZunoStoreLoad, ZunoStoreSave, void*) = NULL;
 static uint32_t (*prepare_module)(void) = NULL;
+static void (*set_server_trust)(ZunoServerTrust, void*) = NULL;
 
 static void offer_store(const char* helper_path) {
     void* const helper = dlopen(helper_path, RTLD_NOW | RTLD_NOLOAD);
     (void)sizeof(set_store == &ZunoSetStore);
     (void)sizeof(prepare_module == &ZunoPrepareModule);
+    (void)sizeof(set_server_trust == &ZunoSetServerTrust);
     find(helper, "ZunoSetStore", &set_store);
     find(helper, "ZunoPrepareModule", &prepare_module);
-    set_store(load, save, kept);
-    dlclose(helper);
-}
-
-/* A judge who never sees a server: nobody answers where these records lead. */
-static uint32_t judge(void* user, const char* url, const uint8_t* certificate, uint32_t size) {
-    (void)certificate;
-    (void)size;
-    CHECK(user == NULL && url == NULL); /* which cannot be */
-    return UINT32_C(0x801A0000);
-}
-
-static void (*set_server_trust)(ZunoServerTrust, void*) = NULL;
-
-static void offer_judge(const char* helper_path) {
-    void* const helper = dlopen(helper_path, RTLD_NOW | RTLD_NOLOAD);
-    (void)sizeof(set_server_trust == &ZunoSetServerTrust);
     find(helper, "ZunoSetServerTrust", &set_server_trust);
-    set_server_trust(judge, NULL);
+    set_store(load, save, kept);
+    set_server_trust(NULL, NULL);
     dlclose(helper);
 }
 
@@ -281,7 +267,6 @@ static void check_round(const char* module_path, const char* helper_path) {
     FUNCTIONS(FIND);
     set_log_sink(helper_path);
     offer_store(helper_path);
-    offer_judge(helper_path);
     check_not_initialised();
     CHECK(prepare_module() == OPCUA_MODULE_NOT_INITIALISED);
     check_initialisation();
@@ -289,7 +274,6 @@ static void check_round(const char* module_path, const char* helper_path) {
     check_information();
     check_failures();
     check_refusals();
-    set_server_trust(NULL, NULL);
     CHECK(module.CleanupModule() == 0);
     CHECK(prepare_module() == OPCUA_MODULE_NOT_INITIALISED);
     check_not_initialised();
