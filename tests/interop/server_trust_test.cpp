@@ -29,8 +29,7 @@ std::string sha1_of(const std::uint8_t* bytes, std::uint32_t size) {
     return digits;
 }
 
-class server_trust : public by_maker {
-  protected:
+struct server_trust : by_maker {
     server_trust() { set_judge_(&judge, this); }
     ~server_trust() override { set_judge_(nullptr, nullptr); }
 

@@ -22,14 +22,13 @@ namespace {
 constexpr std::uint32_t trusted = 0;
 constexpr std::uint32_t revoked = 0x801D0000;
 
-class server_trust : public testing::Test {
-  protected:
+struct server_trust : testing::Test {
     server_trust() {
         server.start();
         host.record_log();
-        set_judge(&judge, this);
+        set_judge_(&judge, this);
     }
-    ~server_trust() override { set_judge(nullptr, nullptr); }
+    ~server_trust() override { set_judge_(nullptr, nullptr); }
 
     [[nodiscard]] setting_map settings() const {
         return custom_settings(
@@ -77,7 +76,7 @@ class server_trust : public testing::Test {
 
     std::thread::id thread_ = std::this_thread::get_id();
     shared_library framework_{ZUNOHELPER_PATH};
-    decltype(&ZunoSetServerTrust) set_judge =
+    decltype(&ZunoSetServerTrust) set_judge_ =
         framework_.function<decltype(ZunoSetServerTrust)>("ZunoSetServerTrust");
 };
 

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <thread>
@@ -204,16 +205,16 @@ TEST_F(server_trust, may_be_asked_by_many_while_hosts_change_their_minds) {
     const std::string refused = could_not("connect to", "BadCertificateUntrusted");
     const client_settings settings = settings_of(encrypting_peer, security_mode::none, true);
     {
-        std::atomic<int> running{3};
-        std::vector<std::jthread> threads;
-        for (int i = 0; i < 3; ++i) {
-            threads.emplace_back([&] {
+        std::vector<std::jthread> threads(3);
+        std::atomic<std::size_t> running{threads.size()};
+        for (std::jthread& thread : threads) {
+            thread = std::jthread{[&] {
                 for (int round = 0; round < 20; ++round) {
                     const std::string outcome = connect(settings);
                     EXPECT_TRUE(outcome == "no error" || outcome == refused) << outcome;
                 }
                 --running;
-            });
+            }};
         }
         for (int turn = 0; running > 0; ++turn) {
             ZunoSetServerTrust(turn % 3 == 0 ? yes : turn % 3 == 1 ? no : nullptr, nullptr);
