@@ -221,6 +221,7 @@ void ua_client::close() noexcept {
     // answer, without.
     const auto deadline = clock::now() + close_time_out;
     UA_Client_disconnectAsync(client_.get());
+    drain(); // where there is no session, this closes the channel; there is no answer to wait for
     while (!channel_is_closed() && clock::now() < deadline) {
         UA_Client_run_iterate(client_.get(), step_before(deadline));
     }
