@@ -6,6 +6,7 @@
 #include "module/include/opcua_module.h"
 #include "module/module_instance_adapter.hpp"
 #include "module/zuno_module_opcua.hpp"
+#include "zunohelper/host_trust.hpp"
 
 #include <chrono>
 #include <cstring>
@@ -50,6 +51,16 @@ void register_library_end() {
     static const library_end end;
 }
 
+/// Whether the calling thread is inside the host's judge of servers, and so in the midst of a
+/// connect whose locks it holds.
+bool is_inside_judge() {
+    const bool is_inside = tarvik::monitoring_modules::libzunohelper::host_trust::is_asking();
+    if (is_inside && adapter) {
+        adapter->log_error("The module cannot be called from inside the judge of servers.");
+    }
+    return is_inside;
+}
+
 /// Runs the work; anything thrown becomes the one number, and no work once the library has begun
 /// to end the other.
 template <typename Work>
@@ -59,7 +70,7 @@ std::uint32_t guard(std::uint32_t failure, std::uint32_t too_late, const Work& w
         return too_late;
     }
     try {
-        return work();
+        return is_inside_judge() ? failure : work();
     } catch (...) {
         return failure;
     }

@@ -40,6 +40,10 @@ void module_instance_adapter::log(std::string_view text) const {
     liblog::write(current_log().get(), severity::debug, text);
 }
 
+void module_instance_adapter::log_error(std::string_view text) const {
+    liblog::write(current_log().get(), severity::error, text);
+}
+
 /// Runs the work between its two lines. When it throws, the end line is not written.
 template <typename Work>
 auto module_instance_adapter::operation(std::string_view name, const Work& work) const {

@@ -27,6 +27,9 @@ class module_instance_adapter {
     /// Writes a line at debug level to the module's log, if there is one.
     void log(std::string_view text) const;
 
+    /// The same at error level.
+    void log_error(std::string_view text) const;
+
     /// Sends the module information through the callback.
     void get_module_information(bool load_languages) const;
 

@@ -108,9 +108,13 @@ ua_client::connect(const std::string& url, std::chrono::milliseconds time_out, u
 template <typename Condition>
 UA_StatusCode ua_client::run_until(clock::time_point deadline, const Condition& is_met) {
     for (UA_StatusCode status = UA_STATUSCODE_GOOD;;) {
-        if (const UA_StatusCode connect = state_of(client_.get()).connect;
-            connect != UA_STATUSCODE_GOOD) {
-            status = connect;
+        const client_state state = state_of(client_.get());
+        if (const UA_StatusCode objection = verification_.objection(state.channel);
+            objection != UA_STATUSCODE_GOOD) {
+            return objection;
+        }
+        if (state.connect != UA_STATUSCODE_GOOD) {
+            status = state.connect;
         }
         if (status != UA_STATUSCODE_GOOD) {
             return explained(status);
@@ -217,6 +221,7 @@ void ua_client::close() noexcept {
     // answer, without.
     const auto deadline = clock::now() + close_time_out;
     UA_Client_disconnectAsync(client_.get());
+    drain(); // where there is no session, this closes the channel; there is no answer to wait for
     while (!channel_is_closed() && clock::now() < deadline) {
         UA_Client_run_iterate(client_.get(), step_before(deadline));
     }

@@ -7,12 +7,14 @@
 // for sharing between threads.
 
 #include "opcua/connect_watch.hpp"
+#include "opcua/server_verification.hpp"
 #include "opcua/ua_logger.hpp"
 #include "opcua/ua_value.hpp"
 
 #include <chrono>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include <open62541/client.h>
 
@@ -39,7 +41,8 @@ class ua_client {
     /// Connects, in one attempt: it ends when the other side closes. To be called once.
     /// @param goal channel_open stops before a session is made.
     /// @return good; otherwise the stack's status: BadTimeout when the time-out passed first,
-    /// BadConnectionClosed or BadSecurityChecksFailed when the other side closed (connect_watch).
+    /// BadConnectionClosed or BadSecurityChecksFailed when the other side closed (connect_watch),
+    /// the answer to verify_server's question when that was not Good.
     [[nodiscard]] UA_StatusCode
     connect(const std::string& url, std::chrono::milliseconds time_out, until goal);
 
@@ -50,6 +53,12 @@ class ua_client {
 
     /// Has a session closed whose login is refused; to be called before connect.
     void close_refused_session() noexcept { watch_.close_refused_session(); }
+
+    /// Has a question asked about the certificate with which the server secures the channel; to be
+    /// called before connect, with the configuration's endpoint set (server_verification).
+    void verify_server(server_verification::question ask) {
+        verification_.install(config(), std::move(ask));
+    }
 
     /// Whether a connect that failed may have left a session on the server, for as long as its
     /// time-out is.
@@ -90,8 +99,9 @@ class ua_client {
     [[nodiscard]] bool channel_is_closed() const noexcept;
     void close() noexcept;
 
-    ua_logger logger_;    // the stack client logs through it until it is deleted
-    connect_watch watch_; // the stack calls it until then
+    ua_logger logger_;                 // the stack client logs through it until it is deleted
+    connect_watch watch_;              // the stack calls it until then
+    server_verification verification_; // likewise
     std::unique_ptr<UA_Client, deleter> client_;
 };
 

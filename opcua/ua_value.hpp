@@ -81,6 +81,7 @@ using ua_variant = ua_value<UA_Variant, UA_TYPES_VARIANT>;
 using ua_endpoint_description = ua_value<UA_EndpointDescription, UA_TYPES_ENDPOINTDESCRIPTION>;
 using ua_get_endpoints_response = ua_value<UA_GetEndpointsResponse, UA_TYPES_GETENDPOINTSRESPONSE>;
 using ua_read_response = ua_value<UA_ReadResponse, UA_TYPES_READRESPONSE>;
+using ua_user_token_policy = ua_value<UA_UserTokenPolicy, UA_TYPES_USERTOKENPOLICY>;
 using ua_user_name_token = ua_value<UA_UserNameIdentityToken, UA_TYPES_USERNAMEIDENTITYTOKEN>;
 
 /// The bytes of a stack string, valid as long as the string; a null string gives an empty text.
@@ -105,6 +106,13 @@ inline void assign(UA_String& target, std::string_view text) {
     ua_string copy = make_ua_string(text);
     UA_String_clear(&target);
     target = copy.release();
+}
+
+/// Replaces a value inside a stack structure.
+template <typename T, std::size_t TypeIndex>
+void assign(T& target, ua_value<T, TypeIndex> value) noexcept {
+    UA_clear(&target, value.type());
+    target = value.release();
 }
 
 /// The elements of an array inside a stack structure; empty for the stack's null and empty-array

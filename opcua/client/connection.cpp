@@ -3,6 +3,7 @@
 #include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/client/client_configuration.hpp"
 #include "opcua/client/endpoint_list.hpp"
+#include "opcua/client/server_judgement.hpp"
 #include "opcua/status_text.hpp"
 #include "zunohelper/host_events.hpp"
 
@@ -78,8 +79,7 @@ std::unique_ptr<ua_client> connection::open_session(bool probing) {
         client->close_refused_session();
     }
     libzunohelper::report_event(ZUNO_EVENT_CONNECTING, url_);
-    const UA_StatusCode status =
-        client->connect(url_, time_out_of(settings_), ua_client::until::session_activated);
+    const UA_StatusCode status = connect(*client);
     if (status != UA_STATUSCODE_GOOD) {
         if (client->session_may_remain()) {
             unfinished_.add(settings_);
@@ -87,6 +87,22 @@ std::unique_ptr<ua_client> connection::open_session(bool probing) {
         throw exceptions::opcua_connection_failed{status_name(status)};
     }
     return client;
+}
+
+UA_StatusCode connection::connect(ua_client& client) const {
+    auto time_out = time_out_of(settings_);
+    if (is_to_be_judged(settings_)) {
+        const auto deadline = clock::now() + time_out;
+        const UA_StatusCode status = submit_to_judge(client, url_, deadline, log_);
+        if (status != UA_STATUSCODE_GOOD) {
+            return status;
+        }
+        time_out = std::chrono::floor<milliseconds>(deadline - clock::now());
+        if (time_out <= milliseconds::zero()) {
+            return UA_STATUSCODE_BADTIMEOUT;
+        }
+    }
+    return client.connect(url_, time_out, ua_client::until::session_activated);
 }
 
 bool connection::can_be_relied_upon() const noexcept {

@@ -69,6 +69,7 @@ class connection {
 
     [[nodiscard]] bool can_be_relied_upon() const noexcept;
     [[nodiscard]] std::unique_ptr<ua_client> open_session(bool probing);
+    [[nodiscard]] UA_StatusCode connect(ua_client& client) const;
 
     const client_settings& settings_;
     libcertificatehelper::allocator& certificates_;

@@ -19,4 +19,9 @@ namespace tarvik::monitoring_modules::opcua {
 [[nodiscard]] ua_get_endpoints_response
 fetch_endpoints(ua_client& client, const std::string& url, std::chrono::milliseconds time_out);
 
+/// The same with an end for both; the configuration's time-out is replaced.
+[[nodiscard]] ua_get_endpoints_response fetch_endpoints(
+    ua_client& client, const std::string& url, std::chrono::steady_clock::time_point deadline
+);
+
 } // namespace tarvik::monitoring_modules::opcua

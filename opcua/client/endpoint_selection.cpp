@@ -57,6 +57,11 @@ bool is_available(const endpoint_requirements& requirements, const UA_String& po
     return std::find(available.begin(), available.end(), view_of(policy_uri)) != available.end();
 }
 
+bool is_spoken(const UA_EndpointDescription& endpoint) {
+    const std::string_view transport = view_of(endpoint.transportProfileUri);
+    return transport.empty() || transport == ua_tcp_binary;
+}
+
 /// Why the endpoint's security does not fit; empty when it does.
 std::string_view security_objection(
     const UA_EndpointDescription& endpoint, const endpoint_requirements& requirements
@@ -153,8 +158,7 @@ ua_endpoint_description find_matching_endpoint(
     liblog::log_interface* log
 ) {
     for (const UA_EndpointDescription& endpoint : endpoints) {
-        const std::string_view transport = view_of(endpoint.transportProfileUri);
-        if (!transport.empty() && transport != ua_tcp_binary) {
+        if (!is_spoken(endpoint)) {
             continue;
         }
         const std::string description = describe(endpoint);
@@ -171,6 +175,27 @@ ua_endpoint_description find_matching_endpoint(
     }
     liblog::write(log, severity::error, "No matching endpoint found");
     throw exceptions::opcua_matching_endpoint_failed{};
+}
+
+std::optional<endpoint_choice> choose_as_stack(
+    std::span<const UA_EndpointDescription> endpoints, const endpoint_requirements& requirements
+) {
+    std::optional<endpoint_choice> best;
+    for (const UA_EndpointDescription& endpoint : endpoints) {
+        const bool is_less = best && endpoint.securityLevel < best->endpoint->securityLevel;
+        if (is_less || !is_spoken(endpoint) ||
+            !security_objection(endpoint, requirements).empty()) {
+            continue;
+        }
+        const auto tokens = elements(endpoint.userIdentityTokens, endpoint.userIdentityTokensSize);
+        const auto token = std::find_if(tokens.begin(), tokens.end(), [&](const auto& offered) {
+            return token_objection(offered, requirements).empty();
+        });
+        if (token != tokens.end()) {
+            best = {&endpoint, &*token};
+        }
+    }
+    return best;
 }
 
 } // namespace tarvik::monitoring_modules::opcua

@@ -7,6 +7,7 @@
 #include "common/liblog/log_interface.hpp"
 #include "opcua/ua_value.hpp"
 
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,20 @@ struct endpoint_requirements {
     std::span<const UA_EndpointDescription> endpoints,
     const endpoint_requirements& requirements,
     liblog::log_interface* log
+);
+
+/// An endpoint and the identity token that it asks for, in the server's list.
+struct endpoint_choice {
+    const UA_EndpointDescription* endpoint;
+    const UA_UserTokenPolicy* token;
+};
+
+/// What the stack would choose from the list for a session: of the endpoints that fit, the last of
+/// the highest security level, and its first token that fits.
+/// @param endpoints as above
+/// @return pointers into the list; nothing where none fits.
+[[nodiscard]] std::optional<endpoint_choice> choose_as_stack(
+    std::span<const UA_EndpointDescription> endpoints, const endpoint_requirements& requirements
 );
 
 } // namespace tarvik::monitoring_modules::opcua

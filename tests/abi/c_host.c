@@ -1,14 +1,15 @@
 /*
  * A host in C99 that knows nothing but the C headers: loads the module as the monitoring system
- * does, offers it a store, drives all ten functions through every status number that needs no
- * server, unloads it, sees that nothing stayed behind, and does it all again. Also run under
- * valgrind, where each round must give back what it took.
+ * does, offers it a store, drives all ten functions through every status number that
+ * needs no server, unloads it, sees that nothing stayed behind, and does it all again. Also run
+ * under valgrind, where each round must give back what it took.
  *
  * usage: abi_c_host LIBOPCUA LIBZUNOHELPER ROUNDS
  */
 #define _GNU_SOURCE /* RTLD_NOLOAD */
 #include "opcua_module.h"
 #include "zunohelper/preparation.h"
+#include "zunohelper/server_trust.h"
 #include "zunohelper/store.h"
 
 #include <dlfcn.h>
@@ -126,14 +127,18 @@ static int32_t save(void* user, const char* name, const uint8_t* bytes, uint32_t
 
 static void (*set_store)(ZunoStoreLoad, ZunoStoreSave, void*) = NULL;
 static uint32_t (*prepare_module)(void) = NULL;
+static void (*set_server_trust)(ZunoServerTrust, void*) = NULL;
 
 static void offer_store(const char* helper_path) {
     void* const helper = dlopen(helper_path, RTLD_NOW | RTLD_NOLOAD);
     (void)sizeof(set_store == &ZunoSetStore);
     (void)sizeof(prepare_module == &ZunoPrepareModule);
+    (void)sizeof(set_server_trust == &ZunoSetServerTrust);
     find(helper, "ZunoSetStore", &set_store);
     find(helper, "ZunoPrepareModule", &prepare_module);
+    find(helper, "ZunoSetServerTrust", &set_server_trust);
     set_store(load, save, kept);
+    set_server_trust(NULL, NULL);
     dlclose(helper);
 }
 

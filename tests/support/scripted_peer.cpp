@@ -208,17 +208,14 @@ bool scripted_peer::move_answer(link& of) {
         return false;
     }
     for (std::string message; !of.holding && !(message = take_message(of.answers)).empty();) {
-        std::function<void(UA_ReadResponse&)> rewrite;
-        {
+        const script now = [this] {
             const std::lock_guard lock{mutex_};
-            rewrite = plan_.rewrite;
-        }
+            return plan_;
+        }();
         if (of.next_result != UA_STATUSCODE_GOOD) {
             set_service_result(message, std::exchange(of.next_result, UA_STATUSCODE_GOOD));
         }
-        if (rewrite) {
-            rewrite_read_response(message, rewrite);
-        }
+        rewrite_answer(message, now);
         if (!send_all(of.client.get(), message)) {
             return false;
         }

@@ -31,6 +31,7 @@ enum class moment {
     close_session,
     read,
     write,
+    unreadable, ///< any message of an encrypted channel
 };
 
 enum class deed {
@@ -47,6 +48,9 @@ struct script {
     UA_StatusCode status = UA_STATUSCODE_GOOD;
     /// Changes each answer to Read; for clients without security.
     std::function<void(UA_ReadResponse&)> rewrite{};
+    /// The same for the answers to GetEndpoints and CreateSession.
+    std::function<void(UA_GetEndpointsResponse&)> rewrite_endpoints{};
+    std::function<void(UA_CreateSessionResponse&)> rewrite_session{};
 };
 
 /// Listens on loopback from construction to destruction. What it counts may be asked for at any

@@ -19,6 +19,8 @@ constexpr std::size_t body_start = 24;
 constexpr std::size_t result_start = body_start + 4 + 8 + 4;
 
 // The identifiers of the encodings, from the standard's NodeIds.csv; in the four-byte form.
+constexpr std::uint16_t get_endpoints_response_id = 431;
+constexpr std::uint16_t create_session_response_id = 464;
 constexpr std::uint16_t read_response_id = 634;
 const std::map<std::uint16_t, moment> moments_of_services{
     {422, moment::find_servers},
@@ -45,6 +47,33 @@ std::uint16_t service_of(std::string_view message) {
     return static_cast<std::uint16_t>(number_at(message, body_start) >> 16U);
 }
 
+template <typename Response>
+void rewrite(
+    std::string& message, const std::function<void(Response&)>& change, const UA_DataType& type
+) {
+    if (!change) {
+        return;
+    }
+    constexpr std::size_t response_start = body_start + 4;
+    UA_ByteString bytes{
+        message.size() - response_start,
+        reinterpret_cast<UA_Byte*>(message.data() + response_start)};
+    Response response;
+    if (UA_decodeBinary(&bytes, &response, &type, nullptr) != UA_STATUSCODE_GOOD) {
+        return;
+    }
+    change(response);
+    UA_ByteString encoded = UA_BYTESTRING_NULL;
+    if (UA_encodeBinary(&response, &type, &encoded) == UA_STATUSCODE_GOOD) {
+        message.resize(response_start);
+        message.append(reinterpret_cast<const char*>(encoded.data), encoded.length);
+        const auto size = static_cast<std::uint32_t>(message.size());
+        std::memcpy(message.data() + 4, &size, sizeof size);
+    }
+    UA_ByteString_clear(&encoded);
+    UA_clear(&response, &type);
+}
+
 } // namespace
 
 moment moment_of(std::string_view message) {
@@ -56,7 +85,10 @@ moment moment_of(std::string_view message) {
                                                                : moment::opening_secured;
     }
     const auto service = moments_of_services.find(service_of(message));
-    return service != moments_of_services.end() ? service->second : moment::never;
+    if (service != moments_of_services.end()) {
+        return service->second;
+    }
+    return message.starts_with("MSG") ? moment::unreadable : moment::never;
 }
 
 std::string take_message(std::string& bytes) {
@@ -75,31 +107,17 @@ void set_service_result(std::string& message, UA_StatusCode result) {
     }
 }
 
-void rewrite_read_response(
-    std::string& message, const std::function<void(UA_ReadResponse&)>& rewrite
-) {
-    if (service_of(message) != read_response_id) {
+void rewrite_answer(std::string& message, const script& plan) {
+    switch (service_of(message)) {
+    case read_response_id:
+        return rewrite(message, plan.rewrite, UA_TYPES[UA_TYPES_READRESPONSE]);
+    case get_endpoints_response_id:
+        return rewrite(message, plan.rewrite_endpoints, UA_TYPES[UA_TYPES_GETENDPOINTSRESPONSE]);
+    case create_session_response_id:
+        return rewrite(message, plan.rewrite_session, UA_TYPES[UA_TYPES_CREATESESSIONRESPONSE]);
+    default:
         return;
     }
-    constexpr std::size_t response_start = body_start + 4;
-    const UA_DataType& type = UA_TYPES[UA_TYPES_READRESPONSE];
-    UA_ByteString bytes{
-        message.size() - response_start,
-        reinterpret_cast<UA_Byte*>(message.data() + response_start)};
-    UA_ReadResponse response;
-    if (UA_decodeBinary(&bytes, &response, &type, nullptr) != UA_STATUSCODE_GOOD) {
-        return;
-    }
-    rewrite(response);
-    UA_ByteString encoded = UA_BYTESTRING_NULL;
-    if (UA_encodeBinary(&response, &type, &encoded) == UA_STATUSCODE_GOOD) {
-        message.resize(response_start);
-        message.append(reinterpret_cast<const char*>(encoded.data), encoded.length);
-        const auto size = static_cast<std::uint32_t>(message.size());
-        std::memcpy(message.data() + 4, &size, sizeof size);
-    }
-    UA_ByteString_clear(&encoded);
-    UA_clear(&response, &type);
 }
 
 } // namespace tarvik::monitoring_modules::test_support::wire

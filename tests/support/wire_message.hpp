@@ -5,7 +5,6 @@
 
 #include "tests/support/scripted_peer.hpp"
 
-#include <functional>
 #include <string>
 #include <string_view>
 
@@ -21,9 +20,7 @@ namespace tarvik::monitoring_modules::test_support::wire {
 
 void set_service_result(std::string& message, UA_StatusCode result);
 
-/// No effect on anything but an answer to Read.
-void rewrite_read_response(
-    std::string& message, const std::function<void(UA_ReadResponse&)>& rewrite
-);
+/// Has an answer changed by the function that the script has for it, if it has one.
+void rewrite_answer(std::string& message, const script& plan);
 
 } // namespace tarvik::monitoring_modules::test_support::wire

@@ -18,6 +18,9 @@ extern "C" {
 #define ZUNO_EVENT_RETRYING 4          /* a request once more after a closed connection; no text */
 #define ZUNO_EVENT_ENDPOINT_REJECTED 5 /* text: which endpoint or user token, and why */
 #define ZUNO_EVENT_NOTIFICATION_FAILED 6 /* text: why nothing was written */
+/* Just before the judge of server_trust.h is asked, if there is one; text: the application URI that
+   the server announces together with the certificate, which does not prove it. */
+#define ZUNO_EVENT_SERVER_URI 7
 
 /*
  * Receives one event.

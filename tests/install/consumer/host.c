@@ -1,6 +1,7 @@
 /* The smallest host: starts the module that it is linked against and lets it say what it offers. */
 #include <zunohelper/event_observer.h>
 #include <zunohelper/log_sink.h>
+#include <zunohelper/server_trust.h>
 
 #include <opcua_module.h>
 #include <stdio.h>

@@ -1,0 +1,107 @@
+// The host's judge of server certificates.
+
+#include "zunohelper/host_trust.hpp"
+#include "zunohelper/server_trust.h"
+
+#include <array>
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace tarvik::monitoring_modules::libzunohelper {
+namespace {
+
+using bytes = std::vector<std::uint8_t>;
+
+struct server_trust : testing::Test {
+    ~server_trust() override { ZunoSetServerTrust(nullptr, nullptr); }
+
+    static std::uint32_t
+    judge(void* user, const char* url, const std::uint8_t* certificate, std::uint32_t size) {
+        auto& host = *static_cast<server_trust*>(user);
+        EXPECT_STREQ(url, "opc.tcp://plc:4840/");
+        EXPECT_TRUE(host_trust::is_asking());
+        EXPECT_EQ(certificate == nullptr, size == 0);
+        host.judged.emplace_back(certificate, certificate + size);
+        return host.answer;
+    }
+    static std::uint32_t ask(const bytes& certificate = {1}) {
+        return host_trust::ask("opc.tcp://plc:4840/", certificate);
+    }
+
+    std::uint32_t answer = 0;
+    std::vector<bytes> judged;
+};
+
+TEST_F(server_trust, is_nobodys_question_without_a_judge) {
+    EXPECT_FALSE(host_trust::has_judge());
+    EXPECT_EQ(ask(), 0U);
+    ZunoSetServerTrust(judge, this);
+    EXPECT_TRUE(host_trust::has_judge());
+    ZunoSetServerTrust(nullptr, this);
+    EXPECT_FALSE(host_trust::has_judge());
+    EXPECT_EQ(ask(), 0U);
+    EXPECT_TRUE(judged.empty());
+}
+
+TEST_F(server_trust, is_what_the_judge_says_and_nothing_but_0_is_trust) {
+    constexpr std::uint32_t untrusted = 0x801A0000;
+    ZunoSetServerTrust(judge, this);
+    const std::array<std::pair<std::uint32_t, std::uint32_t>, 8> rows{{
+        {0, 0},
+        {untrusted, untrusted},
+        {0x80000000, 0x80000000},
+        {0xFFFFFFFF, 0xFFFFFFFF},
+        {0x801D0001, 0x801D0001},
+        {1, untrusted},
+        {0x00A70000, untrusted}, // good, but not Good
+        {0x40920000, untrusted}, // uncertain
+    }};
+    for (const auto& [said, meant] : rows) {
+        answer = said;
+        EXPECT_EQ(ask(), meant) << said;
+    }
+    EXPECT_EQ(judged, std::vector<bytes>(rows.size(), bytes{1}));
+    EXPECT_FALSE(host_trust::is_asking());
+}
+
+TEST_F(server_trust, is_asked_with_null_where_there_is_no_certificate) {
+    ZunoSetServerTrust(judge, this);
+    EXPECT_EQ(ask(bytes{}), 0U);
+    EXPECT_EQ(judged, std::vector<bytes>{{}});
+}
+
+TEST_F(server_trust, leaves_a_judge_alone_once_it_is_replaced) {
+    struct target {
+        std::atomic<bool> alive{true};
+        std::atomic<int> called{0};
+    };
+    const ZunoServerTrust use = [](void* user, const char*, const std::uint8_t*, std::uint32_t) {
+        std::this_thread::yield(); // time for a replacement that does not wait
+        EXPECT_TRUE(static_cast<target*>(user)->alive);
+        ++static_cast<target*>(user)->called;
+        return 0U;
+    };
+    std::vector<target> targets(50);
+    std::atomic<bool> stop{false};
+    const std::jthread module{[&] {
+        while (!stop) {
+            EXPECT_EQ(ask(), 0U);
+        }
+    }};
+    for (target& current : targets) {
+        ZunoSetServerTrust(use, &current);
+        while (current.called < 2) {
+            std::this_thread::yield();
+        }
+        ZunoSetServerTrust(nullptr, nullptr);
+        current.alive = false;
+    }
+    stop = true;
+}
+
+} // namespace
+} // namespace tarvik::monitoring_modules::libzunohelper
