@@ -57,6 +57,8 @@ TEST_F(pki, reads_what_people_put_there) {
     put("issuers/crl/root.crl", {reinterpret_cast<const char*>(list.der.data()), list.der.size()});
     put("trusted/certs/.hidden", "rubbish");
     put("trusted/certs/rubbish.der", "rubbish");
+    put("trusted/certs/broken.pem",
+        made.pem + "-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n");
     put("trusted/certs/cut.der", bytes_of(made).substr(0, 200));
     put("trusted/certs/more.der", bytes_of(made) + "more");
     put("trusted/certs/list.crl", list.pem);
@@ -69,6 +71,7 @@ TEST_F(pki, reads_what_people_put_there) {
     EXPECT_THAT(
         complaints,
         ElementsAre(
+            HasSubstr("broken.pem"),
             HasSubstr("cut.der"),
             HasSubstr("empty.pem"),
             HasSubstr("list.crl"),

@@ -112,6 +112,10 @@ TEST_F(judging, takes_a_person_at_their_word_for_one_server) {
     judge.folder().remember("plc:4840", known_server{read(first).fingerprint(), true});
     EXPECT_EQ(ask(bytes_of(first), {}, "opc.tcp://plc"), good) << refusal;
     EXPECT_EQ(ask(bytes_of(first), {}, "opc.tcp://plc-2"), bad_certificate_host_name_invalid);
+    static_cast<void>(judge.folder().add(part::trusted, read(second)));
+    EXPECT_EQ(ask(bytes_of(second), {}, "opc.tcp://plc"), bad_certificate_host_name_invalid)
+        << "another certificate";
+    EXPECT_THAT(refusal, HasSubstr("HAS CHANGED"));
 }
 
 TEST_F(judging, sends_no_password_in_the_clear_unless_allowed) {

@@ -80,10 +80,13 @@ const verification_case cases[] = {
      }},
     {"common_name_is_no_host",
      bad_certificate_host_name_invalid,
-     "",
+     "names no host",
      [](question& ask) {
-         trust_root(ask);
-         ask.server.host = "application";
+         auto request = server_request();
+         request.common_names = {"plc.example"};
+         request.alternative_names = {{test::name_kind::uri, plant_uri}};
+         trust_changed_server(ask, request);
+         ask.server.host = "plc.example";
      },
      true},
     {"address_written_as_a_name",
