@@ -44,6 +44,13 @@ void add_options(CLI::App& app, given_options& chosen) {
         ->delimiter(',')
         ->check(CLI::IsMember({"none", "sign", "sign_encrypt"}))
         ->capture_default_str();
+    app.add_option(
+           "--trusted-clients",
+           plant.trusted_clients,
+           "Folder with the certificates (DER) of the only clients whose secured connections are "
+           "accepted; files may be added at any time"
+    )
+        ->type_name("DIR");
     app.add_option("--certificate-bits", plant.certificate.key_bits, "Size of the RSA key")
         ->check(CLI::IsMember({1024U, 2048U, 4096U}))
         ->capture_default_str();

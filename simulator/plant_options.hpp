@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -46,6 +47,8 @@ struct plant_options {
     endpoint_modes endpoints{};
     certificate_options certificate{};
     bool trust_clients = true; ///< false: refuse every client certificate
+    std::filesystem::path
+        trusted_clients{}; ///< folder with the only ones that are not refused, DER
 
     bool diagnostics = true;     ///< see plant_server::set_diagnostics
     bool raid_controller = true; ///< false: the industrial PC has none, nor the nodes of one

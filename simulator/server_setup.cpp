@@ -2,7 +2,12 @@
 
 #include "simulator/plant_error.hpp"
 
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include <open62541/plugin/accesscontrol_default.h>
@@ -41,9 +46,30 @@ void assign(UA_String& target, std::string_view text) {
     target = copy.release();
 }
 
-UA_StatusCode reject_certificate(
-    const UA_CertificateVerification* /*self*/, const UA_ByteString* /*certificate*/
-) noexcept {
+[[nodiscard]] bool is_in(const std::filesystem::path& folder, std::string_view certificate) {
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator{folder, missing}) {
+        std::ifstream file{entry.path(), std::ios::binary};
+        if (certificate == std::string{std::istreambuf_iterator<char>{file}, {}}) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Looks at the folder each time, so that a person can add a certificate while the plant runs.
+UA_StatusCode
+verify_client(const UA_CertificateVerification* self, const UA_ByteString* certificate) noexcept {
+    const auto& options = *static_cast<const plant_options*>(self->context);
+    try {
+        const std::string_view bytes{
+            reinterpret_cast<const char*>(certificate->data), certificate->length};
+        if (options.trust_clients &&
+            (options.trusted_clients.empty() || is_in(options.trusted_clients, bytes))) {
+            return UA_STATUSCODE_GOOD;
+        }
+    } catch (const std::exception&) { // out of memory, or a folder that is none
+    }
     return UA_STATUSCODE_BADCERTIFICATEUNTRUSTED;
 }
 
@@ -83,9 +109,8 @@ void add_policies(
     };
     UA_CertificateVerification_AcceptAll(&config.secureChannelPKI);
     config.secureChannelPKI.logging = config.logging;
-    if (!options.trust_clients) {
-        config.secureChannelPKI.verifyCertificate = reject_certificate;
-    }
+    config.secureChannelPKI.verifyCertificate = verify_client;
+    config.secureChannelPKI.context = const_cast<plant_options*>(&options); // which is only read
     const UA_ByteString certificate = borrow_bytes(identity.certificate);
     const bool secured = needs_certificate(options);
     // Always there: endpoints are looked up over it, even where nobody may log in without security.

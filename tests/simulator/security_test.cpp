@@ -5,6 +5,9 @@
 #include "tests/simulator/test_client.hpp"
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 namespace tarvik::simulator {
 namespace {
@@ -89,6 +92,28 @@ INSTANTIATE_TEST_SUITE_P(
     ),
     [](const auto& row) { return std::string{row.param.name}; }
 );
+
+TEST(trusted_clients, are_those_of_a_folder) {
+    std::string pattern = testing::TempDir() + "clients_XXXXXX";
+    const std::filesystem::path folder = mkdtemp(pattern.data());
+    const server_identity own = make_identity({}, "urn:tarvik:test", "test client");
+    plant_server plant{{.endpoints = all_modes, .trusted_clients = folder}};
+    plant.start();
+    const auto connect = [&](const login& as) {
+        return test_client{std::chrono::seconds{3}}.connect(plant.endpoint_url(), as);
+    };
+    const login as_own{sign_encrypt, nullptr, nullptr, &own};
+    EXPECT_EQ(connect(as_own), no_trust);
+    EXPECT_EQ(connect({}), good) << "no certificate, no trust needed";
+    std::ofstream{folder / "own.der", std::ios::binary}.write(
+        reinterpret_cast<const char*>(own.certificate.data()),
+        static_cast<std::streamsize>(own.certificate.size())
+    );
+    EXPECT_EQ(connect(as_own), good);
+    EXPECT_EQ(connect({sign_encrypt}), no_trust) << "another certificate";
+    std::filesystem::remove_all(folder);
+    EXPECT_EQ(connect(as_own), no_trust);
+}
 
 struct certificate_case {
     const char* name;

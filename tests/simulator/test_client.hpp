@@ -23,6 +23,7 @@ struct login {
     UA_MessageSecurityMode mode = UA_MESSAGESECURITYMODE_NONE;
     const char* user = nullptr;
     const char* password = nullptr;
+    const server_identity* certificate = nullptr; // null: a new one
 };
 
 class test_client final {
@@ -40,7 +41,9 @@ class test_client final {
     UA_StatusCode connect(const std::string& url, const login& as = {}) {
         UA_ClientConfig& config = *UA_Client_getConfig(client_.get());
         if (as.mode != UA_MESSAGESECURITYMODE_NONE || as.user != nullptr) {
-            const server_identity own = make_identity({}, "urn:tarvik:test", "test client");
+            const server_identity own = as.certificate != nullptr
+                                            ? *as.certificate
+                                            : make_identity({}, "urn:tarvik:test", "test client");
             const auto bytes = [](const der_bytes& der) {
                 return borrow({reinterpret_cast<const char*>(der.data()), der.size()});
             };
