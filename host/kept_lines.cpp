@@ -17,7 +17,7 @@ constexpr std::size_t room_for_the_mark = 64; // bytes
            bytes <= (kept_lines::most_bytes - room_for_the_mark) / 2;
 }
 
-[[nodiscard]] std::string& text_in(log_entry& entry) {
+[[nodiscard]] std::string& text_of(log_entry& entry) {
     return std::visit([](auto& each) -> std::string& { return each.text; }, entry);
 }
 
@@ -52,7 +52,7 @@ std::vector<log_line> lines_of(std::vector<log_entry> entries) {
 }
 
 void kept_lines::drop_oldest_of_last() {
-    last_bytes_ -= text_in(last_.front()).size();
+    last_bytes_ -= text_of(last_.front()).size();
     if (const auto* line = std::get_if<log_line>(&last_.front())) {
         left_out_severity_ = std::max(left_out_severity_, line->severity);
     }
@@ -61,8 +61,8 @@ void kept_lines::drop_oldest_of_last() {
 }
 
 void kept_lines::add(log_entry entry) {
-    shorten(text_in(entry));
-    const std::size_t size = text_in(entry).size();
+    shorten(text_of(entry));
+    const std::size_t size = text_of(entry).size();
     if (last_.empty() && is_half(first_.size() + 1, first_bytes_ + size)) {
         first_.push_back(std::move(entry));
         first_bytes_ += size;
