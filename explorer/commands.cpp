@@ -11,7 +11,6 @@
 #include "host/kept_state.hpp"
 #include "host/probe_error.hpp"
 #include "host/settings_form.hpp"
-#include "host/state_folder.hpp"
 #include "opcua/client/client_configuration.hpp"
 #include "opcua/client/connection.hpp"
 #include "opcua/client/endpoint_list.hpp"

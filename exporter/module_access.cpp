@@ -1,7 +1,6 @@
 #include "exporter/module_access.hpp"
 
 #include "host/probe_error.hpp"
-#include "host/state_folder.hpp"
 
 #include <exception>
 #include <utility>
