@@ -34,7 +34,7 @@ read_password(const std::string& path, const char* variable, const warning_recei
 split(const std::string& option, const std::string& argument, const char* shape) {
     const std::size_t equals = argument.find('=');
     if (equals == std::string::npos || equals == 0) {
-        throw probe_error{exit_code::usage, option + " " + argument + ": expected " + shape};
+        throw usage_error{option + " " + argument + ": expected " + shape};
     }
     return {argument.substr(0, equals), argument.substr(equals + 1)};
 }
@@ -78,10 +78,9 @@ std::vector<given_setting> read_given(const connection_arguments& arguments) {
 }
 
 void refuse_secret(const std::string& key) {
-    throw probe_error{
-        exit_code::usage,
+    throw usage_error{
         "--set " + key + ": secrets come from files or the environment; --set-file " + key +
-            "=PATH takes any of them"};
+        "=PATH takes any of them"};
 }
 
 bool names_secret(std::string_view key) {

@@ -72,7 +72,7 @@ enum class scan_state { ok, warning, error };
 }
 
 struct scan_result {
-    std::int64_t sensor_id = 0;
+    std::int64_t id = 0; ///< of the sensor
     std::int64_t error_code = 0;
     scan_state state = scan_state::ok;
     std::string text; ///< the sensor message
@@ -83,7 +83,7 @@ struct scan_result {
 };
 
 struct check_result {
-    std::int64_t check_id = 0;
+    std::int64_t id = 0; ///< of the check
     bool success = false;
     sent_message sent{};
 };
@@ -106,16 +106,6 @@ using any_message = std::variant<scan_result, check_result, notification_respons
 /// @throws probe_error (call_failed) naming the member that is missing or has a wrong type
 [[nodiscard]] any_message parse_message(std::string_view text, const translation& texts = {});
 
-[[nodiscard]] inline std::int64_t id_of(const scan_result& message) noexcept {
-    return message.sensor_id;
-}
-[[nodiscard]] inline std::int64_t id_of(const check_result& message) noexcept {
-    return message.check_id;
-}
-[[nodiscard]] inline std::int64_t id_of(const notification_response& message) noexcept {
-    return message.id;
-}
-
 /// @param messages that a call delivered
 /// @param id of the sensor, check or notification that it was about
 /// @return those of one type that are about it, in their order
@@ -128,7 +118,7 @@ template <typename Message>
     for (const std::string& text : messages) {
         any_message parsed = parse_message(text, texts);
         if (auto* message = std::get_if<Message>(&parsed);
-            message != nullptr && id_of(*message) == id) {
+            message != nullptr && message->id == id) {
             found.push_back(std::move(*message));
         }
     }

@@ -40,7 +40,7 @@ struct byte_view {
 
 [[nodiscard]] byte_view bytes_of(std::string_view text) {
     if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
-        throw probe_error{exit_code::usage, "The settings are too large"};
+        throw usage_error{"The settings are too large"};
     }
     return {
         reinterpret_cast<const std::uint8_t*>(text.data()),
