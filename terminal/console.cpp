@@ -23,19 +23,6 @@ void write(std::string_view text) noexcept {
     static_cast<void>(std::fflush(stderr));
 }
 
-void show(const std::stop_token& stop, console& terminal, const std::string& what) {
-    std::mutex mutex;
-    std::condition_variable_any changed;
-    std::unique_lock lock{mutex};
-    const auto start = std::chrono::steady_clock::now();
-    for (int seconds = 1; !stop.stop_requested(); ++seconds) {
-        changed.wait_until(lock, stop, start + std::chrono::seconds{seconds}, [] { return false; });
-        if (!stop.stop_requested()) {
-            terminal.notice(what + " ... " + std::to_string(seconds) + " s");
-        }
-    }
-}
-
 } // namespace
 
 console::console() noexcept : terminal_{isatty(STDERR_FILENO) == 1} {}
@@ -91,11 +78,22 @@ void console::clear_notice_locked() noexcept {
 }
 
 wait_notice::wait_notice(console& terminal, std::string what) : terminal_{terminal} {
-    if (terminal_.is_terminal()) {
-        thread_ = std::jthread{[&terminal, text = std::move(what)](const std::stop_token& stop) {
-            show(stop, terminal, text);
-        }};
+    if (!terminal_.is_terminal()) {
+        return;
     }
+    thread_ = std::jthread{[&terminal, what = std::move(what)](const std::stop_token& stop) {
+        std::mutex mutex;
+        std::condition_variable_any changed;
+        std::unique_lock lock{mutex};
+        const auto start = std::chrono::steady_clock::now();
+        for (int seconds = 1; !stop.stop_requested(); ++seconds) {
+            const auto full = start + std::chrono::seconds{seconds};
+            changed.wait_until(lock, stop, full, [] { return false; });
+            if (!stop.stop_requested()) {
+                terminal.notice(what + " ... " + std::to_string(seconds) + " s");
+            }
+        }
+    }};
 }
 
 wait_notice::~wait_notice() {

@@ -15,7 +15,7 @@ namespace {
 
 [[nodiscard]] std::string_view environment(const char* name) noexcept {
     const char* value = std::getenv(name);
-    return value == nullptr ? std::string_view{} : std::string_view{value};
+    return value == nullptr ? "" : value;
 }
 
 } // namespace
