@@ -66,14 +66,10 @@ find_by(const std::vector<Entry>& entries, Member Entry::*name, std::string_view
 
 template <typename Number>
 [[nodiscard]] number_values<Number> read_limits(const ordered_json& limits) {
-    number_values<Number> values;
-    if (flag_in(limits, "IsMinimumSet")) {
-        values.least = as<Number>(member(limits, "Minimum"));
-    }
-    if (flag_in(limits, "IsMaximumSet")) {
-        values.most = as<Number>(member(limits, "Maximum"));
-    }
-    return values;
+    const auto limit = [&limits](const char* is_set, const char* name) {
+        return flag_in(limits, is_set) ? as<Number>(member(limits, name)) : std::nullopt;
+    };
+    return {limit("IsMinimumSet", "Minimum"), limit("IsMaximumSet", "Maximum")};
 }
 
 [[nodiscard]] allowed_values read_values(const ordered_json& setting) {

@@ -2,8 +2,6 @@
 
 #include "host/probe_error.hpp"
 
-#include <dlfcn.h>
-
 #include <array>
 #include <cstdlib>
 #include <exception>
@@ -123,10 +121,6 @@ module_library::module_library(const std::filesystem::path& path)
     }
 }
 
-void module_library::closer::operator()(void* handle) const noexcept {
-    dlclose(handle);
-}
-
 extern "C" {
 
 static void
@@ -193,10 +187,6 @@ call_result monitoring_module::check(std::int32_t id, std::string_view settings)
 call_result monitoring_module::notify(std::int32_t id, std::string_view settings) const {
     const auto [bytes, size] = bytes_of(settings);
     return collect(functions_.execute_meta_scan, id, sending_notification, bytes, size);
-}
-
-void monitoring_module::destroy_sensor(std::int32_t id) const noexcept {
-    functions_.destroy_sensor_instance(id);
 }
 
 void monitoring_module::prepare() const noexcept {
