@@ -11,6 +11,10 @@ namespace {
 
 using nlohmann::ordered_json;
 
+[[noreturn]] void refuse(const std::string& problem) {
+    throw probe_error{exit_code::call_failed, "Unusable message: " + problem};
+}
+
 /// An object within a message and the way to it, such as "channel_definitions[2]"; empty for the
 /// message itself. Refers to the message. Members that are null count as absent.
 class json_object final {
@@ -19,15 +23,12 @@ class json_object final {
         : object_{object},
           place_{std::move(place)} {
         if (!object_.is_object()) {
-            throw probe_error{
-                exit_code::call_failed,
-                "Unusable message: " + (place_.empty() ? "it" : place_) + " is no JSON object"};
+            refuse((place_.empty() ? "it" : place_) + " is no JSON object");
         }
     }
 
     [[noreturn]] void fail(const std::string& name, const std::string& problem) const {
-        throw probe_error{
-            exit_code::call_failed, "Unusable message: \"" + place_of(name) + "\" " + problem};
+        refuse("\"" + place_of(name) + "\" " + problem);
     }
 
     /// @return null JSON when the member is absent
@@ -211,8 +212,7 @@ any_message parse_message(std::string_view text, const translation& texts) {
     try {
         *document = ordered_json::parse(text);
     } catch (const ordered_json::exception& error) {
-        throw probe_error{
-            exit_code::call_failed, std::string{"Unusable message: no JSON: "} + error.what()};
+        refuse(std::string{"no JSON: "} + error.what());
     }
     add_translations(*document, texts);
     const json_object object{*document};

@@ -138,16 +138,10 @@ class module_document final {
     );
 
     [[nodiscard]] const module_description& module() const noexcept { return module_; }
-    [[nodiscard]] const std::vector<sensor_description>& sensors() const noexcept {
-        return sensors_;
-    }
-    [[nodiscard]] const std::vector<check_description>& checks() const noexcept { return checks_; }
-    [[nodiscard]] const std::vector<settings_section>& sections() const noexcept {
-        return sections_;
-    }
-    [[nodiscard]] const std::vector<lookup_description>& lookups() const noexcept {
-        return lookups_;
-    }
+    [[nodiscard]] const auto& sensors() const noexcept { return sensors_; }
+    [[nodiscard]] const auto& checks() const noexcept { return checks_; }
+    [[nodiscard]] const auto& sections() const noexcept { return sections_; }
+    [[nodiscard]] const auto& lookups() const noexcept { return lookups_; }
     [[nodiscard]] const translation& texts() const noexcept { return texts_; }
 
     // Null for an unknown name.

@@ -85,28 +85,6 @@ std::vector<channel_argument> parse_channels(
     return parsed;
 }
 
-settings connection_settings(
-    const connection_arguments& arguments, const connection_secrets& secrets, const char* host_key
-) {
-    const bool by_mode = arguments.security_policy.empty() && arguments.security_mode != "none";
-    settings result{
-        {keys::port, std::to_string(arguments.port)},
-        {keys::path, arguments.path},
-        {keys::security_mode, arguments.security_mode},
-        {keys::security_policy, by_mode ? "Basic256Sha256" : arguments.security_policy},
-        {keys::certificate, secrets.client_certificate},
-        {keys::key, secrets.client_key},
-        {keys::key_password, secrets.client_key_password}};
-    if (!arguments.user.empty()) {
-        result.emplace(keys::user_mode, "username_password");
-        result.emplace(keys::user, arguments.user);
-        result.emplace(keys::password, secrets.password);
-    }
-    std::erase_if(result, [](const auto& each) { return each.second.empty(); });
-    result.emplace(host_key, arguments.host);
-    return result;
-}
-
 void add_channels(
     settings& to, const std::vector<channel_argument>& channels, const std::string& message_node
 ) {

@@ -1,8 +1,6 @@
 #pragma once
-// The settings that the module gets as a record, made of what was asked for: connection, channels,
-// notification.
-
-#include "host/connection_arguments.hpp"
+// The settings that the module gets as a record, made of what was asked for: channels,
+// notification. Those of the connection are in connection_arguments.hpp.
 
 #include <array>
 #include <cstdint>
@@ -73,14 +71,7 @@ inline constexpr std::array of_connection{
 using keys::host_of_notification;
 using keys::host_of_sensor;
 
-/// Settings of the connection; what was not asked for is left to the module's defaults.
-[[nodiscard]] settings connection_settings(
-    const connection_arguments& arguments,
-    const connection_secrets& secrets,
-    const char* host_key = host_of_sensor
-);
-
-/// Adds those of a custom sensor.
+/// Adds the settings of a custom sensor.
 /// @param channels at most 10
 void add_channels(
     settings& to, const std::vector<channel_argument>& channels, const std::string& message_node
