@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <fcntl.h>
-#include <string.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -21,9 +20,6 @@ namespace tarvik::monitoring_modules::probe {
 namespace {
 
 constexpr off_t largest_file = 65'536;
-constexpr mode_t for_us_alone = S_IRWXU;
-constexpr mode_t for_others = S_IRWXG | S_IRWXO;
-constexpr std::chrono::milliseconds between_attempts{20};
 
 [[noreturn]] void fail_with_errno(const std::string& place) {
     throw std::system_error{errno, std::generic_category(), place};
@@ -36,8 +32,7 @@ constexpr std::chrono::milliseconds between_attempts{20};
                std::string_view::npos;
 }
 
-/// @param value of a variable; may be null
-/// @return empty unless it is an absolute path
+/// @return empty unless the value of a variable, which may be null, is an absolute path
 [[nodiscard]] std::filesystem::path absolute_path(const char* value, char end = '\0') {
     const std::string_view text{value == nullptr ? "" : value};
     std::filesystem::path path{text.substr(0, text.find(end))};
@@ -48,7 +43,7 @@ void make_folders(const std::filesystem::path& path) {
     std::filesystem::path made;
     for (const std::filesystem::path& part : path) {
         made /= part;
-        if (::mkdir(made.c_str(), for_us_alone) != 0 && errno != EEXIST && errno != EROFS &&
+        if (::mkdir(made.c_str(), S_IRWXU) != 0 && errno != EEXIST && errno != EROFS &&
             errno != EACCES) {
             fail_with_errno(made);
         }
@@ -63,7 +58,7 @@ struct stat status_of(int descriptor, const std::string& place) {
     if (status.st_uid != ::geteuid()) {
         throw std::runtime_error{place + ": it belongs to another user"};
     }
-    if ((status.st_mode & for_others) != 0) {
+    if ((status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
         throw std::runtime_error{place + ": others may open it"};
     }
     return status;
@@ -143,10 +138,9 @@ class state_folder final {
         };
         if (!all_moved(bytes.size(), write_rest) || ::fsync(file.get()) != 0 ||
             ::renameat(folder_.get(), next.c_str(), folder_.get(), name.c_str()) != 0) {
-            const int problem = errno;
+            const std::system_error problem{errno, std::generic_category(), place_of(name)};
             ::unlinkat(folder_.get(), next.c_str(), 0);
-            errno = problem;
-            fail_with_errno(place_of(name));
+            throw problem;
         }
     }
 
@@ -163,7 +157,7 @@ class state_folder final {
                 return nullptr;
             }
             // A lock cannot be waited for in bounded time.
-            std::this_thread::sleep_for(between_attempts);
+            std::this_thread::sleep_for(std::chrono::milliseconds{20});
         }
         return made;
     }
@@ -250,11 +244,9 @@ std::optional<kept_bytes> kept_state::load(const std::string& name) noexcept {
 std::optional<kept_bytes> kept_state::unseen(const std::string& name) {
     try {
         auto kept = folder_->read(name);
-        const auto before = given_.find(name);
-        if (!kept || (before != given_.end() && before->second == kept->identity)) {
+        if (!kept || std::exchange(given_[name], kept->identity) == kept->identity) {
             return std::nullopt;
         }
-        given_.insert_or_assign(name, kept->identity);
         return kept;
     } catch (const std::runtime_error& error) { // it will be replaced
         tell(error.what());

@@ -228,7 +228,7 @@ any_message parse_message(std::string_view text, const translation& texts) {
         return notification_response{
             object.required<std::int64_t>("id"), object.each("log", read_log_line), document};
     }
-    return other_message{type};
+    return {};
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -94,12 +94,8 @@ struct notification_response {
     sent_message sent{};
 };
 
-/// A message of a type that this program has no use for.
-struct other_message {
-    std::string type;
-};
-
-using any_message = std::variant<scan_result, check_result, notification_response, other_message>;
+/// std::monostate: a message of a type that this program has no use for.
+using any_message = std::variant<std::monostate, scan_result, check_result, notification_response>;
 
 /// @param text one message of the module
 /// @param texts say names of channels and the sensor message in their language

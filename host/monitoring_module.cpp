@@ -2,6 +2,8 @@
 
 #include "host/probe_error.hpp"
 
+#include <dlfcn.h>
+
 #include <array>
 #include <cstdlib>
 #include <exception>
@@ -119,6 +121,10 @@ module_library::module_library(const std::filesystem::path& path)
         find(framework, "ZunoSetStore", framework_.set_store);
         find(framework, "ZunoPrepareModule", framework_.prepare_module);
     }
+}
+
+void module_library::closer::operator()(void* library) const noexcept {
+    dlclose(library);
 }
 
 extern "C" {

@@ -8,8 +8,6 @@
 #include "libzunohelper/include/zunohelper/store.h"
 #include "module/include/opcua_module.h"
 
-#include <dlfcn.h>
-
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -62,7 +60,7 @@ class module_library final {
 
   private:
     struct closer {
-        void operator()(void* library) const noexcept { dlclose(library); }
+        void operator()(void* library) const noexcept;
     };
     using handle = std::unique_ptr<void, closer>;
 

@@ -1,11 +1,11 @@
 #include "host/translation.hpp"
 
 #include "host/probe_error.hpp"
+#include "text/number.hpp"
 #include "text/words.hpp"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
@@ -32,14 +32,6 @@ constexpr std::string_view escaped = "#,:[\\]";
         arguments.back() += text[i];
     }
     return arguments;
-}
-
-/// @param text what follows the "%"
-/// @return how much of it is an index with ":s"; 0: it is none
-[[nodiscard]] std::size_t read_placeholder(std::string_view text, std::size_t& index) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index);
-    const auto digits = static_cast<std::size_t>(end - text.data());
-    return error == std::errc{} && text.substr(digits).starts_with(":s") ? digits + 2 : 0;
 }
 
 /// @return nothing when there is no text for the key, or one that does not fit
@@ -105,13 +97,13 @@ fill_template(std::string_view text, const std::vector<std::string>& arguments) 
             text.remove_prefix(1);
             continue;
         }
-        std::size_t index = 0;
-        const std::size_t size = read_placeholder(text, index);
-        if (size == 0 || index >= arguments.size()) {
+        const std::size_t end = text.find(":s");
+        const auto index = parse_number<std::size_t>(text.substr(0, end));
+        if (end == std::string_view::npos || !index || *index >= arguments.size()) {
             return std::nullopt;
         }
-        filled += arguments[index];
-        text.remove_prefix(size);
+        filled += arguments[*index];
+        text.remove_prefix(end + 2);
     }
 }
 

@@ -66,7 +66,8 @@ TEST(message, tells_other_types_apart) {
     ASSERT_EQ(answer.log.size(), 2U);
     EXPECT_EQ(to_text(answer.log[0]), "debug    a");
     EXPECT_EQ(to_text(answer.log[1]), "error    b");
-    EXPECT_EQ(std::get<other_message>(parse_message(R"({"type": "news"})")).type, "news");
+    const any_message other = parse_message(R"({"type": "news"})");
+    EXPECT_TRUE(std::holds_alternative<std::monostate>(other));
 }
 
 TEST(message, names_what_is_wrong) {
