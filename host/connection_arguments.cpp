@@ -1,10 +1,8 @@
 #include "host/connection_arguments.hpp"
 
 #include "host/probe_error.hpp"
-#include "host/secret_file.hpp"
 #include "text/words.hpp"
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <utility>

@@ -4,7 +4,6 @@
 #include "text/words.hpp"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {

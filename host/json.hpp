@@ -2,6 +2,8 @@
 // JSON from outside: values as their types, where what is absent or has another type counts as none
 // or as empty.
 
+#include "text/number.hpp"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -30,21 +32,47 @@ template <typename Type>
 }
 
 /// @return the member, or null JSON when there is none
-[[nodiscard]] const nlohmann::ordered_json&
-member(const nlohmann::ordered_json& object, const std::string& name);
+[[nodiscard]] inline const nlohmann::ordered_json&
+member(const nlohmann::ordered_json& object, const std::string& name) {
+    static const nlohmann::ordered_json nothing;
+    const auto found = object.find(name);
+    return found == object.end() ? nothing : *found;
+}
 
-// The member of an object as a type.
-[[nodiscard]] std::string text_in(const nlohmann::ordered_json& object, const std::string& name);
-[[nodiscard]] bool flag_in(const nlohmann::ordered_json& object, const std::string& name);
+[[nodiscard]] inline std::string
+text_in(const nlohmann::ordered_json& object, const std::string& name) {
+    return as<std::string>(member(object, name)).value_or("");
+}
+
+[[nodiscard]] inline bool flag_in(const nlohmann::ordered_json& object, const std::string& name) {
+    return as<bool>(member(object, name)).value_or(false);
+}
+
 /// Takes a number, or a text that is one.
-[[nodiscard]] std::optional<std::int64_t>
-integer_in(const nlohmann::ordered_json& object, const std::string& name);
+[[nodiscard]] inline std::optional<std::int64_t>
+integer_in(const nlohmann::ordered_json& object, const std::string& name) {
+    const auto integer = as<std::int64_t>(member(object, name));
+    return integer ? integer : parse_number<std::int64_t>(text_in(object, name));
+}
+
 /// @return the texts of a list; elements that are none are left out
-[[nodiscard]] std::vector<std::string>
-texts_in(const nlohmann::ordered_json& object, const std::string& name);
+[[nodiscard]] inline std::vector<std::string>
+texts_in(const nlohmann::ordered_json& object, const std::string& name) {
+    std::vector<std::string> texts;
+    if (const auto& list = member(object, name); list.is_array()) {
+        for (const auto& element : list) {
+            if (auto text = as<std::string>(element)) {
+                texts.push_back(*std::move(text));
+            }
+        }
+    }
+    return texts;
+}
 
 /// @return the object on a line of its own; all characters beyond ASCII are escaped, and bytes that
 /// are no UTF-8 replaced, so that a terminal that shows the line stays unharmed
-[[nodiscard]] std::string json_line(const nlohmann::ordered_json& object);
+[[nodiscard]] inline std::string json_line(const nlohmann::ordered_json& object) {
+    return object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
 
 } // namespace tarvik::monitoring_modules::probe

@@ -6,7 +6,6 @@
 #include "text/words.hpp"
 
 #include <algorithm>
-#include <array>
 
 #include <nlohmann/json.hpp>
 

@@ -4,10 +4,6 @@
 #include "text/number.hpp"
 #include "text/words.hpp"
 
-#include <algorithm>
-#include <array>
-#include <utility>
-
 namespace tarvik::monitoring_modules::probe {
 
 namespace {

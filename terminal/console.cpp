@@ -12,9 +12,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <mutex>
 #include <stop_token>
-#include <string>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
