@@ -138,9 +138,9 @@ class state_folder final {
         };
         if (!all_moved(bytes.size(), write_rest) || ::fsync(file.get()) != 0 ||
             ::renameat(folder_.get(), next.c_str(), folder_.get(), name.c_str()) != 0) {
-            const std::system_error problem{errno, std::generic_category(), place_of(name)};
+            const int problem = errno;
             ::unlinkat(folder_.get(), next.c_str(), 0);
-            throw problem;
+            throw std::system_error{problem, std::generic_category(), place_of(name)};
         }
     }
 

@@ -32,8 +32,9 @@ void assign(
         const auto number = parse_number<std::size_t>(argument.substr(0, equals)).value_or(0);
         if (equals == argument.size() || number < 1 || number > channels.size()) {
             throw usage_error{
-                option + " " + argument +
-                ": expected N=text with N the number of a channel, 1 to " +
+                std::string{option}.append(" ").append(argument).append(
+                    ": expected N=text with N the number of a channel, 1 to "
+                ) +
                 std::to_string(channels.size())};
         }
         if (given[number - 1]) {
