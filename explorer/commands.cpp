@@ -11,7 +11,6 @@
 #include "host/kept_state.hpp"
 #include "host/probe_error.hpp"
 #include "host/settings_form.hpp"
-#include "host/state_folder.hpp"
 #include "opcua/client/client_configuration.hpp"
 #include "opcua/client/connection.hpp"
 #include "opcua/client/endpoint_list.hpp"
@@ -34,7 +33,7 @@ namespace {
 /// @throws probe_error (usage) for settings that are unknown or hold what they may not hold
 [[nodiscard]] opcua::client_settings
 server_settings(const connection_arguments& arguments, std::uint32_t timeout, console& terminal) {
-    settings values = connection_settings(arguments, read_secrets(arguments, terminal.writer()));
+    settings values = connection_settings(arguments, terminal.writer());
     settings_form::of_connection().add(values, read_given(arguments), terminal.writer());
     libzunohelper::settings_reader::texts texts;
     for (const auto& [key, text] : values) {

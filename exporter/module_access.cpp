@@ -1,8 +1,6 @@
 #include "exporter/module_access.hpp"
 
-#include "host/kept_lines.hpp"
 #include "host/probe_error.hpp"
-#include "host/state_folder.hpp"
 
 #include <exception>
 #include <utility>
@@ -67,8 +65,7 @@ called_module::called_module(const std::string& chosen, console& terminal, std::
     : terminal_{terminal},
       shown_{shown},
       library_{find_module(chosen)},
-      log_{library_, [this](log_line&& line) { take(std::move(line)); }},
-      events_{library_, &take_event},
+      log_{library_, [this](log_line&& line) { take(std::move(line)); }, &take_event},
       store_{
           library_.framework().set_store,
           state_folder_path(),

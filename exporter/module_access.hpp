@@ -78,7 +78,6 @@ class called_module final : public module_access {
     const std::int32_t shown_;
     const module_library library_;
     const log_sink log_; // before the module, so that all of its lines are heard
-    const event_observer events_;
     kept_state store_;
     const monitoring_module module_;
 };

@@ -61,16 +61,6 @@ channel_memory::take(const scan_result& result, std::chrono::steady_clock::time_
     return views;
 }
 
-channel_definition channel_memory::definition(std::int64_t id) const {
-    if (const auto found = definitions_.find(id); found != definitions_.end()) {
-        return found->second;
-    }
-    channel_definition unknown;
-    unknown.id = id;
-    unknown.name = "channel " + std::to_string(id) + " (not defined)";
-    return unknown;
-}
-
 std::optional<double> channel_memory::growth(
     const channel_value& channel, std::chrono::steady_clock::time_point when
 ) const {
@@ -86,27 +76,28 @@ std::optional<double> channel_memory::growth(
 channel_view channel_memory::view(
     const channel_value& channel, std::chrono::steady_clock::time_point when
 ) const {
-    const channel_definition definition = this->definition(channel.id);
+    channel_definition definition;
+    definition.name = "channel " + std::to_string(channel.id) + " (not defined)";
+    if (const auto defined = definitions_.find(channel.id); defined != definitions_.end()) {
+        definition = defined->second;
+    }
     channel_view result;
     result.id = channel.id;
     result.name = definition.name;
     result.raw = channel.value;
     result.scaled = as_double(channel.value) * definition.multiplier;
     result.difference = definition.difference;
-    if (definition.difference) {
-        result.growth = growth(channel, when);
-        if (result.growth) {
-            *result.growth *= definition.multiplier;
-            result.value = format_growth(*result.growth, definition.unit);
-            result.state = state_by_limits(definition.limits, *result.growth);
-        } else {
-            result.value.number = "-";
-        }
-    } else {
+    if (!definition.difference) {
         result.value = format_value(channel.value, definition.unit, definition.multiplier);
         result.state = state_by_limits(definition.limits, result.scaled);
+    } else if (const auto risen = growth(channel, when)) {
+        result.growth = *risen * definition.multiplier;
+        result.value = format_growth(*result.growth, definition.unit);
+        result.state = state_by_limits(definition.limits, *result.growth);
+    } else {
+        result.value.number = "-";
     }
-    if (const auto* integer = std::get_if<std::int64_t>(&channel.value);
+    if (const auto* const integer = std::get_if<std::int64_t>(&channel.value);
         integer != nullptr && !definition.lookup.empty()) {
         if (const auto looked_up = document_.find(definition.lookup, *integer)) {
             result.lookup_text = looked_up->text;

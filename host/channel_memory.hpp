@@ -53,7 +53,6 @@ class channel_memory final {
         std::chrono::steady_clock::time_point when;
     };
 
-    [[nodiscard]] channel_definition definition(std::int64_t id) const;
     [[nodiscard]] std::optional<double>
     growth(const channel_value& channel, std::chrono::steady_clock::time_point when) const;
     [[nodiscard]] channel_view

@@ -1,10 +1,8 @@
 #include "host/connection_arguments.hpp"
 
 #include "host/probe_error.hpp"
-#include "host/secret_file.hpp"
 #include "text/words.hpp"
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <utility>
@@ -13,10 +11,11 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-void warn_if_open(const std::string& path, const warning_receiver& warn) {
+[[nodiscard]] std::string read_secret(const std::string& path, const warning_receiver& warn) {
     if (is_open_to_all(path)) {
         warn(open_secret_warning(path));
     }
+    return read_file(path);
 }
 
 [[nodiscard]] std::string
@@ -25,8 +24,7 @@ read_password(const std::string& path, const char* variable, const warning_recei
         const char* value = std::getenv(variable);
         return value == nullptr ? "" : value;
     }
-    warn_if_open(path, warn);
-    return without_line_end(read_file(path));
+    return without_line_end(read_secret(path, warn));
 }
 
 /// @return what stands before and after the first "="
@@ -34,29 +32,38 @@ read_password(const std::string& path, const char* variable, const warning_recei
 split(const std::string& option, const std::string& argument, const char* shape) {
     const std::size_t equals = argument.find('=');
     if (equals == std::string::npos || equals == 0) {
-        throw probe_error{exit_code::usage, option + " " + argument + ": expected " + shape};
+        throw usage_error{option + " " + argument + ": expected " + shape};
     }
     return {argument.substr(0, equals), argument.substr(equals + 1)};
 }
 
 } // namespace
 
-connection_secrets
-read_secrets(const connection_arguments& arguments, const warning_receiver& warn) {
-    connection_secrets secrets;
+settings connection_settings(
+    const connection_arguments& arguments, const warning_receiver& warn, const char* host_key
+) {
+    const bool by_mode = arguments.security_policy.empty() && arguments.security_mode != "none";
+    settings result{
+        {keys::port, std::to_string(arguments.port)},
+        {keys::path, arguments.path},
+        {keys::security_mode, arguments.security_mode},
+        {keys::security_policy, by_mode ? "Basic256Sha256" : arguments.security_policy}};
     if (!arguments.user.empty()) {
-        secrets.password = read_password(arguments.password_file, "OPCUA_PASSWORD", warn);
+        result[keys::user_mode] = "username_password";
+        result[keys::user] = arguments.user;
+        result[keys::password] = read_password(arguments.password_file, "OPCUA_PASSWORD", warn);
     }
     if (!arguments.client_certificate_file.empty()) {
-        secrets.client_certificate = read_file(arguments.client_certificate_file);
+        result[keys::certificate] = read_file(arguments.client_certificate_file);
     }
     if (!arguments.client_key_file.empty()) {
-        warn_if_open(arguments.client_key_file, warn);
-        secrets.client_key = read_file(arguments.client_key_file);
-        secrets.client_key_password =
+        result[keys::key] = read_secret(arguments.client_key_file, warn);
+        result[keys::key_password] =
             read_password(arguments.client_key_password_file, "OPCUA_CLIENT_KEY_PASSWORD", warn);
     }
-    return secrets;
+    std::erase_if(result, [](const auto& each) { return each.second.empty(); });
+    result[host_key] = arguments.host;
+    return result;
 }
 
 std::vector<given_setting> read_given(const connection_arguments& arguments) {
@@ -78,10 +85,9 @@ std::vector<given_setting> read_given(const connection_arguments& arguments) {
 }
 
 void refuse_secret(const std::string& key) {
-    throw probe_error{
-        exit_code::usage,
+    throw usage_error{
         "--set " + key + ": secrets come from files or the environment; --set-file " + key +
-            "=PATH takes any of them"};
+        "=PATH takes any of them"};
 }
 
 bool names_secret(std::string_view key) {

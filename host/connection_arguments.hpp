@@ -1,9 +1,10 @@
 #pragma once
-// How to reach a server, as a person gives it: address, security, user, single settings by their
-// keys. Passwords, keys and certificates come from files or the environment, because everybody on a
-// machine can read the arguments of a program.
+// How to reach a server, as a person gives it and as settings: address, security, user, single
+// settings by their keys. Passwords, keys and certificates come from files or the environment,
+// because everybody on a machine can read the arguments of a program.
 
 #include "host/secret_file.hpp"
+#include "host/settings_record.hpp"
 
 #include <cstdint>
 #include <string>
@@ -34,17 +35,16 @@ struct connection_arguments {
 /// @return "192.0.2.7:4840"; not yet sanitised
 [[nodiscard]] std::string address_of(const connection_arguments& connection);
 
-struct connection_secrets {
-    std::string password;
-    std::string client_certificate; ///< PEM
-    std::string client_key;         ///< PEM
-    std::string client_key_password;
-};
-
-/// Reads what the arguments name. A secret file that everybody may read gets a warning.
+/// Settings of the connection; what was not asked for is left to the module's defaults. Reads the
+/// files that the arguments name, else passwords from $OPCUA_PASSWORD and
+/// $OPCUA_CLIENT_KEY_PASSWORD. A secret file that everybody may read gets a warning.
+/// @param host_key of the setting that holds the server's address
 /// @throws probe_error (usage) when a file cannot be read or is larger than 1 MiB
-[[nodiscard]] connection_secrets
-read_secrets(const connection_arguments& arguments, const warning_receiver& warn);
+[[nodiscard]] settings connection_settings(
+    const connection_arguments& arguments,
+    const warning_receiver& warn,
+    const char* host_key = host_of_sensor
+);
 
 struct given_setting {
     std::string key; ///< as it was typed, perhaps shortened

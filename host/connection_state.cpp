@@ -4,58 +4,56 @@
 #include "text/words.hpp"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-/// What the module calls the errors that come of the connection.
 constexpr std::string_view connection_failed = "error.opcua_connection_failed";
-constexpr std::string_view connection_closed = "error.opcua_connection_closed";
-// These can fail because of what was asked for, or because the connection broke meanwhile.
-constexpr std::array requests{
-    std::string_view{"error.opcua_request_failed"},
-    std::string_view{"error.opcua_read_failed"},
-    std::string_view{"error.opcua_write_failed"}};
-constexpr std::string_view discovery_failed = "error.opcua_discovery_failed";
-constexpr std::string_view matching_endpoint_failed = "error.opcua_matching_endpoint_failed";
 
-constexpr std::string_view rejected_token = "BadIdentityTokenRejected";
+/// What status codes of the stack say about a connection, by how their names begin (OPC UA Part 4,
+/// 7.39).
+constexpr auto states = std::to_array<std::pair<std::string_view, connection_state>>(
+    {{"BadUserAccessDenied", connection_state::bad_credentials},
+     {"BadIdentityToken", connection_state::bad_credentials},
+     {"BadUserSignatureInvalid", connection_state::bad_credentials},
+     {"BadCertificate", connection_state::no_trust},
+     {"BadSecurityChecksFailed", connection_state::no_trust},
+     {"BadApplicationSignatureInvalid", connection_state::no_trust},
+     {"BadNonceInvalid", connection_state::no_trust},
+     {"BadSecurityPolicyRejected", connection_state::no_matching_endpoint},
+     {"BadSecurityModeRejected", connection_state::no_matching_endpoint},
+     {"BadSecurityModeInsufficient", connection_state::no_matching_endpoint},
+     {"BadTcp", connection_state::unreachable},
+     {"BadTimeout", connection_state::unreachable},
+     {"BadShutdown", connection_state::unreachable},
+     {"BadServerHalted", connection_state::unreachable},
+     {"BadDisconnect", connection_state::unreachable},
+     {"BadNotConnected", connection_state::unreachable},
+     {"BadSessionClosed", connection_state::unreachable},
+     {"BadSessionIdInvalid", connection_state::unreachable},
+     {"BadSecureChannelIdInvalid", connection_state::unreachable},
+     {"BadServerNotConnected", connection_state::unreachable},
+     {"BadConnectionClosed", connection_state::unreachable},
+     {"BadConnectionRejected", connection_state::unreachable},
+     {"BadNoCommunication", connection_state::unreachable},
+     {"BadRequestTimeout", connection_state::unreachable},
+     {"BadSecureChannelClosed", connection_state::unreachable},
+     {"BadCommunicationError", connection_state::unreachable}}
+);
 
-/// Status codes of the stack by what they say about a connection (OPC UA Part 4, 7.39).
 [[nodiscard]] connection_state by_status(std::string_view status) {
-    if (status == "BadUserAccessDenied" || status.starts_with("BadIdentityToken") ||
-        status == "BadUserSignatureInvalid") {
-        return connection_state::bad_credentials;
-    }
-    if (status.starts_with("BadCertificate") || status == "BadSecurityChecksFailed" ||
-        status == "BadApplicationSignatureInvalid" || status == "BadNonceInvalid") {
-        return connection_state::no_trust;
-    }
-    if (status == "BadSecurityPolicyRejected" || status == "BadSecurityModeRejected" ||
-        status == "BadSecurityModeInsufficient") {
-        return connection_state::no_matching_endpoint;
-    }
-    constexpr std::array network{
-        std::string_view{"BadTimeout"},
-        std::string_view{"BadShutdown"},
-        std::string_view{"BadServerHalted"},
-        std::string_view{"BadDisconnect"},
-        std::string_view{"BadNotConnected"},
-        std::string_view{"BadSessionClosed"},
-        std::string_view{"BadSessionIdInvalid"},
-        std::string_view{"BadSecureChannelIdInvalid"},
-        std::string_view{"BadServerNotConnected"},
-        std::string_view{"BadConnectionClosed"},
-        std::string_view{"BadConnectionRejected"},
-        std::string_view{"BadNoCommunication"},
-        std::string_view{"BadRequestTimeout"},
-        std::string_view{"BadSecureChannelClosed"},
-        std::string_view{"BadCommunicationError"}};
-    const bool unreachable = contains(network, status) || status.starts_with("BadTcp");
-    return unreachable ? connection_state::unreachable : connection_state::error;
+    const auto* const found = std::ranges::find_if(states, [status](const auto& each) {
+        return status.starts_with(each.first);
+    });
+    return found == states.end() ? connection_state::error : found->second;
+}
+
+/// Requests can fail because of what was asked for, or because the connection broke meanwhile.
+[[nodiscard]] bool is_request(std::string_view key) {
+    return key == "error.opcua_request_failed" || key == "error.opcua_read_failed" ||
+           key == "error.opcua_write_failed";
 }
 
 constexpr auto settings_keys = std::to_array<std::string_view>(
@@ -90,23 +88,16 @@ constexpr auto settings_keys = std::to_array<std::string_view>(
 } // namespace
 
 std::string_view name_of(connection_state state) noexcept {
-    switch (state) {
-    case connection_state::connecting:
-        return "connecting";
-    case connection_state::ready:
-        return "ready";
-    case connection_state::unreachable:
-        return "unreachable";
-    case connection_state::no_trust:
-        return "no_trust";
-    case connection_state::bad_credentials:
-        return "bad_credentials";
-    case connection_state::no_matching_endpoint:
-        return "no_matching_endpoint";
-    case connection_state::error:
-        break;
-    }
-    return "error";
+    constexpr auto names = std::to_array<std::string_view>(
+        {"connecting",
+         "ready",
+         "unreachable",
+         "no_trust",
+         "bad_credentials",
+         "no_matching_endpoint",
+         "error"}
+    );
+    return names.at(static_cast<std::size_t>(state));
 }
 
 std::optional<connection_state> connection_fault(std::string_view identity) {
@@ -114,38 +105,32 @@ std::optional<connection_state> connection_fault(std::string_view identity) {
     if (!parsed) {
         return std::nullopt;
     }
-    if (parsed->key == connection_failed) {
-        return by_status(parsed->arguments.front());
-    }
-    if (contains(requests, parsed->key)) {
-        const connection_state state = by_status(parsed->arguments.front());
-        return state == connection_state::unreachable ? std::optional{state} : std::nullopt;
-    }
-    if (parsed->key == connection_closed || parsed->key == discovery_failed) {
+    const std::string& key = parsed->key;
+    if (key == "error.opcua_connection_closed" || key == "error.opcua_discovery_failed") {
         return connection_state::unreachable;
     }
-    if (parsed->key == matching_endpoint_failed) {
+    if (key == "error.opcua_matching_endpoint_failed") {
         return connection_state::no_matching_endpoint;
     }
-    return std::nullopt;
+    const connection_state state = by_status(parsed->arguments.front());
+    const bool broke = is_request(key) && state == connection_state::unreachable;
+    return key == connection_failed || broke ? std::optional{state} : std::nullopt;
 }
 
 bool is_ambiguous(std::string_view identity) {
     const auto parsed = parse_identity(identity);
     return parsed && parsed->key == connection_failed &&
-           parsed->arguments.front() == rejected_token;
+           parsed->arguments.front() == "BadIdentityTokenRejected";
 }
 
 scan_fault fault_of(std::string_view identity) {
-    const auto parsed = parse_identity(identity);
-    if (!parsed) {
-        return scan_fault::server;
-    }
     const auto connection = connection_fault(identity);
     if (connection && connection != connection_state::no_matching_endpoint) {
         return scan_fault::connection;
     }
-    return contains(settings_keys, parsed->key) ? scan_fault::settings : scan_fault::server;
+    const auto parsed = parse_identity(identity);
+    return parsed && contains(settings_keys, parsed->key) ? scan_fault::settings
+                                                          : scan_fault::server;
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -11,25 +11,30 @@ namespace {
 
 using nlohmann::ordered_json;
 
-[[nodiscard]] text_map texts_in(const ordered_json& document, const std::string& language) {
-    text_map texts;
-    const ordered_json& entries = member(member(member(document, "Text"), language), "Translation");
-    if (entries.is_object()) {
-        for (const auto& [key, entry] : entries.items()) {
-            texts.emplace(key, text_of(member(entry, "Display")));
+/// Calls visit(name, entry) for each member or element of what is at a place in the document.
+template <typename Json, typename Visit>
+void each(Json& document, const ordered_json::json_pointer& place, Visit visit) {
+    if (document.contains(place)) {
+        for (const auto& [name, entry] : document.at(place).items()) {
+            visit(name, entry);
         }
     }
+}
+
+[[nodiscard]] text_map texts_of(const ordered_json& document, const std::string& language) {
+    text_map texts;
+    const auto add = [&texts](const std::string& key, const ordered_json& entry) {
+        texts.emplace(key, text_in(entry, "Display"));
+    };
+    each(document, "/Text"_json_pointer / language / "Translation", add);
     return texts;
 }
 
 [[nodiscard]] std::vector<std::string> languages_of(const ordered_json& document) {
     std::vector<std::string> names;
-    const ordered_json& texts = member(document, "Text");
-    if (texts.is_object()) {
-        for (const auto& [name, language] : texts.items()) {
-            names.push_back(name);
-        }
-    }
+    each(document, "/Text"_json_pointer, [&names](const std::string& name, const ordered_json&) {
+        names.push_back(name);
+    });
     return names;
 }
 
@@ -37,8 +42,7 @@ using nlohmann::ordered_json;
 void translate(
     ordered_json& entry, const char* name, const std::string& key, const translation& texts
 ) {
-    const std::string text = text_of(member(entry, name));
-    if (!text.empty()) {
+    if (const std::string text = text_in(entry, name); !text.empty()) {
         entry[name] = texts.display(key, text);
     }
 }
@@ -49,66 +53,36 @@ void translate_texts(ordered_json& entry, const std::string& stem, const transla
     translate(entry, "Help", stem + ".help", texts);
 }
 
-/// Calls visit(name, entry) for each member of an object in the document.
-template <typename Visitor>
-void each(ordered_json& document, const char* name, Visitor visit) {
-    if (member(document, name).is_object()) {
-        for (auto& [key, entry] : document[name].items()) {
-            visit(key, entry);
-        }
-    }
-}
-
-/// Calls visit(element) for each element of a list in an entry.
-template <typename Visitor>
-void each_element(ordered_json& entry, const char* name, Visitor visit) {
-    if (member(entry, name).is_array()) {
-        for (ordered_json& element : entry[name]) {
-            visit(element);
-        }
-    }
-}
-
-void translate_group(const std::string& group, ordered_json& entry, const translation& texts) {
-    each_element(entry, "Items", [&](ordered_json& item) {
-        if (!member(item, "Setting").is_object()) {
-            return;
-        }
-        ordered_json& setting = item["Setting"];
-        const std::string stem = group + "." + text_of(member(setting, "Name"));
-        translate_texts(setting, stem, texts);
-        if (member(setting, "Selection").is_object()) {
-            each_element(setting["Selection"], "Options", [&](ordered_json& option) {
-                const std::string value = text_of(member(option, "Value"));
-                translate(option, "Display", stem + ".option." + value, texts);
-            });
-        }
-    });
-}
-
-void translate_lookup(const std::string& name, ordered_json& lookup, const translation& texts) {
-    each_element(lookup, "LookupValues", [&](ordered_json& entry) {
-        if (const auto value = integer_of(member(entry, "Value"))) {
-            translate(entry, "Display", "lookup." + name + "." + std::to_string(*value), texts);
-        }
+void translate_setting(const std::string& group, ordered_json& setting, const translation& texts) {
+    const std::string stem = group + "." + text_in(setting, "Name");
+    translate_texts(setting, stem, texts);
+    each(setting, "/Selection/Options"_json_pointer, [&](const auto&, ordered_json& option) {
+        translate(option, "Display", stem + ".option." + text_in(option, "Value"), texts);
     });
 }
 
 void translate_all(ordered_json& document, const translation& texts) {
-    if (member(document, "MetaData").is_object()) {
+    if (document.contains("MetaData")) {
         translate_texts(document["MetaData"], "module", texts);
     }
-    const auto entry_texts = [&texts](const std::string& name, ordered_json& entry) {
-        translate_texts(entry, name, texts);
-    };
-    each(document, "Sensors", entry_texts);
-    each(document, "Checks", entry_texts);
-    each(document, "Sections", entry_texts);
-    each(document, "Groups", [&texts](const std::string& name, ordered_json& group) {
-        translate_group(name, group, texts);
+    for (const char* const list : {"/Sensors", "/Checks", "/Sections"}) {
+        each(document, ordered_json::json_pointer{list}, [&](const auto& name, auto& entry) {
+            translate_texts(entry, name, texts);
+        });
+    }
+    each(document, "/Groups"_json_pointer, [&](const std::string& name, ordered_json& group) {
+        each(group, "/Items"_json_pointer, [&](const auto&, ordered_json& item) {
+            if (item.contains("Setting")) {
+                translate_setting(name, item["Setting"], texts);
+            }
+        });
     });
-    each(document, "Lookups", [&texts](const std::string& name, ordered_json& lookup) {
-        translate_lookup(name, lookup, texts);
+    each(document, "/Lookups"_json_pointer, [&](const std::string& name, ordered_json& lookup) {
+        each(lookup, "/LookupValues"_json_pointer, [&](const auto&, ordered_json& entry) {
+            if (const auto value = integer_in(entry, "Value")) {
+                translate(entry, "Display", "lookup." + name + "." + std::to_string(*value), texts);
+            }
+        });
     });
 }
 
@@ -128,8 +102,8 @@ select(const ordered_json& object, const std::vector<std::string>& names) {
 [[nodiscard]] ordered_json part_of(const ordered_json& document, const sensor_description& sensor) {
     ordered_json sections = select(member(document, "Sections"), sensor.sections);
     ordered_json groups = ordered_json::object();
-    for (const auto& [name, section] : sections.items()) {
-        groups.update(select(member(document, "Groups"), texts_of(member(section, "Groups"))));
+    for (const ordered_json& section : sections) {
+        groups.update(select(member(document, "Groups"), texts_in(section, "Groups")));
     }
     return {
         {"Sensors", select(member(document, "Sensors"), {sensor.kind})},
@@ -147,12 +121,10 @@ translated_document translate_document(std::string_view message, std::string_vie
     }
     ordered_json& sent = whole["module_information"];
     const std::string name = language_name(language, languages_of(sent));
-    translation texts{name, texts_in(sent, name), texts_in(sent, default_language)};
+    translation texts{name, texts_of(sent, name), texts_of(sent, default_language)};
     translate_all(sent, texts);
     if (sent.contains("Text")) {
-        ordered_json kept = ordered_json::object();
-        kept[name] = member(member(sent, "Text"), name);
-        sent["Text"] = std::move(kept);
+        sent["Text"] = {{name, member(member(sent, "Text"), name)}};
     }
     return {std::move(sent), std::move(texts)};
 }

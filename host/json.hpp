@@ -1,70 +1,78 @@
 #pragma once
-// Two ways to read JSON from outside: strictly, where errors name the place, and loosely, where
-// what is absent or has another type counts as empty.
+// JSON from outside: values as their types, where what is absent or has another type counts as none
+// or as empty.
+
+#include "text/number.hpp"
 
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 namespace tarvik::monitoring_modules::probe {
 
-/// An object within a document and the way to it, such as "channel_definitions[2]"; empty for the
-/// document itself. Refers to the document, which must outlive it. Members that are absent or null
-/// take the fallback.
-class json_object final {
-  public:
-    /// @throws probe_error (call_failed) unless it is an object
-    json_object(const nlohmann::ordered_json& object, std::string place);
-
-    /// @return null when the member is absent or null
-    [[nodiscard]] const nlohmann::ordered_json* find(const char* name) const;
-    [[nodiscard]] std::string place_of(std::string_view name) const;
-
-    // The following throw probe_error (call_failed) when the member has another type.
-    [[nodiscard]] std::int64_t integer(const char* name) const; ///< required
-    [[nodiscard]] std::int64_t integer(const char* name, std::int64_t fallback) const;
-    [[nodiscard]] double real(const char* name, double fallback) const;
-    [[nodiscard]] bool boolean(const char* name) const; ///< required
-    [[nodiscard]] bool boolean(const char* name, bool fallback) const;
-    [[nodiscard]] std::string text(const char* name, std::string_view fallback) const;
-
-    /// Calls visit(json_object) for each element of a list of objects.
-    template <typename Visitor>
-    void each(const char* name, Visitor visit) const {
-        const nlohmann::ordered_json& list = array(name);
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            visit(json_object{list[i], place_of(name) + "[" + std::to_string(i) + "]"});
-        }
+/// @tparam Type std::int64_t, double, bool or std::string
+/// @return nothing for a value of another type
+template <typename Type>
+[[nodiscard]] std::optional<Type> as(const nlohmann::ordered_json& value) {
+    if constexpr (std::is_same_v<Type, double>) {
+        return value.is_number() ? std::optional{value.get<double>()} : std::nullopt;
+    } else if constexpr (std::is_same_v<Type, std::int64_t>) {
+        const bool fits =
+            !value.is_number_unsigned() || std::in_range<Type>(value.get<std::uint64_t>());
+        return value.is_number_integer() && fits ? std::optional{value.get<Type>()} : std::nullopt;
+    } else {
+        const auto* const held = value.get_ptr<const Type*>();
+        return held == nullptr ? std::nullopt : std::optional{*held};
     }
-
-    [[noreturn]] void fail(std::string_view name, std::string_view problem) const;
-
-  private:
-    [[nodiscard]] const nlohmann::ordered_json& array(const char* name) const;
-
-    const nlohmann::ordered_json& object_;
-    std::string place_;
-};
+}
 
 /// @return the member, or null JSON when there is none
-[[nodiscard]] const nlohmann::ordered_json&
-member(const nlohmann::ordered_json& object, const std::string& name);
+[[nodiscard]] inline const nlohmann::ordered_json&
+member(const nlohmann::ordered_json& object, const std::string& name) {
+    static const nlohmann::ordered_json nothing;
+    const auto found = object.find(name);
+    return found == object.end() ? nothing : *found;
+}
 
-[[nodiscard]] std::string text_of(const nlohmann::ordered_json& value);
-[[nodiscard]] bool flag_of(const nlohmann::ordered_json& value);
+[[nodiscard]] inline std::string
+text_in(const nlohmann::ordered_json& object, const std::string& name) {
+    return as<std::string>(member(object, name)).value_or("");
+}
+
+[[nodiscard]] inline bool flag_in(const nlohmann::ordered_json& object, const std::string& name) {
+    return as<bool>(member(object, name)).value_or(false);
+}
 
 /// Takes a number, or a text that is one.
-[[nodiscard]] std::optional<std::int64_t> integer_of(const nlohmann::ordered_json& value);
+[[nodiscard]] inline std::optional<std::int64_t>
+integer_in(const nlohmann::ordered_json& object, const std::string& name) {
+    const auto integer = as<std::int64_t>(member(object, name));
+    return integer ? integer : parse_number<std::int64_t>(text_in(object, name));
+}
 
 /// @return the texts of a list; elements that are none are left out
-[[nodiscard]] std::vector<std::string> texts_of(const nlohmann::ordered_json& list);
+[[nodiscard]] inline std::vector<std::string>
+texts_in(const nlohmann::ordered_json& object, const std::string& name) {
+    std::vector<std::string> texts;
+    if (const auto& list = member(object, name); list.is_array()) {
+        for (const auto& element : list) {
+            if (auto text = as<std::string>(element)) {
+                texts.push_back(*std::move(text));
+            }
+        }
+    }
+    return texts;
+}
 
 /// @return the object on a line of its own; all characters beyond ASCII are escaped, and bytes that
 /// are no UTF-8 replaced, so that a terminal that shows the line stays unharmed
-[[nodiscard]] std::string json_line(const nlohmann::ordered_json& object);
+[[nodiscard]] inline std::string json_line(const nlohmann::ordered_json& object) {
+    return object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
 
 } // namespace tarvik::monitoring_modules::probe

@@ -11,12 +11,97 @@ namespace {
 
 using nlohmann::ordered_json;
 
+[[noreturn]] void refuse(const std::string& problem) {
+    throw probe_error{exit_code::call_failed, "Unusable message: " + problem};
+}
+
+/// An object within a message and the way to it, such as "channel_definitions[2]"; empty for the
+/// message itself. Refers to the message. Members that are null count as absent.
+class json_object final {
+  public:
+    explicit json_object(const ordered_json& object, std::string place = {})
+        : object_{object},
+          place_{std::move(place)} {
+        if (!object_.is_object()) {
+            refuse((place_.empty() ? "it" : place_) + " is no JSON object");
+        }
+    }
+
+    [[noreturn]] void fail(const std::string& name, const std::string& problem) const {
+        refuse("\"" + place_of(name) + "\" " + problem);
+    }
+
+    /// @return null JSON when the member is absent
+    [[nodiscard]] const ordered_json& operator[](const char* name) const {
+        return member(object_, name);
+    }
+
+    /// @return the object that is a member, empty when it is absent
+    [[nodiscard]] json_object object(const char* name) const {
+        static const ordered_json empty = ordered_json::object();
+        const ordered_json& found = (*this)[name];
+        return json_object{found.is_null() ? empty : found, place_of(name)};
+    }
+
+    /// @return nothing when the member is absent
+    template <typename Type>
+    [[nodiscard]] std::optional<Type> get(const char* name) const {
+        const ordered_json& found = (*this)[name];
+        auto value = as<Type>(found);
+        if (!value && !found.is_null()) {
+            fail(
+                name,
+                std::is_same_v<Type, std::string>    ? "is no text"
+                : std::is_same_v<Type, std::int64_t> ? "is no 64-bit integer"
+                : std::is_same_v<Type, double>       ? "is no number"
+                                                     : "is neither true nor false"
+            );
+        }
+        return value;
+    }
+
+    template <typename Type>
+    [[nodiscard]] Type required(const char* name) const {
+        if ((*this)[name].is_null()) {
+            fail(name, "is missing");
+        }
+        return *get<Type>(name);
+    }
+
+    [[nodiscard]] std::string text(const char* name) const {
+        return get<std::string>(name).value_or("");
+    }
+
+    /// @return read(json_object) for each element of a list of objects
+    template <typename Read>
+    [[nodiscard]] auto each(const char* name, Read read) const {
+        std::vector<decltype(read(*this))> values;
+        const ordered_json& list = (*this)[name];
+        if (!list.is_array() && !list.is_null()) {
+            fail(name, "is no list");
+        }
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            values.push_back(read(json_object{
+                list[i], place_of(name) + "[" + std::to_string(i) + "]"}));
+        }
+        return values;
+    }
+
+  private:
+    [[nodiscard]] std::string place_of(const std::string& name) const {
+        return place_.empty() ? name : place_ + "." + name;
+    }
+
+    const ordered_json& object_;
+    std::string place_;
+};
+
 /// @param object has perhaps a member of this name with "identity" and "text"
 void add_translation(ordered_json& object, const char* name, const translation& texts) {
     const ordered_json& said = member(object, name);
     if (member(said, "identity").is_string() && member(said, "text").is_string()) {
         object[name]["translated"] =
-            texts.message(text_of(member(said, "identity")), text_of(member(said, "text")));
+            texts.message(text_in(said, "identity"), text_in(said, "text"));
     }
 }
 
@@ -32,97 +117,52 @@ void add_translations(ordered_json& document, const translation& texts) {
     }
 }
 
-[[nodiscard]] channel_unit read_unit(const json_object& definition) {
-    const ordered_json* member = definition.find("unit");
-    if (member == nullptr) {
-        return {};
-    }
-    const json_object unit{*member, definition.place_of("unit")};
-    return {unit.integer("code", 0), unit.text("name", ""), unit.text("text", "")};
-}
-
-[[nodiscard]] channel_limits read_limits(const json_object& definition) {
-    const ordered_json* member = definition.find("limits");
-    if (member == nullptr) {
-        return {};
-    }
-    const json_object limits{*member, definition.place_of("limits")};
-    const auto limit = [&limits](const char* name) -> std::optional<double> {
-        return limits.find(name) == nullptr ? std::nullopt : std::optional{limits.real(name, 0)};
-    };
-    return {
-        limits.boolean("enabled", false),
-        limit("lower_error"),
-        limit("lower_warning"),
-        limit("upper_warning"),
-        limit("upper_error")};
-}
-
-[[nodiscard]] std::string read_identity(const json_object& object, const char* name) {
-    const ordered_json* const member = object.find(name);
-    return member == nullptr ? ""
-                             : json_object{*member, object.place_of(name)}.text("identity", "");
-}
-
-/// A text that can be said in another language, and in which it may have been.
-[[nodiscard]] std::string read_text(const json_object& object, const char* name) {
-    const ordered_json* member = object.find(name);
-    if (member == nullptr) {
-        return "";
-    }
-    const json_object texts{*member, object.place_of(name)};
-    return texts.text("translated", texts.text("text", ""));
-}
-
-[[nodiscard]] std::string read_name(const json_object& object, std::int64_t id) {
-    const std::string text = read_text(object, "name");
-    return text.empty() ? "channel " + std::to_string(id) : text;
-}
-
-[[nodiscard]] bool read_difference(const json_object& definition) {
-    constexpr std::int64_t difference = 2;
-    const ordered_json* member = definition.find("mode");
-    return member != nullptr &&
-           json_object{*member, definition.place_of("mode")}.integer("code", 1) == difference;
+/// @return the English text, or what was put beside it in another language
+[[nodiscard]] std::string shown_text(const json_object& texts) {
+    return texts.get<std::string>("translated").value_or(texts.text("text"));
 }
 
 [[nodiscard]] channel_definition read_definition(const json_object& definition) {
-    const std::int64_t id = definition.integer("id");
+    constexpr std::int64_t difference = 2;
+    const auto id = definition.required<std::int64_t>("id");
+    const std::string name = shown_text(definition.object("name"));
+    const json_object unit = definition.object("unit");
+    const json_object limits = definition.object("limits");
     return {
         id,
-        read_name(definition, id),
-        read_unit(definition),
-        read_difference(definition),
-        definition.text("lookup", ""),
-        definition.real("multiplier", 1.0),
-        read_limits(definition)};
+        name.empty() ? "channel " + std::to_string(id) : name,
+        {unit.get<std::int64_t>("code").value_or(0), unit.text("name"), unit.text("text")},
+        definition.object("mode").get<std::int64_t>("code") == difference,
+        definition.text("lookup"),
+        definition.get<double>("multiplier").value_or(1.0),
+        {limits.get<bool>("enabled").value_or(false),
+         limits.get<double>("lower_error"),
+         limits.get<double>("lower_warning"),
+         limits.get<double>("upper_warning"),
+         limits.get<double>("upper_error")}};
 }
 
-[[nodiscard]] channel_value read_value(const json_object& channel) {
-    const std::int64_t id = channel.integer("id");
-    const ordered_json* value = channel.find("value");
-    if (value == nullptr) {
-        channel.fail("value", "is missing");
+[[nodiscard]] channel_number read_number(const json_object& channel) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const ordered_json& value = channel["value"];
+    if (value.is_null() || value.is_number_integer()) {
+        return channel.required<std::int64_t>("value");
     }
-    if (value->is_number_integer()) {
-        return {id, channel.integer("value")};
+    if (const auto real = as<double>(value)) {
+        return *real;
     }
-    if (value->is_number_float()) {
-        return {id, value->get<double>()};
-    }
-    const std::string text = value->is_string() ? value->get<std::string>() : "";
+    const std::string text = as<std::string>(value).value_or("");
     if (text == "NaN") {
-        return {id, std::numeric_limits<double>::quiet_NaN()};
+        return std::numeric_limits<double>::quiet_NaN();
     }
     if (text == "Infinity" || text == "-Infinity") {
-        const double infinity = std::numeric_limits<double>::infinity();
-        return {id, text.front() == '-' ? -infinity : infinity};
+        return text.front() == '-' ? -infinity : infinity;
     }
     channel.fail("value", "is no number");
 }
 
 [[nodiscard]] scan_state read_state(const json_object& result) {
-    switch (result.integer("response_code")) {
+    switch (result.required<std::int64_t>("response_code")) {
     case 0:
         return scan_state::ok;
     case 1:
@@ -134,36 +174,30 @@ void add_translations(ordered_json& document, const translation& texts) {
     }
 }
 
-[[nodiscard]] scan_result read_scan_result(const json_object& object) {
-    scan_result result;
-    result.sensor_id = object.integer("sensor_id");
-    result.error_code = object.integer("error_code", 0);
-    result.state = read_state(object);
-    result.identity = read_identity(object, "message");
-    result.text = read_text(object, "message");
-    object.each("channel_definitions", [&result](const json_object& definition) {
-        result.definitions.push_back(read_definition(definition));
-    });
-    object.each("channels", [&result](const json_object& channel) {
-        result.channels.push_back(read_value(channel));
-    });
-    return result;
+[[nodiscard]] scan_result read_scan_result(const json_object& object, sent_message sent) {
+    const json_object message = object.object("message");
+    return {
+        object.required<std::int64_t>("sensor_id"),
+        object.get<std::int64_t>("error_code").value_or(0),
+        read_state(object),
+        shown_text(message),
+        object.each("channel_definitions", read_definition),
+        object.each(
+            "channels",
+            [](const json_object& channel) {
+                return channel_value{channel.required<std::int64_t>("id"), read_number(channel)};
+            }
+        ),
+        message.text("identity"),
+        std::move(sent)};
 }
 
 [[nodiscard]] log_line read_log_line(const json_object& entry) {
-    const std::int64_t severity = entry.integer("severity");
+    const auto severity = entry.required<std::int64_t>("severity");
     if (severity < 0 || severity > severity_debug) {
         entry.fail("severity", "is none of 0 to 7");
     }
-    return {"", static_cast<std::int32_t>(severity), entry.text("text", "")};
-}
-
-[[nodiscard]] notification_response read_notification_response(const json_object& object) {
-    notification_response response{object.integer("id"), {}, {}};
-    object.each("log", [&response](const json_object& entry) {
-        response.log.push_back(read_log_line(entry));
-    });
-    return response;
+    return {"", static_cast<std::int32_t>(severity), entry.text("text")};
 }
 
 } // namespace
@@ -178,26 +212,23 @@ any_message parse_message(std::string_view text, const translation& texts) {
     try {
         *document = ordered_json::parse(text);
     } catch (const ordered_json::exception& error) {
-        throw probe_error{
-            exit_code::call_failed, std::string{"Unusable message: no JSON: "} + error.what()};
+        refuse(std::string{"no JSON: "} + error.what());
     }
     add_translations(*document, texts);
-    const json_object object{*document, ""};
-    std::string type = object.text("type", "");
+    const json_object object{*document};
+    const std::string type = object.text("type");
     if (type == "sensor_scan_result") {
-        scan_result result = read_scan_result(object);
-        result.sent = document;
-        return result;
+        return read_scan_result(object, document);
     }
     if (type == "check_result") {
-        return check_result{object.integer("check_id"), object.boolean("success"), document};
+        return check_result{
+            object.required<std::int64_t>("check_id"), object.required<bool>("success"), document};
     }
     if (type == "notification_response") {
-        notification_response response = read_notification_response(object);
-        response.sent = document;
-        return response;
+        return notification_response{
+            object.required<std::int64_t>("id"), object.each("log", read_log_line), document};
     }
-    return other_message{std::move(type)};
+    return {};
 }
 
 } // namespace tarvik::monitoring_modules::probe

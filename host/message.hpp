@@ -72,7 +72,7 @@ enum class scan_state { ok, warning, error };
 }
 
 struct scan_result {
-    std::int64_t sensor_id = 0;
+    std::int64_t id = 0; ///< of the sensor
     std::int64_t error_code = 0;
     scan_state state = scan_state::ok;
     std::string text; ///< the sensor message
@@ -83,7 +83,7 @@ struct scan_result {
 };
 
 struct check_result {
-    std::int64_t check_id = 0;
+    std::int64_t id = 0; ///< of the check
     bool success = false;
     sent_message sent{};
 };
@@ -94,27 +94,13 @@ struct notification_response {
     sent_message sent{};
 };
 
-/// A message of a type that this program has no use for.
-struct other_message {
-    std::string type;
-};
-
-using any_message = std::variant<scan_result, check_result, notification_response, other_message>;
+/// std::monostate: a message of a type that this program has no use for.
+using any_message = std::variant<std::monostate, scan_result, check_result, notification_response>;
 
 /// @param text one message of the module
 /// @param texts say names of channels and the sensor message in their language
 /// @throws probe_error (call_failed) naming the member that is missing or has a wrong type
 [[nodiscard]] any_message parse_message(std::string_view text, const translation& texts = {});
-
-[[nodiscard]] inline std::int64_t id_of(const scan_result& message) noexcept {
-    return message.sensor_id;
-}
-[[nodiscard]] inline std::int64_t id_of(const check_result& message) noexcept {
-    return message.check_id;
-}
-[[nodiscard]] inline std::int64_t id_of(const notification_response& message) noexcept {
-    return message.id;
-}
 
 /// @param messages that a call delivered
 /// @param id of the sensor, check or notification that it was about
@@ -128,7 +114,7 @@ template <typename Message>
     for (const std::string& text : messages) {
         any_message parsed = parse_message(text, texts);
         if (auto* message = std::get_if<Message>(&parsed);
-            message != nullptr && id_of(*message) == id) {
+            message != nullptr && message->id == id) {
             found.push_back(std::move(*message));
         }
     }

@@ -47,13 +47,10 @@ scan_json(const scan_result& result, const std::vector<channel_view>& channels, 
 
 std::string check_json(const check_result& result, const std::vector<log_line>& log) {
     ordered_json document = *result.sent;
-    ordered_json lines = ordered_json::array();
-    for (const log_line& entry : log) {
-        lines.push_back(
-            {{"source", entry.source}, {"severity", entry.severity}, {"text", entry.text}}
-        );
+    ordered_json& lines = document["log"] = ordered_json::array();
+    for (const auto& [source, severity, text] : log) {
+        lines.push_back({{"source", source}, {"severity", severity}, {"text", text}});
     }
-    document["log"] = std::move(lines);
     return json_line(document);
 }
 

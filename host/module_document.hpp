@@ -1,8 +1,7 @@
 #pragma once
-// What the module tells about itself, in one language: sensors, checks, settings, lookups and the
-// texts of its messages.
+// What the module tells about itself, in one language: sensors, checks, settings and what they may
+// hold, lookups and the texts of its messages.
 
-#include "host/setting_description.hpp"
 #include "host/translation.hpp"
 
 #include <array>
@@ -11,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
@@ -33,6 +33,60 @@ struct lookup_value {
 struct lookup_description {
     std::string name;
     std::map<std::int64_t, lookup_value> values;
+};
+
+struct text_values {
+    std::optional<std::int64_t> longest; ///< in characters
+    bool several_lines = false;
+    bool secret = false;
+
+    bool operator==(const text_values&) const = default;
+};
+
+struct selection_option {
+    std::string value;
+    std::string display;
+
+    bool operator==(const selection_option&) const = default;
+};
+
+struct selection_values {
+    std::vector<selection_option> options;
+    bool operator==(const selection_values&) const = default;
+};
+
+template <typename Number>
+struct number_values {
+    std::optional<Number> least;
+    std::optional<Number> most;
+
+    bool operator==(const number_values&) const = default;
+};
+
+/// What a setting may hold; std::monostate: not known to this program, so anything.
+using allowed_values = std::variant<
+    std::monostate,
+    text_values,
+    selection_values,
+    number_values<std::int64_t>,
+    number_values<double>>;
+
+/// @return "whole number from 1 to 65535", "one of none, sign", "text of at most 32 characters"
+[[nodiscard]] std::string allowed_text(const allowed_values& values);
+
+/// @return whether a setting may hold this text
+[[nodiscard]] bool is_allowed(const allowed_values& values, const std::string& text);
+
+struct module_setting {
+    std::string key;  ///< "section.group.name"
+    std::string name; ///< unique in its group
+    std::string display;
+    std::string help;   ///< with markup
+    std::string preset; ///< what it holds when it is not given
+    allowed_values values;
+    bool required = false;
+    std::string depends_on;             ///< a setting of its group; empty: it is always shown
+    std::vector<std::string> condition; ///< it is shown while that one holds one of these
 };
 
 struct settings_group {
@@ -84,16 +138,10 @@ class module_document final {
     );
 
     [[nodiscard]] const module_description& module() const noexcept { return module_; }
-    [[nodiscard]] const std::vector<sensor_description>& sensors() const noexcept {
-        return sensors_;
-    }
-    [[nodiscard]] const std::vector<check_description>& checks() const noexcept { return checks_; }
-    [[nodiscard]] const std::vector<settings_section>& sections() const noexcept {
-        return sections_;
-    }
-    [[nodiscard]] const std::vector<lookup_description>& lookups() const noexcept {
-        return lookups_;
-    }
+    [[nodiscard]] const auto& sensors() const noexcept { return sensors_; }
+    [[nodiscard]] const auto& checks() const noexcept { return checks_; }
+    [[nodiscard]] const auto& sections() const noexcept { return sections_; }
+    [[nodiscard]] const auto& lookups() const noexcept { return lookups_; }
     [[nodiscard]] const translation& texts() const noexcept { return texts_; }
 
     // Null for an unknown name.

@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 
+#include <array>
 #include <cstdlib>
 #include <exception>
 #include <limits>
@@ -16,38 +17,18 @@ namespace {
 constexpr const char* module_name = "libOPCUA.so";
 constexpr const char* framework_name = "libZunoHelper.so";
 
-[[nodiscard]] std::string last_problem() {
-    const char* text = dlerror();
-    return text == nullptr ? "unknown reason" : text;
-}
-
 template <typename Function>
 void find(void* library, const char* name, Function& function) {
     function = reinterpret_cast<Function>(dlsym(library, name));
 }
 
 template <typename Function>
-void resolve(void* library, const char* name, Function& function) {
+void require(void* library, const char* name, Function& function) {
     find(library, name, function);
     if (function == nullptr) {
         throw probe_error{
             exit_code::not_loaded, std::string{"The module lacks the function "} + name};
     }
-}
-
-[[nodiscard]] module_functions resolve_all(void* library) {
-    module_functions found;
-    resolve(library, "GetApiLevel", found.get_api_level);
-    resolve(library, "InitializeModule", found.initialize_module);
-    resolve(library, "CleanupModule", found.cleanup_module);
-    resolve(library, "GetModuleInformation", found.get_module_information);
-    resolve(library, "GetModuleInformationSync", found.get_module_information_sync);
-    resolve(library, "CreateSensorInstance", found.create_sensor_instance);
-    resolve(library, "ExecuteSensorScan", found.execute_sensor_scan);
-    resolve(library, "DestroySensorInstance", found.destroy_sensor_instance);
-    resolve(library, "ExecuteMetaScan", found.execute_meta_scan);
-    resolve(library, "ExecuteCheck", found.execute_check);
-    return found;
 }
 
 constexpr std::uint32_t sending_notification = 1; // the meta-scan that sends one
@@ -59,21 +40,15 @@ struct byte_view {
 
 [[nodiscard]] byte_view bytes_of(std::string_view text) {
     if (text.size() > std::numeric_limits<std::uint32_t>::max()) {
-        throw probe_error{exit_code::usage, "The settings are too large"};
+        throw usage_error{"The settings are too large"};
     }
     return {
         reinterpret_cast<const std::uint8_t*>(text.data()),
         static_cast<std::uint32_t>(text.size())};
 }
 
-/// Where the messages of the call that this thread makes go: they come on the thread that calls,
-/// before the call returns.
+/// What the call that a thread makes delivers: on that thread, before the call returns.
 struct inbox {
-    inbox() noexcept;
-    ~inbox();
-    inbox(const inbox&) = delete;
-    inbox& operator=(const inbox&) = delete;
-
     std::vector<std::string> messages;
     bool lost = false;
 };
@@ -82,18 +57,12 @@ struct inbox {
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
 thread_local inbox* open_inbox = nullptr;
 
-inbox::inbox() noexcept {
-    open_inbox = this;
-}
-
-inbox::~inbox() {
-    open_inbox = nullptr;
-}
-
-template <typename Call>
-[[nodiscard]] call_result collect(Call call) {
+template <typename... Arguments>
+[[nodiscard]] call_result collect(std::uint32_t (*call)(Arguments...), Arguments... arguments) {
     inbox received;
-    const std::uint32_t status = call();
+    open_inbox = &received;
+    const std::uint32_t status = call(arguments...);
+    open_inbox = nullptr;
     if (received.lost) {
         throw probe_error{exit_code::call_failed, "A message was lost, out of memory"};
     }
@@ -117,10 +86,22 @@ std::filesystem::path find_module(const std::string& chosen) {
 module_library::module_library(const std::filesystem::path& path)
     : module_{dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)} {
     if (module_ == nullptr) {
+        const char* const problem = dlerror();
         throw probe_error{
-            exit_code::not_loaded, "The module could not be loaded: " + last_problem()};
+            exit_code::not_loaded,
+            std::string{"The module could not be loaded: "} +
+                (problem == nullptr ? "unknown reason" : problem)};
     }
-    functions_ = resolve_all(module_.get());
+    require(module_.get(), "GetApiLevel", functions_.get_api_level);
+    require(module_.get(), "InitializeModule", functions_.initialize_module);
+    require(module_.get(), "CleanupModule", functions_.cleanup_module);
+    require(module_.get(), "GetModuleInformation", functions_.get_module_information);
+    require(module_.get(), "GetModuleInformationSync", functions_.get_module_information_sync);
+    require(module_.get(), "CreateSensorInstance", functions_.create_sensor_instance);
+    require(module_.get(), "ExecuteSensorScan", functions_.execute_sensor_scan);
+    require(module_.get(), "DestroySensorInstance", functions_.destroy_sensor_instance);
+    require(module_.get(), "ExecuteMetaScan", functions_.execute_meta_scan);
+    require(module_.get(), "ExecuteCheck", functions_.execute_check);
     if (const std::uint32_t level = functions_.get_api_level(); level != OPCUA_MODULE_API_LEVEL) {
         throw probe_error{
             exit_code::not_loaded,
@@ -142,8 +123,8 @@ module_library::module_library(const std::filesystem::path& path)
     }
 }
 
-void module_library::closer::operator()(void* handle) const noexcept {
-    dlclose(handle);
+void module_library::closer::operator()(void* library) const noexcept {
+    dlclose(library);
 }
 
 extern "C" {
@@ -165,18 +146,8 @@ receive_message(std::uint64_t /*context*/, const std::uint8_t* bytes, std::uint3
 } // extern "C"
 
 std::string status_text(std::uint32_t status) {
-    switch (status) {
-    case OPCUA_MODULE_DONE:
-        return "done";
-    case OPCUA_MODULE_REFUSED:
-        return "refused";
-    case OPCUA_MODULE_FAILED:
-        return "failed";
-    case OPCUA_MODULE_NOT_INITIALISED:
-        return "not initialised";
-    default:
-        return "answered " + std::to_string(status);
-    }
+    constexpr std::array names{"done", "refused", "failed", "not initialised"}; // OPCUA_MODULE_...
+    return status < names.size() ? names.at(status) : "answered " + std::to_string(status);
 }
 
 monitoring_module::monitoring_module(const module_library& library)
@@ -206,32 +177,22 @@ std::string monitoring_module::information(bool texts) const {
 }
 
 call_result monitoring_module::create_sensor(std::int32_t id, std::string_view settings) const {
-    return collect([&] {
-        const auto [bytes, size] = bytes_of(settings);
-        return functions_.create_sensor_instance(id, bytes, size);
-    });
+    const auto [bytes, size] = bytes_of(settings);
+    return collect(functions_.create_sensor_instance, id, bytes, size);
 }
 
 call_result monitoring_module::scan_sensor(std::int32_t id) const {
-    return collect([&] { return functions_.execute_sensor_scan(id); });
+    return collect(functions_.execute_sensor_scan, id);
 }
 
 call_result monitoring_module::check(std::int32_t id, std::string_view settings) const {
-    return collect([&] {
-        const auto [bytes, size] = bytes_of(settings);
-        return functions_.execute_check(id, bytes, size);
-    });
+    const auto [bytes, size] = bytes_of(settings);
+    return collect(functions_.execute_check, id, bytes, size);
 }
 
 call_result monitoring_module::notify(std::int32_t id, std::string_view settings) const {
-    return collect([&] {
-        const auto [bytes, size] = bytes_of(settings);
-        return functions_.execute_meta_scan(id, sending_notification, bytes, size);
-    });
-}
-
-void monitoring_module::destroy_sensor(std::int32_t id) const noexcept {
-    functions_.destroy_sensor_instance(id);
+    const auto [bytes, size] = bytes_of(settings);
+    return collect(functions_.execute_meta_scan, id, sending_notification, bytes, size);
 }
 
 void monitoring_module::prepare() const noexcept {

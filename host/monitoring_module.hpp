@@ -60,7 +60,7 @@ class module_library final {
 
   private:
     struct closer {
-        void operator()(void* handle) const noexcept;
+        void operator()(void* library) const noexcept;
     };
     using handle = std::unique_ptr<void, closer>;
 
@@ -100,7 +100,7 @@ class monitoring_module final {
     [[nodiscard]] call_result scan_sensor(std::int32_t id) const;
     [[nodiscard]] call_result check(std::int32_t id, std::string_view settings) const;
     [[nodiscard]] call_result notify(std::int32_t id, std::string_view settings) const;
-    void destroy_sensor(std::int32_t id) const noexcept;
+    void destroy_sensor(std::int32_t id) const noexcept { functions_.destroy_sensor_instance(id); }
 
     /// Has the module get the key pair of clients whose settings bring none: from its store, or
     /// newly made, which takes up to some seconds. A failure shows when a client connects.

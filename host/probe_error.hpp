@@ -32,4 +32,9 @@ class probe_error : public std::runtime_error {
     exit_code code_;
 };
 
+/// The command line, or a file that it names, cannot be used.
+struct usage_error : probe_error {
+    explicit usage_error(const std::string& text) : probe_error{exit_code::usage, text} {}
+};
+
 } // namespace tarvik::monitoring_modules::probe

@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t bytes_of_mebibyte = 1'048'576;
 
 [[noreturn]] void fail(const std::string& path, const std::string& problem) {
-    throw probe_error{exit_code::usage, path + ": " + problem};
+    throw usage_error{path + ": " + problem};
 }
 
 } // namespace

@@ -15,12 +15,19 @@ namespace {
 
 constexpr std::size_t shown_columns = 60;
 
-[[noreturn]] void fail(const std::string& text) {
-    throw probe_error{exit_code::usage, text};
-}
-
 [[nodiscard]] std::vector<std::string> host_keys_of_sensor() {
     return {host_of_sensor, "logging", "timeout", "ipversion", "tarvikcloudapikey"};
+}
+
+/// @return null for other settings than texts
+[[nodiscard]] const text_values* text_values_of(const module_setting* setting) {
+    return setting == nullptr ? nullptr : std::get_if<text_values>(&setting->values);
+}
+
+/// @return what the setting holds
+[[nodiscard]] const std::string& text_of(const module_setting& setting, const settings& values) {
+    const auto given = values.find(setting.key);
+    return given == values.end() ? setting.preset : given->second;
 }
 
 /// @return "Channel #2 NodeID (custom.connection_custom.channel2_nodeid)"
@@ -29,62 +36,29 @@ constexpr std::size_t shown_columns = 60;
 }
 
 [[noreturn]] void refuse_value(const module_setting& setting, const std::string& text) {
-    if (const auto* values = std::get_if<text_values>(&setting.values)) { // which may be a secret
-        fail(
+    if (const auto* values = text_values_of(&setting)) { // which may be a secret
+        throw usage_error{
             title(setting) + ": the text has " + std::to_string(character_count(text)) +
-            " characters, at most " + std::to_string(values->longest.value_or(0)) + " are allowed"
-        );
+            " characters, at most " + std::to_string(values->longest.value_or(0)) + " are allowed"};
     }
-    fail(
+    const bool selection = std::holds_alternative<selection_values>(setting.values);
+    throw usage_error{
         title(setting) + ": \"" + cut(text, shown_columns) + "\" is no " +
-        (std::holds_alternative<selection_values>(setting.values) ? "option, expected " : "") +
-        allowed_text(setting.values)
-    );
+        (selection ? "option, expected " : "") + allowed_text(setting.values)};
 }
 
 } // namespace
 
-settings_form::settings_form(std::string what, std::vector<std::string> host_keys)
+settings_form::settings_form(
+    std::string what,
+    std::vector<std::string> host_keys,
+    const module_document& document,
+    const std::vector<std::string>* sections
+)
     : what_{std::move(what)},
-      host_keys_{std::move(host_keys)} {}
-
-settings_form settings_form::of_sensor(const module_document& document, const std::string& kind) {
-    settings_form form{kind, host_keys_of_sensor()};
-    if (const sensor_description* sensor = document.find_sensor(kind)) {
-        form.add_sections(document, sensor->sections);
-    }
-    return form;
-}
-
-settings_form settings_form::of_check(const module_document& document, const std::string& kind) {
-    settings_form form{kind, host_keys_of_sensor()};
-    if (const check_description* check = document.find_check(kind)) {
-        form.add_sections(document, check->sections);
-    }
-    return form;
-}
-
-settings_form settings_form::of_notification(const module_document& document) {
-    settings_form form{
-        "notify",
-        {host_of_notification, "target", "message", "write.type", "timeout", "log_level"}};
-    if (document.find_section("credentials") != nullptr) {
-        form.add_sections(document, {"credentials"});
-    }
-    return form;
-}
-
-settings_form settings_form::of_connection() {
-    settings_form form{"a connection", {keys::of_connection.begin(), keys::of_connection.end()}};
-    form.described_ = true;
-    return form;
-}
-
-void settings_form::add_sections(
-    const module_document& document, const std::vector<std::string>& names
-) {
-    described_ = true;
-    for (const std::string& name : names) {
+      keys_{std::move(host_keys)},
+      described_{sections != nullptr} {
+    for (const std::string& name : described_ ? *sections : std::vector<std::string>{}) {
         const settings_section* const section = document.find_section(name);
         if (section == nullptr) {
             continue;
@@ -92,43 +66,58 @@ void settings_form::add_sections(
         for (const settings_group& group : section->groups) {
             for (const module_setting& setting : group.settings) {
                 settings_.push_back(&setting);
+                keys_.push_back(setting.key);
             }
         }
     }
 }
 
-std::vector<std::string> settings_form::known_keys() const {
-    std::vector<std::string> keys = host_keys_;
-    for (const module_setting* setting : settings_) {
-        keys.push_back(setting->key);
-    }
-    return keys;
+settings_form settings_form::of_sensor(const module_document& document, const std::string& kind) {
+    const sensor_description* const found = document.find_sensor(kind);
+    return {kind, host_keys_of_sensor(), document, found == nullptr ? nullptr : &found->sections};
+}
+
+settings_form settings_form::of_check(const module_document& document, const std::string& kind) {
+    const check_description* const found = document.find_check(kind);
+    return {kind, host_keys_of_sensor(), document, found == nullptr ? nullptr : &found->sections};
+}
+
+settings_form settings_form::of_notification(const module_document& document) {
+    const std::vector<std::string> sections{"credentials"};
+    return {
+        "notify",
+        {host_of_notification, "target", "message", "write.type", "timeout", "log_level"},
+        document,
+        document.find_section(sections.front()) == nullptr ? nullptr : &sections};
+}
+
+settings_form settings_form::of_connection() {
+    const std::vector<std::string> none;
+    return {"a connection", {keys::of_connection.begin(), keys::of_connection.end()}, {}, &none};
 }
 
 std::string settings_form::full_key(const std::string& typed, const std::string& place) const {
-    const std::vector<std::string> known = known_keys();
-    if (contains(known, typed)) {
+    if (contains(keys_, typed)) {
         return typed;
     }
     std::vector<std::string> meant;
-    std::ranges::copy_if(known, std::back_inserter(meant), [&typed](const std::string& key) {
+    std::ranges::copy_if(keys_, std::back_inserter(meant), [&typed](const std::string& key) {
         return key.ends_with("." + typed);
     });
     if (meant.size() > 1) {
-        fail(place + ": may be any of " + joined(meant));
+        throw usage_error{place + ": may be any of " + joined(meant)};
     }
     if (meant.empty() && described_) {
-        fail(
+        throw usage_error{
             place + ": " + what_ + " has no such setting" +
-            did_you_mean(nearest_names(typed, known))
-        );
+            did_you_mean(nearest_names(typed, keys_))};
     }
     return meant.empty() ? typed : meant.front();
 }
 
 bool settings_form::is_secret(std::string_view key) const {
-    const module_setting* const setting = find(key);
-    return names_secret(key) || (setting != nullptr && setting->secret());
+    const text_values* const text = text_values_of(find(key));
+    return names_secret(key) || (text != nullptr && text->secret);
 }
 
 const module_setting* settings_form::find(std::string_view key) const {
@@ -140,17 +129,16 @@ void settings_form::add(
     settings& to, const std::vector<given_setting>& given, const warning_receiver& warn
 ) const {
     for (const given_setting& each : given) {
-        const std::string option = each.file.empty() ? "--set " : "--set-file ";
-        const std::string key = full_key(each.key, option + each.key);
-        const module_setting* const setting = find(key);
-        const bool secret = is_secret(key);
-        if (secret && each.file.empty()) {
+        const bool typed = each.file.empty();
+        const std::string key = full_key(each.key, (typed ? "--set " : "--set-file ") + each.key);
+        if (is_secret(key) && typed) {
             refuse_secret(each.key);
         }
-        if (secret && each.open_to_all) {
+        if (is_secret(key) && each.open_to_all) {
             warn(open_secret_warning(each.file));
         }
-        const bool as_it_is = each.file.empty() || (setting != nullptr && setting->several_lines());
+        const text_values* const text = text_values_of(find(key));
+        const bool as_it_is = typed || (text != nullptr && text->several_lines);
         to.insert_or_assign(key, as_it_is ? each.text : without_line_end(each.text));
     }
 }
@@ -163,22 +151,18 @@ bool settings_form::is_shown(
     }
     const std::string stem = setting.key.substr(0, setting.key.size() - setting.name.size());
     const module_setting* const other = find(stem + setting.depends_on);
-    if (other == nullptr || steps == 0) { // no steps left: they depend on each other in a circle
-        return false;
-    }
-    const auto given = values.find(other->key);
-    const std::string& text = given == values.end() ? other->preset : given->second;
-    return contains(setting.condition, text) && is_shown(*other, values, steps - 1);
+    // Without steps left they depend on each other in a circle.
+    return other != nullptr && steps != 0 && contains(setting.condition, text_of(*other, values)) &&
+           is_shown(*other, values, steps - 1);
 }
 
 void settings_form::check(const settings& values) const {
     for (const module_setting* setting : settings_) {
-        const auto given = values.find(setting->key);
-        const std::string& text = given == values.end() ? setting->preset : given->second;
+        const std::string& text = text_of(*setting, values);
         if (text.empty() && setting->required && is_shown(*setting, values, settings_.size())) {
-            fail(title(*setting) + " is required");
+            throw usage_error{title(*setting) + " is required"};
         }
-        if (given != values.end() && !is_allowed(setting->values, text)) {
+        if (values.contains(setting->key) && !is_allowed(setting->values, text)) {
             refuse_value(*setting, text);
         }
     }

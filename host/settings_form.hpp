@@ -44,18 +44,22 @@ class settings_form final {
     void check(const settings& values) const;
 
   private:
-    settings_form(std::string what, std::vector<std::string> host_keys);
+    /// @param sections of the document; null: what there is, is not known
+    settings_form(
+        std::string what,
+        std::vector<std::string> host_keys,
+        const module_document& document,
+        const std::vector<std::string>* sections
+    );
 
-    void add_sections(const module_document& document, const std::vector<std::string>& names);
-    [[nodiscard]] std::vector<std::string> known_keys() const;
     [[nodiscard]] const module_setting* find(std::string_view key) const;
     [[nodiscard]] bool
     is_shown(const module_setting& setting, const settings& values, std::size_t steps) const;
 
-    std::string what_;                   // whose form it is
-    std::vector<std::string> host_keys_; // what the module does not describe
+    std::string what_;              // whose form it is
+    std::vector<std::string> keys_; // with those that the module does not describe
     std::vector<const module_setting*> settings_;
-    bool described_ = false;
+    bool described_;
 };
 
 /// What the command line says about the settings of one sensor, check or notification.

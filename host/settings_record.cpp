@@ -6,7 +6,6 @@
 #include "text/words.hpp"
 
 #include <algorithm>
-#include <array>
 
 #include <nlohmann/json.hpp>
 
@@ -19,6 +18,8 @@ namespace {
     return text.starts_with('\'') || text.starts_with('"') || contains(keys, text);
 }
 
+/// @param arguments N=text, N one of the channels
+/// @throws usage_error for other ones, and for a channel that gets two
 void assign(
     std::vector<channel_argument>& channels,
     const std::string& option,
@@ -27,14 +28,20 @@ void assign(
 ) {
     std::vector<bool> given(channels.size());
     for (const std::string& argument : arguments) {
-        auto [number, text] = parse_numbered(option, argument, channels.size());
+        const std::size_t equals = std::min(argument.find('='), argument.size());
+        const auto number = parse_number<std::size_t>(argument.substr(0, equals)).value_or(0);
+        if (equals == argument.size() || number < 1 || number > channels.size()) {
+            throw usage_error{
+                std::string{option}.append(" ").append(argument).append(
+                    ": expected N=text with N the number of a channel, 1 to "
+                ) +
+                std::to_string(channels.size())};
+        }
         if (given[number - 1]) {
-            throw probe_error{
-                exit_code::usage,
-                option + ": channel " + std::to_string(number) + " is given twice"};
+            throw usage_error{option + ": channel " + std::to_string(number) + " is given twice"};
         }
         given[number - 1] = true;
-        channels[number - 1].*member = std::move(text);
+        channels[number - 1].*member = argument.substr(equals + 1);
     }
 }
 
@@ -46,38 +53,17 @@ void set(settings& to, const std::string& key, const std::string& text) {
 
 } // namespace
 
-channel_argument parse_channel(std::string_view argument) {
+channel_argument parse_channel(const std::string& argument) {
     const std::size_t equals = argument.find('=');
-    channel_argument channel;
-    if (equals == std::string_view::npos || begins_node_id(argument.substr(0, equals))) {
-        channel.node_id = argument;
-    } else {
-        channel.name = argument.substr(0, equals);
-        channel.node_id = argument.substr(equals + 1);
-        if (channel.name.empty()) {
-            throw probe_error{
-                exit_code::usage, "--channel " + std::string{argument} + ": the name is empty"};
-        }
+    const bool named = equals != std::string::npos && !begins_node_id(argument.substr(0, equals));
+    if (named && equals == 0) {
+        throw usage_error{"--channel " + argument + ": the name is empty"};
     }
-    if (channel.node_id.empty()) {
-        throw probe_error{
-            exit_code::usage, "--channel " + std::string{argument} + ": the node id is empty"};
+    if (argument.empty() || (named && equals + 1 == argument.size())) {
+        throw usage_error{"--channel " + argument + ": the node id is empty"};
     }
-    return channel;
-}
-
-numbered_text
-parse_numbered(std::string_view option, std::string_view argument, std::size_t channels) {
-    const std::size_t equals = std::min(argument.find('='), argument.size());
-    const auto number = parse_number<std::size_t>(argument.substr(0, equals));
-    if (equals == argument.size() || !number || *number < 1 || *number > channels) {
-        throw probe_error{
-            exit_code::usage,
-            std::string{option} + " " + std::string{argument} +
-                ": expected N=text with N the number of a channel, 1 to " +
-                std::to_string(channels)};
-    }
-    return {*number, std::string{argument.substr(equals + 1)}};
+    return named ? channel_argument{argument.substr(0, equals), argument.substr(equals + 1), {}, {}}
+                 : channel_argument{{}, argument, {}, {}};
 }
 
 std::vector<channel_argument> parse_channels(
@@ -86,8 +72,7 @@ std::vector<channel_argument> parse_channels(
     const std::vector<std::string>& scales
 ) {
     if (channels.size() > most_channels) {
-        throw probe_error{
-            exit_code::usage,
+        throw usage_error{
             "A custom sensor has at most " + std::to_string(most_channels) + " channels"};
     }
     std::vector<channel_argument> parsed;
@@ -98,27 +83,6 @@ std::vector<channel_argument> parse_channels(
     assign(parsed, "--unit", units, &channel_argument::unit);
     assign(parsed, "--scale", scales, &channel_argument::scale);
     return parsed;
-}
-
-settings connection_settings(
-    const connection_arguments& arguments, const connection_secrets& secrets, const char* host_key
-) {
-    settings result;
-    result.emplace(host_key, arguments.host);
-    set(result, keys::port, std::to_string(arguments.port));
-    set(result, keys::path, arguments.path);
-    set(result, keys::security_mode, arguments.security_mode);
-    const bool by_mode = arguments.security_policy.empty() && arguments.security_mode != "none";
-    set(result, keys::security_policy, by_mode ? "Basic256Sha256" : arguments.security_policy);
-    set(result, keys::certificate, secrets.client_certificate);
-    set(result, keys::key, secrets.client_key);
-    set(result, keys::key_password, secrets.client_key_password);
-    if (!arguments.user.empty()) {
-        set(result, keys::user_mode, "username_password");
-        set(result, keys::user, arguments.user);
-        set(result, keys::password, secrets.password);
-    }
-    return result;
 }
 
 void add_channels(
@@ -166,11 +130,11 @@ bool takes_generated_key_pair(std::string_view record) {
 std::string record(std::string_view kind, const settings& values) {
     for (const auto& [key, text] : values) {
         if (!is_utf8(key) || !is_utf8(text)) {
-            throw probe_error{exit_code::usage, "The text of " + key + " is no UTF-8"};
+            throw usage_error{"The text of " + key + " is no UTF-8"};
         }
     }
     if (!is_utf8(kind)) {
-        throw probe_error{exit_code::usage, "The kind is no UTF-8"};
+        throw usage_error{"The kind is no UTF-8"};
     }
     return nlohmann::json{{"kind", kind}, {"settings", values}}.dump();
 }

@@ -1,8 +1,6 @@
 #pragma once
-// The settings that the module gets as a record, made of what was asked for: connection, channels,
-// notification.
-
-#include "host/connection_arguments.hpp"
+// The settings that the module gets as a record, made of what was asked for: channels,
+// notification. Those of the connection are in connection_arguments.hpp.
 
 #include <array>
 #include <cstdint>
@@ -26,20 +24,9 @@ struct channel_argument {
 /// What stands before the first "=" is a name, unless it begins a node id: ns, nsu, svr, i, s, g,
 /// b, or a quote (array form).
 /// @throws probe_error (usage) when the name or the node id is empty
-[[nodiscard]] channel_argument parse_channel(std::string_view argument);
+[[nodiscard]] channel_argument parse_channel(const std::string& argument);
 
-/// A text for one channel, such as "2=bar".
-struct numbered_text {
-    std::size_t number; ///< from 1
-    std::string text;
-};
-
-/// @param option for the error text
-/// @throws probe_error (usage) unless the argument is N=text, N one of the channels
-[[nodiscard]] numbered_text
-parse_numbered(std::string_view option, std::string_view argument, std::size_t channels);
-
-/// Gives units and scale factors to channels.
+/// @param units and scale factors, as N=text with N the number of a channel
 /// @throws probe_error (usage) for more than 10 channels, wrong numbers or a channel that gets two
 [[nodiscard]] std::vector<channel_argument> parse_channels(
     const std::vector<std::string>& channels,
@@ -84,14 +71,7 @@ inline constexpr std::array of_connection{
 using keys::host_of_notification;
 using keys::host_of_sensor;
 
-/// Settings of the connection; what was not asked for is left to the module's defaults.
-[[nodiscard]] settings connection_settings(
-    const connection_arguments& arguments,
-    const connection_secrets& secrets,
-    const char* host_key = host_of_sensor
-);
-
-/// Adds those of a custom sensor.
+/// Adds the settings of a custom sensor.
 /// @param channels at most 10
 void add_channels(
     settings& to, const std::vector<channel_argument>& channels, const std::string& message_node

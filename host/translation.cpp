@@ -1,33 +1,12 @@
 #include "host/translation.hpp"
 
 #include "host/probe_error.hpp"
+#include "text/number.hpp"
 #include "text/words.hpp"
-
-#include <algorithm>
-#include <array>
-#include <charconv>
-#include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
-
-[[nodiscard]] bool has_code(std::string_view name) {
-    return std::ranges::any_of(module_languages, [&](const auto& code) {
-        return same_in_any_case(code.second, name);
-    });
-}
-
-[[nodiscard]] std::string all_languages(const std::vector<std::string>& of_document) {
-    std::vector<std::string> list;
-    for (const auto& [code, name] : module_languages) {
-        list.push_back(std::string{code} + " (" + std::string{name} + ")");
-    }
-    std::ranges::copy_if(of_document, std::back_inserter(list), [](const std::string& name) {
-        return !has_code(name);
-    });
-    return joined(list);
-}
 
 constexpr std::string_view escaped = "#,:[\\]";
 
@@ -41,26 +20,14 @@ constexpr std::string_view escaped = "#,:[\\]";
             arguments.emplace_back();
             continue;
         }
-        const bool special = escaped.find(text[i]) != std::string_view::npos;
-        if (special) {
-            const bool escapes = text[i] == '\\' && i + 1 < text.size() &&
-                                 escaped.find(text[i + 1]) != std::string_view::npos;
-            if (!escapes) {
-                return std::nullopt;
-            }
-            ++i;
+        const bool escape = text[i] == '\\';
+        i += escape ? 1 : 0;
+        if (i == text.size() || contains(escaped, text[i]) != escape) {
+            return std::nullopt;
         }
         arguments.back() += text[i];
     }
     return arguments;
-}
-
-/// @param text what follows the "%"
-/// @return how much of it is an index with ":s"; 0: it is none
-[[nodiscard]] std::size_t read_placeholder(std::string_view text, std::size_t& index) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index);
-    const auto digits = static_cast<std::size_t>(end - text.data());
-    return error == std::errc{} && text.substr(digits).starts_with(":s") ? digits + 2 : 0;
 }
 
 /// @return nothing when there is no text for the key, or one that does not fit
@@ -80,19 +47,22 @@ bool is_english(std::string_view chosen) {
 }
 
 std::string language_name(std::string_view chosen, const std::vector<std::string>& of_document) {
+    std::vector<std::string> known;
+    std::vector<std::string> further = of_document;
     for (const auto& [code, name] : module_languages) {
         if (same_in_any_case(chosen, code) || same_in_any_case(chosen, name)) {
             return std::string{name};
         }
+        known.push_back(std::string{code} + " (" + std::string{name} + ")");
+        std::erase(further, name);
     }
-    for (const std::string& name : of_document) {
+    for (const std::string& name : further) {
         if (same_in_any_case(chosen, name)) {
             return name;
         }
+        known.push_back(name);
     }
-    throw probe_error{
-        exit_code::usage,
-        "--language " + std::string{chosen} + ": none of " + all_languages(of_document)};
+    throw usage_error{"--language " + std::string{chosen} + ": none of " + joined(known)};
 }
 
 std::optional<message_identity> parse_identity(std::string_view identity) {
@@ -101,9 +71,7 @@ std::optional<message_identity> parse_identity(std::string_view identity) {
         !identity.ends_with(']')) {
         return std::nullopt;
     }
-    const std::string_view inside =
-        identity.substr(bracket + 1, identity.size() - bracket - 2); // without the brackets
-    auto arguments = parse_arguments(inside);
+    auto arguments = parse_arguments(identity.substr(bracket + 1, identity.size() - bracket - 2));
     if (!arguments) {
         return std::nullopt;
     }
@@ -125,13 +93,13 @@ fill_template(std::string_view text, const std::vector<std::string>& arguments) 
             text.remove_prefix(1);
             continue;
         }
-        std::size_t index = 0;
-        const std::size_t size = read_placeholder(text, index);
-        if (size == 0 || index >= arguments.size()) {
+        const std::size_t end = text.find(":s");
+        const auto index = parse_number<std::size_t>(text.substr(0, end));
+        if (end == std::string_view::npos || !index || *index >= arguments.size()) {
             return std::nullopt;
         }
-        filled += arguments[index];
-        text.remove_prefix(size);
+        filled += arguments[*index];
+        text.remove_prefix(end + 2);
     }
 }
 
@@ -146,11 +114,10 @@ std::string translation::message(const std::string& identity, const std::string&
 }
 
 std::string translation::display(const std::string& key, const std::string& display) const {
-    if (auto text = find(texts_, key, {})) {
-        return *text;
-    }
-    if (auto text = find(texts_, display, {})) {
-        return *text;
+    for (const auto& found : {find(texts_, key, {}), find(texts_, display, {})}) {
+        if (found) {
+            return *found;
+        }
     }
     return find(english_texts_, display, {}).value_or(display);
 }

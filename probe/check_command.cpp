@@ -16,9 +16,7 @@ constexpr std::size_t check_log_columns = 400;
 
 // A check tells its reasons in the log only, so its log is on.
 [[nodiscard]] settings_draft make_draft(const check_options& options, console& terminal) {
-    settings values = connection_settings(
-        options.connection, read_secrets(options.connection, terminal.writer())
-    );
+    settings values = connection_settings(options.connection, terminal.writer());
     values.emplace("logging", "enabled");
     return {std::move(values), read_given(options.connection)};
 }

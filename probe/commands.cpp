@@ -1,7 +1,6 @@
 #include "probe/commands.hpp"
 
 #include "host/probe_error.hpp"
-#include "host/state_folder.hpp"
 
 namespace tarvik::monitoring_modules::probe {
 

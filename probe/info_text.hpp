@@ -2,7 +2,6 @@
 // What the module offers as running text, with settings that differ in a number only shown once.
 
 #include "host/module_document.hpp"
-#include "host/setting_description.hpp"
 #include "terminal/paragraph.hpp"
 
 #include <string>

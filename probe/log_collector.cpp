@@ -7,8 +7,10 @@ namespace tarvik::monitoring_modules::probe {
 log_collector::log_collector(const module_library& library, console& terminal, std::int32_t shown)
     : terminal_{terminal},
       shown_{shown},
-      sink_{library, [this](log_line&& line) { add(std::move(line)); }},
-      observer_{library, [this](module_event&& event) { keep(std::move(event)); }} {
+      sink_{
+          library,
+          [this](log_line&& line) { add(std::move(line)); },
+          [this](module_event&& event) { keep(std::move(event)); }} {
     if (library.framework().set_log_sink == nullptr) {
         terminal_.line("opcua-probe: the framework library has no log sink; log lines are missing");
     }

@@ -2,7 +2,6 @@
 // Receives log lines and events of the module: shows the lines that matter at once and keeps all
 // for later.
 
-#include "host/kept_lines.hpp"
 #include "host/log.hpp"
 #include "terminal/console.hpp"
 
@@ -38,7 +37,6 @@ class log_collector final {
     std::mutex mutex_;
     kept_lines entries_; // guarded by mutex_
     log_sink sink_;      // last: lines may come as soon as it is there
-    event_observer observer_;
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -18,11 +18,8 @@ constexpr std::size_t text_columns = 400;
 constexpr std::size_t log_columns = 400;
 
 [[nodiscard]] settings_draft make_draft(const notify_options& options, console& terminal) {
-    settings values = connection_settings(
-        options.connection,
-        read_secrets(options.connection, terminal.writer()),
-        host_of_notification
-    );
+    settings values =
+        connection_settings(options.connection, terminal.writer(), host_of_notification);
     add_notification(values, options.content, options.log.level);
     return {std::move(values), read_given(options.connection)};
 }

@@ -10,9 +10,7 @@
 namespace tarvik::monitoring_modules::probe {
 
 settings_draft sensor_draft(const scan_options& options, console& terminal) {
-    settings values = connection_settings(
-        options.connection, read_secrets(options.connection, terminal.writer())
-    );
+    settings values = connection_settings(options.connection, terminal.writer());
     if (options.log.logging) {
         values.emplace("logging", "enabled");
     }

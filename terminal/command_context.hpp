@@ -4,7 +4,6 @@
 #include "host/probe_error.hpp"
 #include "terminal/console.hpp"
 #include "terminal/interruption.hpp"
-#include "terminal/output.hpp"
 
 #include <string>
 

@@ -1,54 +1,66 @@
 #include "terminal/console.hpp"
 
+#include "host/probe_error.hpp"
 #include "text/terminal_text.hpp"
+#include <sys/ioctl.h>
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
-#include <mutex>
 #include <stop_token>
-#include <string>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-void write(std::string_view text) noexcept {
-    // Where standard error cannot be written, there is nobody to tell.
-    static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
-    static_cast<void>(std::fflush(stderr));
-}
-
-void show(const std::stop_token& stop, console& terminal, const std::string& what) {
-    std::mutex mutex;
-    std::condition_variable_any changed;
-    std::unique_lock lock{mutex};
-    const auto start = std::chrono::steady_clock::now();
-    for (int seconds = 1; !stop.stop_requested(); ++seconds) {
-        changed.wait_until(lock, stop, start + std::chrono::seconds{seconds}, [] { return false; });
-        if (!stop.stop_requested()) {
-            terminal.notice(what + " ... " + std::to_string(seconds) + " s");
-        }
-    }
+[[nodiscard]] std::string_view environment(const char* name) noexcept {
+    const char* value = std::getenv(name);
+    return value == nullptr ? "" : value;
 }
 
 } // namespace
 
+output::output() noexcept
+    : colours_{
+          isatty(STDOUT_FILENO) == 1 && environment("NO_COLOR").empty() &&
+          environment("TERM") != "dumb"} {}
+
+std::size_t output::columns() const noexcept {
+    constexpr std::size_t without_terminal = 100;
+    constexpr std::size_t narrowest = 40;
+    constexpr std::size_t widest = 120;
+    winsize size{};
+    if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
+        return without_terminal;
+    }
+    return std::clamp<std::size_t>(size.ws_col, narrowest, widest);
+}
+
+void output::write(std::string_view text) const {
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() ||
+        std::fflush(stdout) != 0) {
+        throw probe_error{exit_code::output_failed, "Standard output cannot be written"};
+    }
+}
+
 console::console() noexcept : terminal_{isatty(STDERR_FILENO) == 1} {}
 
 void console::line(std::string_view text) noexcept {
+    std::string safe;
+    std::string_view shown = "(out of memory)\n";
     try {
-        const std::string safe = sanitise(text) + "\n";
-        const std::lock_guard lock{mutex_};
-        clear_notice_locked();
-        write_locked(safe);
-    } catch (const std::exception&) {
-        write("(out of memory)\n");
+        shown = safe = sanitise(text) + "\n";
+    } catch (const std::exception&) { // then that is what is shown
     }
+    const std::lock_guard lock{mutex_};
+    erase_notice();
+    write(shown);
 }
 
 void console::notice(std::string_view text) noexcept {
@@ -58,8 +70,8 @@ void console::notice(std::string_view text) noexcept {
     try {
         const std::string safe = fit(text, 78);
         const std::lock_guard lock{mutex_};
-        clear_notice_locked();
-        write_locked(safe);
+        erase_notice();
+        write(safe);
         notice_shown_ = true;
     } catch (const std::exception&) {
         return; // a notice is no loss
@@ -68,34 +80,47 @@ void console::notice(std::string_view text) noexcept {
 
 void console::clear_notice() noexcept {
     const std::lock_guard lock{mutex_};
-    clear_notice_locked();
+    erase_notice();
 }
 
 void console::mute() noexcept {
     const std::lock_guard lock{mutex_};
-    clear_notice_locked();
+    erase_notice();
     muted_ = true;
 }
 
-void console::write_locked(std::string_view text) const noexcept {
+void console::write(std::string_view text) const noexcept {
     if (!muted_) {
-        write(text);
+        // Where standard error cannot be written, there is nobody to tell.
+        static_cast<void>(std::fwrite(text.data(), 1, text.size(), stderr));
+        static_cast<void>(std::fflush(stderr));
     }
 }
 
-void console::clear_notice_locked() noexcept {
+void console::erase_notice() noexcept {
     if (notice_shown_) {
-        write_locked("\r\x1b[K");
+        write("\r\x1b[K");
         notice_shown_ = false;
     }
 }
 
 wait_notice::wait_notice(console& terminal, std::string what) : terminal_{terminal} {
-    if (terminal_.is_terminal()) {
-        thread_ = std::jthread{[&terminal, text = std::move(what)](const std::stop_token& stop) {
-            show(stop, terminal, text);
-        }};
+    if (!terminal_.is_terminal()) {
+        return;
     }
+    thread_ = std::jthread{[&terminal, what = std::move(what)](const std::stop_token& stop) {
+        std::mutex mutex;
+        std::condition_variable_any changed;
+        std::unique_lock lock{mutex};
+        const auto start = std::chrono::steady_clock::now();
+        for (int seconds = 1; !stop.stop_requested(); ++seconds) {
+            const auto full = start + std::chrono::seconds{seconds};
+            changed.wait_until(lock, stop, full, [] { return false; });
+            if (!stop.stop_requested()) {
+                terminal.notice(what + " ... " + std::to_string(seconds) + " s");
+            }
+        }
+    }};
 }
 
 wait_notice::~wait_notice() {

@@ -1,7 +1,8 @@
 #pragma once
-// Standard error: lines for the person at the terminal, and one notice that is overwritten while
-// something takes long.
+// Standard output: the answers of the program. Standard error: lines for the person at the
+// terminal, and one notice that is overwritten while something takes long.
 
+#include <cstddef>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -9,7 +10,26 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-/// Thread-safe. Never throws: what cannot be written is lost.
+class output final {
+  public:
+    /// Colours when standard output is a terminal that has them and $NO_COLOR is not set.
+    output() noexcept;
+
+    /// Writes at once.
+    /// @param text safe for a terminal
+    /// @throws probe_error (output_failed)
+    void write(std::string_view text) const;
+
+    [[nodiscard]] bool colours() const noexcept { return colours_; }
+
+    /// @return how wide lines of running text may be: as the terminal, within what reads well
+    [[nodiscard]] std::size_t columns() const noexcept;
+
+  private:
+    bool colours_;
+};
+
+/// Standard error. Thread-safe. Never throws: what cannot be written is lost.
 class console final {
   public:
     console() noexcept;
@@ -35,8 +55,9 @@ class console final {
     [[nodiscard]] bool is_terminal() const noexcept { return terminal_; }
 
   private:
-    void write_locked(std::string_view text) const noexcept;
-    void clear_notice_locked() noexcept;
+    // To be called while mutex_ is locked.
+    void write(std::string_view text) const noexcept;
+    void erase_notice() noexcept;
 
     const bool terminal_;
     std::mutex mutex_;

@@ -4,20 +4,11 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-namespace {
-
-[[nodiscard]] sigset_t ending_signals() noexcept {
-    sigset_t signals{};
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGHUP);
-    return signals;
-}
-
-} // namespace
-
-interruption::interruption(console& terminal) : terminal_{terminal}, signals_{ending_signals()} {
+interruption::interruption(console& terminal) : terminal_{terminal} {
+    sigemptyset(&signals_);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaddset(&signals_, signal);
+    }
     pthread_sigmask(SIG_BLOCK, &signals_, &former_mask_);
     thread_ = std::thread{[this] { listen(); }};
 }
@@ -48,24 +39,21 @@ void interruption::listen() noexcept {
 }
 
 void interruption::take(int number) noexcept {
-    if (number == SIGHUP && hangup_reloads_) {
-        {
-            const std::lock_guard lock{mutex_};
-            reload_ = true;
-        }
-        changed_.notify_all();
-        return;
-    }
-    if (requested()) {
+    const bool reload = number == SIGHUP && hangup_reloads_;
+    if (!reload && requested()) {
         terminal_.clear_notice();
         _exit(128 + number);
     }
     {
         const std::lock_guard lock{mutex_};
-        signal_ = number;
+        if (reload) {
+            reload_ = true;
+        } else {
+            signal_ = number;
+        }
     }
     changed_.notify_all();
-    if (terminal_.is_terminal()) {
+    if (!reload && terminal_.is_terminal()) {
         terminal_.line("Cleaning up; once more ends at once.");
     }
 }

@@ -2,9 +2,11 @@
 
 #include "terminal/table.hpp"
 #include "text/terminal_text.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <array>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -13,43 +15,33 @@ namespace tarvik::monitoring_modules::probe {
 namespace {
 
 constexpr std::size_t least_columns = 20;
-constexpr const char* line_break = "\n"; // no sanitised text holds one
+constexpr std::string_view line_end = "[br]";
 
-/// A character as it is set; the views refer to the text.
+/// Marks, and how what follows is painted.
+constexpr auto marks = std::to_array<std::pair<std::string_view, colour>>(
+    {{"[b]", colour::bold},
+     {"[/b]", colour::plain},
+     {"[i]", colour::italic},
+     {"[/i]", colour::plain}}
+);
+
+/// A character as it is set; the view refers to the text.
 struct letter {
     std::string_view text;
     std::size_t columns;
     colour paint;
 };
 
-struct mark {
-    std::string_view text;
-    colour paint; ///< of what follows
-};
-
-constexpr auto marks = std::to_array<mark>(
-    {{"[b]", colour::bold},
-     {"[/b]", colour::plain},
-     {"[i]", colour::italic},
-     {"[/i]", colour::plain}}
-);
-constexpr std::string_view break_mark = "[br]";
-
-[[nodiscard]] std::vector<letter> letters_of(std::string_view text) {
+/// @param paint of the first letter; becomes that of what follows the last one
+[[nodiscard]] std::vector<letter> letters_of(std::string_view text, colour& paint) {
     std::vector<letter> letters;
-    colour paint = colour::plain;
     while (!text.empty()) {
-        if (text.starts_with(break_mark)) {
-            letters.push_back({line_break, 0, colour::plain});
-            text.remove_prefix(break_mark.size());
-            continue;
-        }
-        const auto* const found = std::ranges::find_if(marks, [text](const mark& each) {
-            return text.starts_with(each.text);
+        const auto* const mark = std::ranges::find_if(marks, [text](const auto& each) {
+            return text.starts_with(each.first);
         });
-        if (found != marks.end()) {
-            paint = found->paint;
-            text.remove_prefix(found->text.size());
+        if (mark != marks.end()) {
+            paint = mark->second;
+            text.remove_prefix(mark->first.size());
             continue;
         }
         const std::string_view character = first_character(text);
@@ -59,54 +51,43 @@ constexpr std::string_view break_mark = "[br]";
     return letters;
 }
 
-/// East Asian full stops, commas and closing brackets, which begin no line.
-[[nodiscard]] bool begins_no_line(std::string_view character) {
+[[nodiscard]] bool may_break_between(const letter& left, const letter& right) {
+    // East Asian full stops, commas and closing brackets, which begin no line.
     constexpr auto closing = std::to_array<std::string_view>(
         {"、", "。", "，", "．", "：", "；", "！", "？", "）", "」", "』", "】", "》", "ー"}
     );
-    return std::ranges::find(closing, character) != closing.end();
+    const bool wide = left.columns == 2 || right.columns == 2;
+    return left.text == " " || (wide && !contains(closing, right.text));
 }
 
-/// @return whether a line may end before this letter
-[[nodiscard]] bool may_break_before(const std::vector<letter>& letters, std::size_t i) {
-    const bool wide = letters[i].columns == 2 || letters[i - 1].columns == 2;
-    return letters[i - 1].text == " " || (wide && !begins_no_line(letters[i].text));
-}
-
-/// @return where the line that begins at start ends
-[[nodiscard]] std::size_t
-end_of_line(const std::vector<letter>& letters, std::size_t start, std::size_t columns) {
+/// @return how many of the letters the first line takes, blanks at its end included
+[[nodiscard]] std::size_t first_line(std::span<const letter> letters, std::size_t columns) {
     std::size_t used = 0;
-    std::size_t last_break = start;
-    for (std::size_t i = start; i < letters.size(); ++i) {
-        if (letters[i].text == line_break) {
-            return i;
-        }
-        if (i > start && may_break_before(letters, i)) {
+    std::size_t last_break = 0;
+    for (std::size_t i = 0; i < letters.size(); ++i) {
+        if (i > 0 && may_break_between(letters[i - 1], letters[i])) {
             last_break = i;
         }
         used += letters[i].columns;
         if (used > columns && letters[i].text != " ") {
-            return last_break > start ? last_break : std::max(i, start + 1);
+            return last_break > 0 ? last_break : std::max<std::size_t>(i, 1);
         }
     }
     return letters.size();
 }
 
-/// @return the letters from first to last without blanks at the end
-[[nodiscard]] std::string
-set_line(const std::vector<letter>& letters, std::size_t first, std::size_t last, bool colours) {
-    while (last > first && letters[last - 1].text == " ") {
-        --last;
+/// @return the letters without blanks at the end
+[[nodiscard]] std::string set_line(std::span<const letter> letters, bool colours) {
+    while (!letters.empty() && letters.back().text == " ") {
+        letters = letters.first(letters.size() - 1);
     }
     std::string line;
-    for (std::size_t i = first; i < last;) {
-        const colour paint = letters[i].paint;
-        std::string run;
-        for (; i < last && letters[i].paint == paint; ++i) {
-            run += letters[i].text;
+    std::string run; // of letters that are painted alike
+    for (std::size_t i = 0; i < letters.size(); ++i) {
+        run += letters[i].text;
+        if (i + 1 == letters.size() || letters[i + 1].paint != letters[i].paint) {
+            line += painted(std::exchange(run, {}), letters[i].paint, colours);
         }
-        line += painted(run, paint, colours);
     }
     return line;
 }
@@ -114,18 +95,22 @@ set_line(const std::vector<letter>& letters, std::size_t first, std::size_t last
 } // namespace
 
 std::string paragraph(std::string_view text, std::size_t indent, const page& on) {
-    const std::string safe = sanitise(text);
-    const std::vector<letter> letters = letters_of(safe);
     const std::size_t columns = std::max(on.columns - std::min(on.columns, indent), least_columns);
+    const std::string safe = sanitise(text);
     std::string lines;
-    for (std::size_t start = 0; start < letters.size();) {
-        const std::size_t end = end_of_line(letters, start, columns);
-        const std::string line = set_line(letters, start, end, on.colours);
-        lines += (line.empty() ? "" : std::string(indent, ' ')) + line + "\n";
-        start = end;
-        if (start < letters.size() && letters[start].text == line_break) {
-            ++start;
+    colour paint = colour::plain;
+    for (std::string_view rest = safe; !rest.empty();) {
+        const std::size_t end = std::min(rest.find(line_end), rest.size());
+        const std::vector<letter> letters = letters_of(rest.substr(0, end), paint);
+        std::span<const letter> unset{letters};
+        // A line that a mark ends is set even when it is empty.
+        for (bool due = end < rest.size(); due || !unset.empty(); due = false) {
+            const std::size_t size = first_line(unset, columns);
+            const std::string line = set_line(unset.first(size), on.colours);
+            lines += (line.empty() ? "" : std::string(indent, ' ')) + line + "\n";
+            unset = unset.subspan(size);
         }
+        rest.remove_prefix(std::min(end + line_end.size(), rest.size()));
     }
     return lines;
 }

@@ -39,8 +39,6 @@ class table final {
     [[nodiscard]] std::string render(bool colours) const;
 
   private:
-    [[nodiscard]] std::vector<std::size_t> widths() const;
-
     std::vector<column> columns_;
     std::vector<std::vector<cell>> rows_;
 };

@@ -38,15 +38,9 @@ constexpr auto unsafe = std::to_array<range>(
 }
 
 [[nodiscard]] std::string escape(char32_t character) {
-    switch (character) {
-    case U'\n':
-        return "\\n";
-    case U'\r':
-        return "\\r";
-    case U'\t':
-        return "\\t";
-    default:
-        break;
+    constexpr std::u32string_view line_controls = U"\n\r\t";
+    if (const auto place = line_controls.find(character); place != line_controls.npos) {
+        return {'\\', "nrt"[place]};
     }
     return character < 0x100 ? "\\x" + hexadecimal(character, 2)
                              : "\\u" + hexadecimal(character, 4);
@@ -63,15 +57,14 @@ std::string sanitise(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     while (!text.empty()) {
-        const auto [character, size] = decode(text);
+        const auto [character, bytes] = take_character(text);
         if (character == invalid_character) {
             result += "\xef\xbf\xbd";
         } else if (is_in(unsafe, character)) {
             result += escape(character);
         } else {
-            result += text.substr(0, size);
+            result += bytes;
         }
-        text.remove_prefix(size);
     }
     return result;
 }
@@ -79,21 +72,20 @@ std::string sanitise(std::string_view text) {
 std::size_t display_width(std::string_view text) noexcept {
     std::size_t columns = 0;
     while (!text.empty()) {
-        const auto [character, size] = decode(text);
-        columns += width_of(character);
-        text.remove_prefix(size);
+        columns += width_of(take_character(text).character);
     }
     return columns;
 }
 
 std::string_view first_character(std::string_view text) noexcept {
-    std::size_t size = decode(text).size;
-    while (size < text.size()) {
-        const auto [character, more] = decode(text.substr(size));
+    std::string_view rest = text;
+    std::size_t size = take_character(rest).bytes.size();
+    while (!rest.empty()) {
+        const auto [character, bytes] = take_character(rest);
         if (width_of(character) != 0) {
             break;
         }
-        size += more;
+        size += bytes.size();
     }
     return text.substr(0, size);
 }
@@ -101,23 +93,21 @@ std::string_view first_character(std::string_view text) noexcept {
 std::string cut(std::string_view text, std::size_t columns) {
     // A few marks for each character are a language, hundreds are an attack on the screen: so bytes
     // are limited, too.
-    const std::size_t bytes = columns * 16;
-    if (text.size() <= bytes && display_width(text) <= columns) {
+    const std::size_t most_bytes = columns * 16;
+    if (text.size() <= most_bytes && display_width(text) <= columns) {
         return std::string{text};
     }
-    std::string_view rest = text;
     std::size_t used = 0;
-    while (!rest.empty()) {
-        const auto [character, size] = decode(rest);
-        const std::size_t width = width_of(character);
-        const std::size_t kept_bytes = text.size() - rest.size();
-        if (used + width + 1 > columns || kept_bytes + size > bytes) {
+    std::size_t kept = 0;
+    for (std::string_view rest = text; !rest.empty();) {
+        const auto [character, bytes] = take_character(rest);
+        used += width_of(character);
+        if (used + 1 > columns || kept + bytes.size() > most_bytes) {
             break;
         }
-        used += width;
-        rest.remove_prefix(size);
+        kept += bytes.size();
     }
-    return std::string{text.substr(0, text.size() - rest.size())} + "…";
+    return std::string{text.substr(0, kept)} + "…";
 }
 
 std::string fit(std::string_view text, std::size_t columns) {

@@ -19,11 +19,12 @@ namespace {
 
 } // namespace
 
-decoded_character decode(std::string_view text) noexcept {
+decoded_character take_character(std::string_view& text) noexcept {
     ucs4_t character = 0;
     const int size = u8_mbtoucr(&character, bytes_of(text), text.size());
-    return size < 1 ? decoded_character{invalid_character, 1}
-                    : decoded_character{character, static_cast<std::size_t>(size)};
+    const std::string_view bytes = text.substr(0, static_cast<std::size_t>(std::max(size, 1)));
+    text.remove_prefix(bytes.size());
+    return {size < 1 ? invalid_character : character, bytes};
 }
 
 bool is_utf8(std::string_view text) noexcept {
@@ -32,19 +33,18 @@ bool is_utf8(std::string_view text) noexcept {
 
 std::size_t character_count(std::string_view text) noexcept {
     std::size_t count = 0;
-    while (!text.empty()) {
-        text.remove_prefix(decode(text).size);
-        ++count;
+    for (; !text.empty(); ++count) {
+        take_character(text);
     }
     return count;
 }
 
 std::string_view first_characters(std::string_view text, std::size_t count) noexcept {
-    std::size_t end = 0;
-    for (; count > 0 && end < text.size(); --count) {
-        end += decode(text.substr(end)).size;
+    std::string_view rest = text;
+    for (; count > 0 && !rest.empty(); --count) {
+        take_character(rest);
     }
-    return text.substr(0, end);
+    return text.substr(0, text.size() - rest.size());
 }
 
 std::string_view first_bytes(std::string_view text, std::size_t bytes) noexcept {

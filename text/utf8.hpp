@@ -10,13 +10,13 @@ namespace tarvik::monitoring_modules::probe {
 inline constexpr char32_t invalid_character = 0xffffffff;
 
 struct decoded_character {
-    char32_t character; ///< invalid_character: the bytes are no UTF-8
-    std::size_t size;   ///< bytes, at least 1
+    char32_t character;     ///< invalid_character: the bytes are no UTF-8
+    std::string_view bytes; ///< at least one
 };
 
+/// Takes the first character off a text.
 /// @param text not empty
-/// @return its first character
-[[nodiscard]] decoded_character decode(std::string_view text) noexcept;
+decoded_character take_character(std::string_view& text) noexcept;
 
 /// @return whether all bytes are well-formed UTF-8
 [[nodiscard]] bool is_utf8(std::string_view text) noexcept;

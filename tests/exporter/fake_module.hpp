@@ -43,7 +43,7 @@ class fake_time final : public time_source {
 [[nodiscard]] inline module_answer answer_of(std::int32_t id, const std::string& identity = "") {
     module_answer answer;
     scan_result& result = answer.result.emplace();
-    result.sensor_id = id;
+    result.id = id;
     if (identity.empty()) {
         channel_definition speed;
         speed.id = 1;

@@ -11,6 +11,9 @@
 namespace tarvik::monitoring_modules::probe {
 namespace {
 
+using testing::ElementsAre;
+using testing::Pair;
+
 class secrets : public testing::Test {
   protected:
     secrets() {
@@ -21,18 +24,20 @@ class secrets : public testing::Test {
     }
     void TearDown() override { std::filesystem::remove_all(folder_); }
 
-    [[nodiscard]] std::string file(const std::string& content, mode_t mode = 0600) const {
-        std::string path = folder_ + "/file";
+    [[nodiscard]] std::string
+    file(const std::string& content, mode_t mode = 0600, const std::string& name = "file") const {
+        std::string path = folder_ + "/" + name;
         std::ofstream{path, std::ios::binary} << content;
         EXPECT_EQ(chmod(path.c_str(), mode), 0);
         return path;
     }
-    [[nodiscard]] std::string password() {
+    [[nodiscard]] settings made() {
         warnings_.clear();
-        return read_secrets(
-                   arguments_, [this](const std::string& text) { warnings_ += text; }
-        ).password;
+        return connection_settings(arguments_, [this](const std::string& text) {
+            warnings_ += text;
+        });
     }
+    [[nodiscard]] std::string password() { return made()[keys::password]; }
 
     std::string folder_;
     connection_arguments arguments_;
@@ -82,6 +87,48 @@ TEST_F(secrets, name_files_that_cannot_be_used) {
     }
     arguments_.password_file = file(std::string(1'048'576, 'x'));
     EXPECT_EQ(password().size(), 1'048'576U);
+}
+
+TEST_F(secrets, of_a_connection_become_settings_and_the_rest_is_left_to_the_module) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): one thread
+    setenv("OPCUA_PASSWORD", "for nobody", 1);
+    arguments_.user = "";
+    arguments_.host = "h";
+    EXPECT_THAT(
+        made(),
+        ElementsAre(
+            Pair("credentials.connection_opcua.port", "4840"),
+            Pair("credentials.connection_security.security_mode", "none"),
+            Pair("host", "h")
+        )
+    );
+    arguments_.path = "plant/1";
+    arguments_.user = "u";
+    arguments_.password_file = file("p\n", 0600, "password");
+    arguments_.security_mode = "sign";
+    arguments_.client_certificate_file = file("cert\n", 0644, "certificate");
+    arguments_.client_key_file = file("key\n", 0604, "key");
+    arguments_.client_key_password_file = file("kp\n", 0600, "key_password");
+    EXPECT_THAT(
+        made(),
+        ElementsAre(
+            Pair("credentials.connection_opcua.port", "4840"),
+            Pair("credentials.connection_opcua.server_name", "plant/1"),
+            Pair("credentials.connection_security.client_certificate", "cert\n"),
+            Pair("credentials.connection_security.client_key", "key\n"),
+            Pair("credentials.connection_security.client_key_password", "kp"),
+            Pair("credentials.connection_security.security_mode", "sign"),
+            Pair("credentials.connection_security.security_policy", "Basic256Sha256"),
+            Pair("credentials.user_authentication.password", "p"),
+            Pair("credentials.user_authentication.user", "u"),
+            Pair("credentials.user_authentication.user_auth_mode", "username_password"),
+            Pair("host", "h")
+        )
+    );
+    EXPECT_THAT(warnings_, testing::EndsWith("secret in " + folder_ + "/key")); // and no other
+    EXPECT_EQ(warnings_.find("secret in"), warnings_.rfind("secret in"));
+    arguments_.security_policy = "none"; // a person may ask for what no server offers
+    EXPECT_EQ(made().at("credentials.connection_security.security_policy"), "none");
 }
 
 TEST_F(secrets, of_any_setting_come_from_files) {

@@ -1,4 +1,4 @@
-#include "host/settings_record.hpp"
+#include "host/connection_arguments.hpp"
 #include "tests/host/expect_error.hpp"
 
 #include <nlohmann/json.hpp>
@@ -8,49 +8,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::Pair;
-
-TEST(settings_record, leaves_what_was_not_asked_for_to_the_module) {
-    connection_arguments arguments;
-    arguments.host = "h";
-    EXPECT_THAT(
-        connection_settings(arguments, {"unused password", "", "", ""}),
-        ElementsAre(
-            Pair("credentials.connection_opcua.port", "4840"),
-            Pair("credentials.connection_security.security_mode", "none"),
-            Pair("host", "h")
-        )
-    );
-}
-
-TEST(settings_record, carries_security_and_user) {
-    connection_arguments arguments;
-    arguments.host = "h";
-    arguments.path = "plant/1";
-    arguments.user = "u";
-    arguments.security_mode = "sign";
-    const settings made = connection_settings(arguments, {"p", "cert\n", "key\n", "kp"});
-    EXPECT_THAT(
-        made,
-        ElementsAre(
-            Pair("credentials.connection_opcua.port", "4840"),
-            Pair("credentials.connection_opcua.server_name", "plant/1"),
-            Pair("credentials.connection_security.client_certificate", "cert\n"),
-            Pair("credentials.connection_security.client_key", "key\n"),
-            Pair("credentials.connection_security.client_key_password", "kp"),
-            Pair("credentials.connection_security.security_mode", "sign"),
-            Pair("credentials.connection_security.security_policy", "Basic256Sha256"),
-            Pair("credentials.user_authentication.password", "p"),
-            Pair("credentials.user_authentication.user", "u"),
-            Pair("credentials.user_authentication.user_auth_mode", "username_password"),
-            Pair("host", "h")
-        )
-    );
-    arguments.security_policy = "none"; // a person may ask for what no server offers
-    EXPECT_EQ(
-        connection_settings(arguments, {}).at("credentials.connection_security.security_policy"),
-        "none"
-    );
-}
 
 TEST(settings_record, switches_further_channels_on) {
     settings made;

@@ -1,7 +1,7 @@
 // The program as a monitoring system calls it: what stands on the first line, exit codes, and an
 // end in time.
 
-#include "host/state_folder.hpp"
+#include "host/kept_state.hpp"
 #include "tests/probe/plant_probe.hpp"
 #include <arpa/inet.h>
 #include <sys/socket.h>
@@ -152,8 +152,9 @@ TEST(plugin_time_out, holds_for_a_server_that_never_answers) {
 
 TEST(plugin_time_out, tells_a_key_pair_that_is_being_made_from_a_server_that_is_slow) {
     const state_for_tests state;
-    const state_folder folder{state.path()};
-    const auto maker = folder.lock(0ms); // another process, as the program sees it
+    // Another process, as the program sees it: it found nothing, and makes something.
+    kept_state maker{nullptr, state.path(), [](const std::string&) {}};
+    ASSERT_FALSE(maker.load("key"));
     expect_time_out({"-H", "127.0.0.1"}, "generating the client's key pair", state.path());
 }
 

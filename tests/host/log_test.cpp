@@ -1,4 +1,4 @@
-#include "host/kept_lines.hpp"
+#include "host/log.hpp"
 
 #include <string>
 #include <vector>

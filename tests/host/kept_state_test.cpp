@@ -1,7 +1,6 @@
 // What the program keeps between its calls: where, for whom, and who may make it.
 
 #include "host/kept_state.hpp"
-#include "host/state_folder.hpp"
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -38,9 +37,8 @@ struct state : testing::Test {
     }
 
     [[nodiscard]] std::string load(kept_state& kept) const {
-        const auto bytes = kept.load(name);
-        return bytes ? std::string{reinterpret_cast<const char*>(bytes->data()), bytes->size()}
-                     : "nothing";
+        const auto found = kept.load(name);
+        return found ? std::string{found->bytes.begin(), found->bytes.end()} : "nothing";
     }
     [[nodiscard]] std::unique_ptr<kept_state> open(std::chrono::milliseconds wait = 60s) {
         return std::make_unique<kept_state>(
