@@ -8,7 +8,9 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
@@ -27,6 +29,12 @@ class log_collector final {
     /// bounds of kept_lines
     [[nodiscard]] std::vector<log_entry> take();
 
+    /// From now on, events are also told to the receiver, on the thread that calls the module. To
+    /// be called by that thread.
+    void on_event(std::function<void(const module_event&)> receive) {
+        on_event_ = std::move(receive);
+    }
+
     /// Takes a line as if the module had written it.
     void add(log_line&& line);
 
@@ -37,7 +45,8 @@ class log_collector final {
     std::atomic<std::int32_t> shown_;
     std::mutex mutex_;
     kept_lines entries_; // guarded by mutex_
-    log_sink sink_;      // last: lines may come as soon as it is there
+    std::function<void(const module_event&)> on_event_;
+    log_sink sink_; // last: lines may come as soon as it is there
     event_observer observer_;
 };
 

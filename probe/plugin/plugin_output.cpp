@@ -1,7 +1,6 @@
 #include "probe/plugin/plugin_output.hpp"
 
 #include "host/value_format.hpp"
-#include "probe/plugin/plugin_range.hpp"
 #include "text/number.hpp"
 #include "text/terminal_text.hpp"
 #include "text/words.hpp"
@@ -33,11 +32,7 @@ constexpr std::size_t label_characters = 64;
 }
 
 [[nodiscard]] std::string quoted(const std::string& label) {
-    std::string text = "'";
-    for (const char byte : label) {
-        text += byte == '\'' ? "''" : std::string{byte};
-    }
-    return text + "'";
+    return "'" + joined(split_at('\'', label), "''") + "'";
 }
 
 [[nodiscard]] std::string unit_of(const channel_definition& definition) {
@@ -53,8 +48,7 @@ constexpr std::size_t label_characters = 64;
     case unit_code::time_span:
         return "s";
     case unit_code::custom:
-        return std::ranges::find(known, definition.unit.text) == known.end() ? ""
-                                                                             : definition.unit.text;
+        return contains(known, definition.unit.text) ? definition.unit.text : "";
     case unit_code::temperature:
     case unit_code::count:
         break;
@@ -111,12 +105,11 @@ constexpr std::size_t most_bytes = 8192;
     if (result.findings.size() == 1) {
         return plain(result.findings.front().text, room) + server;
     }
-    std::string text = std::to_string(result.findings.size()) + " problems: ";
+    std::vector<std::string> texts;
     for (const plugin_finding& finding : result.findings) {
-        text +=
-            (&finding == &result.findings.front() ? "" : ", ") + plain(finding.text, finding_part);
+        texts.push_back(plain(finding.text, finding_part));
     }
-    return plain(text, room) + server;
+    return plain(std::to_string(texts.size()) + " problems: " + joined(texts), room) + server;
 }
 
 [[nodiscard]] std::string range_detail(const char* name, const std::optional<plugin_range>& range) {
@@ -165,25 +158,14 @@ std::string scaled_decimal(const channel_number& value, double multiplier) {
         return std::to_string(*integer);
     }
     const double scaled = as_double(value) * multiplier;
-    if (!std::isfinite(scaled)) {
-        return "U";
-    }
-    return decimal(scaled);
+    return std::isfinite(scaled) ? decimal(scaled) : "U";
 }
 
 std::string plain(std::string_view text, std::size_t characters) {
-    std::string safe;
-    for (const char byte : sanitise(text)) {
-        if (byte == '|') {
-            safe += "¦";
-        } else {
-            safe += byte;
-        }
-    }
-    if (character_count(safe) <= characters) {
-        return safe;
-    }
-    return std::string{first_characters(safe, characters - 1)} + "…";
+    std::string safe = joined(split_at('|', sanitise(text)), "¦");
+    return character_count(safe) <= characters
+               ? safe
+               : std::string{first_characters(safe, characters - 1)} + "…";
 }
 
 std::string perfdata(const std::vector<judged_channel>& channels) {
