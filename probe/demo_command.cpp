@@ -134,13 +134,13 @@ run_steps(const command_context& context, const std::vector<demo_step>& steps, b
                 "\n" + painted(heading, colour::bold, context.out.colours()) + "\n\n"
             );
         }
-        const module_step step = std::visit(
-            [&context](const auto& command) { return prepare(command, context.terminal); },
-            steps[i].command
-        );
-        loaded.log.show(step.shown_severity);
-        static_cast<void>(loaded.log.take()); // each step shows its own
-        worst = worse(worst, step.run(context, loaded));
+        const auto run_step = [&](const auto& options) {
+            const settings_draft draft = draft_of(options, context.terminal);
+            loaded.log.show(shown_severity(options));
+            static_cast<void>(loaded.log.take()); // each step shows its own
+            return run(context, loaded, options, draft);
+        };
+        worst = worse(worst, std::visit(run_step, steps[i].command));
     }
     return worst;
 }

@@ -21,8 +21,11 @@ find_sensor(const module_document& document, const std::string& kind) {
         "info " + kind + ": there is no such sensor" + did_you_mean(nearest_names(kind, kinds))};
 }
 
-[[nodiscard]] exit_code
-run(const command_context& context, loaded_module& loaded, const info_options& options) {
+} // namespace
+
+exit_code run_info(const command_context& context, const info_options& options) {
+    const loaded_module loaded{
+        context.module, context.language, context.terminal, severity_warning};
     const std::string message = loaded.module.information(true);
     const module_document document{message, context.language};
     const sensor_description* const sensor =
@@ -36,14 +39,6 @@ run(const command_context& context, loaded_module& loaded, const info_options& o
         sensor == nullptr ? info_text(document, on) : info_text(document, *sensor, on)
     );
     return exit_code::ok;
-}
-
-} // namespace
-
-module_step prepare(const info_options& options, console&) {
-    return {severity_warning, [options](const command_context& context, loaded_module& loaded) {
-                return run(context, loaded, options);
-            }};
 }
 
 } // namespace tarvik::monitoring_modules::probe

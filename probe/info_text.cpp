@@ -104,7 +104,7 @@ sensor_text(const sensor_description& sensor, std::size_t indent, const page& on
                 {{fit(lookup.name, name_columns)},
                  {std::to_string(value)},
                  {fit(meaning.text, name_columns)},
-                 meaning.state == channel_state::none ? cell{"none"} : state_cell(meaning.state)}
+                 {std::string{name_of(meaning.state)}, paint_of(meaning.state)}}
             );
         }
     }

@@ -19,6 +19,7 @@ struct command_runner {
         return shown.code;
     }
     exit_code operator()(const demo_options& options) const { return run_demo(context, options); }
+    exit_code operator()(const info_options& options) const { return run_info(context, options); }
     exit_code operator()(const browse_options& options) const {
         return run_browse(context, options);
     }
@@ -30,7 +31,7 @@ struct command_runner {
     }
     template <typename Options>
     exit_code operator()(const Options& options) const {
-        return run_alone(context, prepare(options, context.terminal));
+        return run_alone(context, options);
     }
 };
 

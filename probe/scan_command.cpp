@@ -13,15 +13,9 @@ namespace {
 using clock = std::chrono::steady_clock;
 
 [[nodiscard]] exit_code code_of(scan_state state) {
-    switch (state) {
-    case scan_state::ok:
-        return exit_code::ok;
-    case scan_state::warning:
-        return exit_code::warning;
-    case scan_state::error:
-        break;
-    }
-    return exit_code::error;
+    return state == scan_state::ok        ? exit_code::ok
+           : state == scan_state::warning ? exit_code::warning
+                                          : exit_code::error;
 }
 
 /// Shows the results of one sensor, one after the other.
@@ -35,28 +29,23 @@ class scan_display final {
           document_{document} {}
 
     /// @return the worst state that was shown
-    exit_code show(const sensor_answer& answer) {
+    exit_code show(const std::vector<scan_result>& results) {
         exit_code worst = exit_code::ok;
-        for (const scan_result& result : answer.results) {
-            show(result);
+        for (const scan_result& result : results) {
+            const auto channels = memory_.take(result, clock::now());
+            ++scan_;
+            context_.out.write(
+                options_.format == output_format::json
+                    ? scan_json(result, channels, scan_)
+                    : (scan_ > 1 ? "\n" : "") +
+                          render_scan(title(), result, channels, context_.out.colours())
+            );
             worst = worse(worst, code_of(result.state));
         }
         return worst;
     }
 
   private:
-    void show(const scan_result& result) {
-        ++scan_;
-        const std::vector<channel_view> channels = memory_.take(result, clock::now());
-        if (options_.format == output_format::json) {
-            context_.out.write(scan_json(result, channels, scan_));
-            return;
-        }
-        context_.out.write(
-            (scan_ > 1 ? "\n" : "") + render_scan(title(), result, channels, context_.out.colours())
-        );
-    }
-
     [[nodiscard]] std::string title() const {
         std::string text =
             document_.sensor_name(options_.kind) + " at " + address_of(options_.connection);
@@ -76,29 +65,9 @@ class scan_display final {
     std::size_t scan_ = 0;
 };
 
-[[nodiscard]] exit_code scan_repeatedly(
-    const command_context& context,
-    const scan_options& options,
-    sensor_run& sensor,
-    scan_display& display
-) {
-    exit_code worst = exit_code::ok;
-    const auto interval = std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>{
-        options.interval});
-    for (std::uint32_t done = 0; !context.interrupt.requested();) {
-        const clock::time_point start = clock::now();
-        const sensor_answer answer = sensor.scan();
-        worst = worse(worst, display.show(answer));
-        sensor_run::require_result(answer);
-        ++done;
-        if (done == options.count || context.interrupt.wait_until(start + interval)) {
-            break;
-        }
-    }
-    return worst;
-}
+} // namespace
 
-[[nodiscard]] exit_code
+exit_code
 run(const command_context& context,
     loaded_module& loaded,
     const scan_options& options,
@@ -106,21 +75,24 @@ run(const command_context& context,
     sensor_run sensor{context.terminal, loaded, options, draft};
     scan_display display{context, options, loaded.document};
     sensor.prepare();
-    const sensor_answer created = sensor.create();
-    if (sensor.is_created(created)) {
-        return scan_repeatedly(context, options, sensor, display);
+    const std::vector<scan_result> created = sensor.create();
+    if (!sensor.created()) {
+        return display.show(created);
     }
-    return display.show(created);
-}
-
-} // namespace
-
-module_step prepare(const scan_options& options, console& terminal) {
-    return {
-        shown_severity(options.log),
-        [options, draft = sensor_draft(options, terminal)](
-            const command_context& context, loaded_module& loaded
-        ) { return run(context, loaded, options, draft); }};
+    exit_code worst = exit_code::ok;
+    const auto interval = std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>{
+        options.interval});
+    for (std::uint32_t done = 0; !context.interrupt.requested();) {
+        const clock::time_point start = clock::now();
+        const sensor_run::answer answer = sensor.scan();
+        worst = worse(worst, display.show(answer.results));
+        sensor_run::require_result(answer);
+        ++done;
+        if (done == options.count || context.interrupt.wait_until(start + interval)) {
+            break;
+        }
+    }
+    return worst;
 }
 
 } // namespace tarvik::monitoring_modules::probe

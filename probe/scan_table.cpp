@@ -15,16 +15,10 @@ constexpr std::size_t value_columns = 32;
 constexpr std::size_t unit_columns = 16;
 
 [[nodiscard]] std::string status_line(const scan_result& result, bool colours) {
-    std::string word = "OK";
-    colour paint = colour::green;
-    if (result.state == scan_state::warning) {
-        word = "WARNING";
-        paint = colour::yellow;
-    } else if (result.state == scan_state::error) {
-        word = "ERROR";
-        paint = colour::red;
-    }
-    std::string line = painted(word, paint, colours);
+    std::string line = result.state == scan_state::ok ? painted("OK", colour::green, colours)
+                       : result.state == scan_state::warning
+                           ? painted("WARNING", colour::yellow, colours)
+                           : painted("ERROR", colour::red, colours);
     if (!result.text.empty() && result.text != "OK") {
         line += ": " + fit(result.text, message_columns);
     }
@@ -50,12 +44,13 @@ std::string render_scan(
          {"state", alignment::left},
          {"raw", alignment::right}}};
     for (const channel_view& channel : channels) {
+        const bool stateless = channel.state == channel_state::none;
         lines.add_row(
             {{std::to_string(channel.id), colour::dim},
              {fit(channel.name, channel_columns)},
              {fit(channel.value.number, value_columns), colour::bold},
              {fit(channel.value.unit, unit_columns)},
-             state_cell(channel.state),
+             {stateless ? "" : std::string{name_of(channel.state)}, paint_of(channel.state)},
              {channel.raw_is_shown ? "" : format_number(channel.raw), colour::dim}}
         );
     }

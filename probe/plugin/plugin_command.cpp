@@ -70,7 +70,7 @@ struct plugin_call {
 
 [[nodiscard]] std::int32_t severity_for(const scan_options& options) {
     if (options.log.level || options.log.logging) {
-        return shown_severity(options.log);
+        return shown_severity(options);
     }
     const int verbosity = options.plugin.verbosity;
     return verbosity < 2 ? -1 : verbosity == 2 ? severity_info : severity_debug;
@@ -100,7 +100,7 @@ measured(channel_memory& memory, const scan_result& result) {
 }
 
 [[nodiscard]] scan_result scan_once(sensor_run& sensor) {
-    sensor_answer answer = sensor.scan();
+    sensor_run::answer answer = sensor.scan();
     sensor_run::require_result(answer);
     return std::move(answer.results.back());
 }
@@ -117,9 +117,9 @@ measured(channel_memory& memory, const scan_result& result) {
     call.progress.enter("generating the client's key pair");
     sensor.prepare();
     call.progress.enter("connecting to " + address);
-    const sensor_answer created = sensor.create();
-    if (!sensor.is_created(created)) {
-        const scan_result& failed = created.results.back();
+    const std::vector<scan_result> created = sensor.create();
+    if (!sensor.created()) {
+        const scan_result& failed = created.back();
         return judge(failed, measured(memory, failed), demands, document);
     }
     scan_result result = scan_once(sensor);
@@ -141,7 +141,7 @@ void load_and_scan(plugin_call& call) {
     const scan_options& options = call.options;
     const std::string address = address_of(options.connection);
     const plugin_demands demands = demands_of(options.plugin);
-    const settings_draft draft = sensor_draft(options, call.terminal);
+    const settings_draft draft = draft_of(options, call.terminal);
     call.progress.enter("loading the module");
     loaded_module loaded{
         call.line.module, call.line.language, call.terminal, severity_for(options)};
