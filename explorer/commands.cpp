@@ -58,48 +58,7 @@ server_settings(const connection_arguments& arguments, std::uint32_t timeout, co
     }
 }
 
-[[nodiscard]] walk_options walk_options_of(const browse_options& options) {
-    walk_options walk{.limit = options.limit, .match = options.match};
-    if (options.depth) {
-        walk.depth = *options.depth;
-    }
-    return walk;
-}
-
-/// Takes nodes as they are found: JSON is written at once, a table when all its rows are known.
-class node_display final {
-  public:
-    node_display(const command_context& context, const browse_options& options)
-        : context_{context},
-          options_{options} {}
-
-    void take(found_node&& node) {
-        if (options_.format == output_format::json) {
-            context_.out.write(node_json(node));
-        } else {
-            nodes_.push_back(std::move(node));
-        }
-    }
-
-    void write_table() const {
-        const bool colours = context_.out.colours();
-        context_.out.write(
-            options_.match.empty() ? node_tree(nodes_, colours) : node_list(nodes_, colours)
-        );
-    }
-
-    void write_notes(const walk_summary& summary) const {
-        for (const std::string& note : walk_notes(summary, walk_options_of(options_))) {
-            context_.terminal.line("opcua-probe: " + note);
-        }
-    }
-
-  private:
-    const command_context& context_;
-    const browse_options& options_;
-    std::vector<found_node> nodes_; // of a table
-};
-
+/// Writes JSON as nodes are found, a table when all its rows are known.
 void walk(
     const command_context& context,
     const browse_options& options,
@@ -110,31 +69,38 @@ void walk(
     const auto certificates = libcertificatehelper::create_openssl_allocator();
     opcua::unfinished_sessions unfinished;
     opcua::connection connection{server, *certificates, unfinished, log};
-    const auto stop = [&context] { return context.interrupt.requested(); };
-    // Lines of JSON come at once, a notice would get between them.
     std::optional<wait_notice> notice{
         std::in_place, context.terminal, waiting_for(options.connection)};
-    node_requests requests{opcua::stack_browse_services(connection.ensure()), stop};
-    requests.learn_limits();
-    if (options.format == output_format::json) {
+    node_requests requests{opcua::stack_browse_services(connection.ensure()), [&context] {
+                               return context.interrupt.requested();
+                           }};
+    std::vector<found_node> rows;
+    const auto show = [&](found_node&& node) {
+        if (options.format == output_format::json) {
+            notice.reset(); // it would get between the lines
+            context.out.write(node_json(node));
+        } else {
+            rows.push_back(std::move(node));
+        }
+    };
+    const auto write_table = [&] {
         notice.reset();
-    }
-    node_display display{context, options};
-    tree_walk nodes{
-        requests,
-        walk_options_of(options),
-        [&display](found_node&& node) { display.take(std::move(node)); },
-        stop};
+        const bool colours = context.out.colours();
+        context.out.write(
+            options.walk.match.empty() ? node_tree(rows, colours) : node_list(rows, colours)
+        );
+    };
+    tree_walk nodes{requests, options.walk, show};
     try {
-        nodes.run(read_first_node(requests, std::move(first)));
+        nodes.run(std::move(first));
     } catch (const libi18n::i18n_exception&) {
-        notice.reset();
-        display.write_table();
+        write_table();
         throw;
     }
-    notice.reset();
-    display.write_table();
-    display.write_notes(nodes.summary());
+    write_table();
+    for (const std::string& note : walk_notes(nodes.summary(), options.walk)) {
+        context.terminal.line("opcua-probe: " + note);
+    }
 }
 
 /// @throws opcua_discovery_failed, opcua_request_failed

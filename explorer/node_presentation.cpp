@@ -83,31 +83,23 @@ void add_row(table& to, cell first, const found_node& node) {
     );
 }
 
-/// The nodes below each node, by its number, in the order in which they were found.
-using children = std::map<std::size_t, std::vector<const found_node*>>;
-
 /// The tree's rows from top to bottom, without recursion: a server may have thousands of levels.
 [[nodiscard]] std::vector<const found_node*> top_to_bottom(const std::vector<found_node>& nodes) {
-    children below;
-    std::map<std::size_t, const found_node*> known;
-    std::vector<const found_node*> stack; // the next one last
+    std::map<std::size_t, std::vector<const found_node*>> below; // by the number of the one above
+    std::vector<const found_node*> stack;                        // the next one last
     for (const found_node& node : nodes) {
-        known.emplace(node.number, &node);
-        if (node.number != node.parent && known.contains(node.parent)) {
-            below[node.parent].push_back(&node);
-        } else {
-            stack.push_back(&node);
-        }
+        const auto above = below.find(node.parent);
+        (above == below.end() ? stack : above->second).push_back(&node);
+        below.try_emplace(node.number);
     }
-    std::reverse(stack.begin(), stack.end());
+    std::ranges::reverse(stack);
     std::vector<const found_node*> rows;
     while (!stack.empty()) {
         const found_node* const node = stack.back();
         stack.pop_back();
         rows.push_back(node);
-        if (const auto found = below.find(node->number); found != below.end()) {
-            stack.insert(stack.end(), found->second.rbegin(), found->second.rend());
-        }
+        const auto& next = below.at(node->number);
+        stack.insert(stack.end(), next.rbegin(), next.rend());
     }
     return rows;
 }

@@ -31,8 +31,8 @@ void add_timeout(CLI::App& command, std::uint32_t& to) {
 }
 
 [[nodiscard]] browse_options with_depth(browse_options&& given) {
-    if (!given.depth && given.match.empty()) {
-        given.depth = 3;
+    if (given.walk.depth == all_levels && given.walk.match.empty()) {
+        given.walk.depth = 3;
     }
     return std::move(given);
 }
@@ -76,11 +76,11 @@ void add_browse(CLI::App& program, any_command& chosen) {
     add_connection_options(command, options.connection);
     constexpr const char* depth =
         "Levels to show below the first node; default: 3, with --match all";
-    add_option(command, "--depth", options.depth, "N", depth)->check(CLI::Range(0, 1'000'000));
+    add_option(command, "--depth", options.walk.depth, "N", depth)->check(CLI::Range(0, 1'000'000));
     constexpr const char* match =
         "Only nodes whose name or NodeID contains this, in any case, with their paths";
-    add_option(command, "--match", options.match, "TEXT", match)->check(refuse_empty);
-    add_option(command, "--limit", options.limit, "N", "Look at so many nodes at most")
+    add_option(command, "--match", options.walk.match, "TEXT", match)->check(refuse_empty);
+    add_option(command, "--limit", options.walk.limit, "N", "Look at so many nodes at most")
         ->check(CLI::Range(1, 10'000'000))
         ->capture_default_str();
     add_timeout(command, options.timeout);
