@@ -85,10 +85,8 @@ void walk(
     };
     const auto write_table = [&] {
         notice.reset();
-        const bool colours = context.out.colours();
-        context.out.write(
-            options.walk.match.empty() ? node_tree(rows, colours) : node_list(rows, colours)
-        );
+        const node_order order = options.walk.match.empty() ? node_order::tree : node_order::list;
+        context.out.write(node_table(rows, order, context.out.colours()));
     };
     tree_walk nodes{requests, options.walk, show};
     try {
@@ -105,7 +103,7 @@ void walk(
 
 } // namespace
 
-exit_code run_browse(const command_context& context, const browse_options& options) {
+exit_code run(const command_context& context, const browse_options& options) {
     opcua::ua_node_id first = parse_node(options.node);
     const opcua::client_settings server =
         server_settings(options.connection, options.timeout, context.terminal);
@@ -119,7 +117,7 @@ exit_code run_browse(const command_context& context, const browse_options& optio
     return exit_code::ok;
 }
 
-exit_code run_endpoints(const command_context& context, const endpoints_options& options) {
+exit_code run(const command_context& context, const endpoints_options& options) {
     const opcua::client_settings server =
         server_settings(options.connection, options.timeout, context.terminal);
     liblog::null_logger log;

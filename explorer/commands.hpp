@@ -30,7 +30,7 @@ struct browse_options {
 /// Writes the nodes as they are found.
 /// @throws probe_error (usage) for a node that cannot be read as one and for wrong settings,
 /// (error) when the server cannot be browsed
-[[nodiscard]] exit_code run_browse(const command_context& context, const browse_options& options);
+[[nodiscard]] exit_code run(const command_context& context, const browse_options& options);
 
 struct endpoints_options {
     connection_arguments connection;
@@ -40,7 +40,6 @@ struct endpoints_options {
 
 /// Writes the endpoints and their certificates.
 /// @throws probe_error (usage) for wrong settings, (error) when the server does not answer
-[[nodiscard]] exit_code
-run_endpoints(const command_context& context, const endpoints_options& options);
+[[nodiscard]] exit_code run(const command_context& context, const endpoints_options& options);
 
 } // namespace tarvik::monitoring_modules::probe

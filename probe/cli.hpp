@@ -33,10 +33,6 @@ given_to(CLI::App& command, any_command& chosen, const Complete& complete = {}) 
     return *given;
 }
 
-// What --log-level does; the levels follow.
-inline constexpr const char* show_lines = "Show log lines up to this level: ";
-inline constexpr const char* collect_lines = "Collect log lines up to this level, default all: ";
-
 /// What the help pages of all commands with settings say about them.
 extern const char* const settings_help;
 
@@ -66,14 +62,8 @@ CLI::Option* add_format_option(
     const std::vector<std::string>& formats = {"table", "json"}
 );
 
-/// @param help begins as show_lines does
-/// @param levels what the text of the help page says about them
-void add_level_option(
-    CLI::App& command,
-    std::optional<std::int32_t>& to,
-    const std::string& help,
-    const std::string& levels = "error, warning, info, debug, or 0 to 7"
-);
+/// Up to which level log lines are taken.
+void add_level_option(CLI::App& command, std::optional<std::int32_t>& to, const char* help);
 /// Which log lines are shown at once.
 void add_log_options(CLI::App& command, log_arguments& to);
 

@@ -100,19 +100,15 @@ add_format_option(CLI::App& command, output_format& to, const std::vector<std::s
         ->default_str("table");
 }
 
-void add_level_option(
-    CLI::App& command,
-    std::optional<std::int32_t>& to,
-    const std::string& help,
-    const std::string& levels
-) {
+void add_level_option(CLI::App& command, std::optional<std::int32_t>& to, const char* help) {
     const auto take = [&to](const std::string& text) { to = parse_level(text); };
-    command.add_option_function<std::string>("--log-level", take, help + levels)
-        ->type_name("LEVEL");
+    command.add_option_function<std::string>("--log-level", take, help)->type_name("LEVEL");
 }
 
 void add_log_options(CLI::App& command, log_arguments& to) {
-    add_level_option(command, to.level, show_lines);
+    constexpr const char* help =
+        "Show log lines up to this level: error, warning, info, debug, or 0 to 7";
+    add_level_option(command, to.level, help);
     command.add_flag("--logging", to.logging, "Let the sensor write its own log lines, too");
 }
 

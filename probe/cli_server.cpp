@@ -105,12 +105,9 @@ void add_serve(CLI::App& program, any_command& chosen) {
     auto& options = given_to<exporter_options>(command, chosen);
     add_option(command, "--config", options.config, "FILE", "Configuration, YAML")->required();
     command.add_flag("--check", options.check_only, "Only tell whether the configuration is right");
-    add_level_option(
-        command,
-        options.log_level,
-        "Lines of the module's log on standard error: ",
-        "error, warning (default), info, debug, or 0 to 7"
-    );
+    constexpr const char* level = "Lines of the module's log on standard error: "
+                                  "error, warning (default), info, debug, or 0 to 7";
+    add_level_option(command, options.log_level, level);
     command.footer(serve_footer);
 }
 

@@ -118,7 +118,9 @@ void add_notify(CLI::App& program, any_command& chosen) {
     add_option(command, "--timeout", content.timeout, "SECONDS", "Longest time; default: 5")
         ->check(CLI::Range(1, 4'294'967));
     add_format_option(command, notify.format);
-    add_level_option(command, notify.log.level, collect_lines);
+    constexpr const char* level = "Collect log lines up to this level, default all: "
+                                  "error, warning, info, debug, or 0 to 7";
+    add_level_option(command, notify.log.level, level);
     command.footer(std::string{settings_help} + notify_footer);
 }
 

@@ -31,16 +31,16 @@ run(const command_context&, loaded_module&, const check_options&, const settings
 [[nodiscard]] exit_code
 run(const command_context&, loaded_module&, const notify_options&, const settings_draft&);
 
-/// Reads what the command needs from files, then loads the module for it alone.
+/// Scans, checks or notifies: reads what that needs from files, then loads the module for it alone.
 template <typename Options>
-[[nodiscard]] exit_code run_alone(const command_context& context, const Options& options) {
+[[nodiscard]] exit_code run(const command_context& context, const Options& options) {
     const settings_draft draft = draft_of(options, context.terminal);
     loaded_module loaded{
         context.module, context.language, context.terminal, shown_severity(options)};
     return run(context, loaded, options, draft);
 }
 
-[[nodiscard]] exit_code run_info(const command_context& context, const info_options& options);
-[[nodiscard]] exit_code run_demo(const command_context& context, const demo_options& options);
+[[nodiscard]] exit_code run(const command_context& context, const info_options& options);
+[[nodiscard]] exit_code run(const command_context& context, const demo_options& options);
 
 } // namespace tarvik::monitoring_modules::probe

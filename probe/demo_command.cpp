@@ -141,7 +141,7 @@ run_steps(const command_context& context, const std::vector<demo_step>& steps, b
 
 } // namespace
 
-exit_code run_demo(const command_context& context, const demo_options& options) {
+exit_code run(const command_context& context, const demo_options& options) {
     const std::filesystem::path program = options.simulator.empty()
                                               ? program_directory() / "opcua-simulator"
                                               : std::filesystem::absolute(options.simulator);

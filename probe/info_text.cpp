@@ -244,7 +244,7 @@ std::vector<numbered_setting> with_numbers_joined(const std::vector<module_setti
     return shown;
 }
 
-exit_code run_info(const command_context& context, const info_options& options) {
+exit_code run(const command_context& context, const info_options& options) {
     const loaded_module loaded{
         context.module, context.language, context.terminal, severity_warning};
     const std::string message = loaded.module.information(true);

@@ -28,9 +28,7 @@ log_collector::log_collector(const module_library& library, console& terminal, s
       shown_{shown},
       sink_{library, [this](log_line&& line) { add(std::move(line)); }},
       observer_{library, [this](module_event&& event) {
-                    if (on_event_) {
-                        on_event_(event);
-                    }
+                    on_event_(event);
                     keep(std::move(event));
                 }} {
     if (library.framework().set_log_sink == nullptr) {

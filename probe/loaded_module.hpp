@@ -50,7 +50,7 @@ class log_collector final {
     std::atomic<std::int32_t> shown_;
     std::mutex mutex_;
     kept_lines entries_; // guarded by mutex_
-    std::function<void(const module_event&)> on_event_;
+    std::function<void(const module_event&)> on_event_ = [](const module_event&) {};
     log_sink sink_; // last: lines may come as soon as it is there
     event_observer observer_;
 };

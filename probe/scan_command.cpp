@@ -18,52 +18,18 @@ using clock = std::chrono::steady_clock;
                                           : exit_code::error;
 }
 
-/// Shows the results of one sensor, one after the other.
-class scan_display final {
-  public:
-    scan_display(
-        const command_context& context, const scan_options& options, const module_document& document
-    )
-        : context_{context},
-          options_{options},
-          document_{document} {}
-
-    /// @return the worst state that was shown
-    exit_code show(const std::vector<scan_result>& results) {
-        exit_code worst = exit_code::ok;
-        for (const scan_result& result : results) {
-            const auto channels = memory_.take(result, clock::now());
-            ++scan_;
-            context_.out.write(
-                options_.format == output_format::json
-                    ? scan_json(result, channels, scan_)
-                    : (scan_ > 1 ? "\n" : "") +
-                          render_scan(title(), result, channels, context_.out.colours())
-            );
-            worst = worse(worst, code_of(result.state));
-        }
-        return worst;
+/// @param scan counts from 1
+[[nodiscard]] std::string
+title(const scan_options& options, const module_document& document, std::size_t scan) {
+    std::string text = document.sensor_name(options.kind) + " at " + address_of(options.connection);
+    if (options.count != 1U) {
+        text += ", scan " + std::to_string(scan);
     }
-
-  private:
-    [[nodiscard]] std::string title() const {
-        std::string text =
-            document_.sensor_name(options_.kind) + " at " + address_of(options_.connection);
-        if (options_.count != 1U) {
-            text += ", scan " + std::to_string(scan_);
-        }
-        if (options_.count > 1U) {
-            text += " of " + std::to_string(*options_.count);
-        }
-        return text;
+    if (options.count > 1U) {
+        text += " of " + std::to_string(*options.count);
     }
-
-    const command_context& context_;
-    const scan_options& options_;
-    const module_document& document_;
-    channel_memory memory_{document_};
-    std::size_t scan_ = 0;
-};
+    return text;
+}
 
 } // namespace
 
@@ -72,20 +38,39 @@ run(const command_context& context,
     loaded_module& loaded,
     const scan_options& options,
     const settings_draft& draft) {
+    channel_memory memory{loaded.document};
+    std::size_t shown = 0;
+    exit_code worst = exit_code::ok;
+    const auto show = [&](const std::vector<scan_result>& results) {
+        for (const scan_result& result : results) {
+            const auto channels = memory.take(result, clock::now());
+            ++shown;
+            context.out.write(
+                options.format == output_format::json
+                    ? scan_json(result, channels, shown)
+                    : (shown > 1 ? "\n" : "") + render_scan(
+                                                    title(options, loaded.document, shown),
+                                                    result,
+                                                    channels,
+                                                    context.out.colours()
+                                                )
+            );
+            worst = worse(worst, code_of(result.state));
+        }
+    };
     sensor_run sensor{context.terminal, loaded, options, draft};
-    scan_display display{context, options, loaded.document};
     sensor.prepare();
     const std::vector<scan_result> created = sensor.create();
     if (!sensor.created()) {
-        return display.show(created);
+        show(created);
+        return worst;
     }
-    exit_code worst = exit_code::ok;
     const auto interval = std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>{
         options.interval});
     for (std::uint32_t done = 0; !context.interrupt.requested();) {
         const clock::time_point start = clock::now();
         const sensor_run::answer answer = sensor.scan();
-        worst = worse(worst, display.show(answer.results));
+        show(answer.results);
         sensor_run::require_result(answer);
         ++done;
         if (done == options.count || context.interrupt.wait_until(start + interval)) {

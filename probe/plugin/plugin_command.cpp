@@ -185,23 +185,16 @@ wait_for_report(std::future<plugin_report>& report, plugin_call& call, clock::ti
     }
 }
 
-/// @return the exit code
-[[nodiscard]] int write(const plugin_report& report) noexcept {
+/// Never throws, because a thread may work with what would be taken away.
+/// @return the exit code; UNKNOWN, too, when there is no memory, or nobody who reads
+template <typename Make>
+[[nodiscard]] int write(const Make& make_report) noexcept {
     try {
+        const plugin_report report = make_report();
         output{}.write(report.text);
         return static_cast<int>(report.state);
     } catch (const std::exception&) {
-        return static_cast<int>(plugin_state::unknown); // nobody reads it
-    }
-}
-
-/// @return the exit code; never throws, because a thread works with what would be taken away
-[[nodiscard]] int
-watch(std::future<plugin_report>& report, plugin_call& call, clock::time_point deadline) noexcept {
-    try {
-        return write(wait_for_report(report, call, deadline));
-    } catch (const std::exception&) {
-        return static_cast<int>(plugin_state::unknown); // out of memory
+        return static_cast<int>(plugin_state::unknown);
     }
 }
 
@@ -217,7 +210,7 @@ run_scan(const command_line& line, const scan_options& options, clock::time_poin
     std::thread worker{[&call] { work(call); }};
     const auto limit = std::chrono::duration<double>{options.plugin.timeout};
     const auto deadline = start + std::chrono::duration_cast<clock::duration>(limit);
-    const int code = watch(report, call, deadline);
+    const int code = write([&] { return wait_for_report(report, call, deadline); });
     if (end.wait_until(std::min(deadline, clock::now() + time_to_close)) !=
         std::future_status::ready) {
         _exit(code); // what the thread works with must not be taken away
@@ -233,7 +226,9 @@ run_scan(const command_line& line, const scan_options& options, clock::time_poin
     }
     // Help or version: not OK, because nothing was looked at.
     const auto* shown = std::get_if<shown_text>(&line.command);
-    return write({plugin_state::unknown, shown == nullptr ? "" : shown->text});
+    return write([shown] {
+        return plugin_report{plugin_state::unknown, shown == nullptr ? "" : shown->text};
+    });
 }
 
 } // namespace
@@ -257,11 +252,7 @@ int run_plugin(int count, const char* const* arguments) noexcept {
         static_cast<void>(signal(SIGPIPE, SIG_IGN));
         return run(count, arguments, start);
     } catch (const std::exception& error) {
-        try {
-            return write(unknown(error.what()));
-        } catch (const std::exception&) {
-            return static_cast<int>(plugin_state::unknown);
-        }
+        return write([&error] { return unknown(error.what()); });
     }
 }
 

@@ -35,42 +35,29 @@ constexpr std::size_t label_characters = 64;
     return "'" + joined(split_at('\'', label), "''") + "'";
 }
 
-[[nodiscard]] std::string unit_of(const channel_definition& definition) {
-    if (definition.difference) {
-        return "c";
-    }
+/// @return one that every reader knows; empty for others
+[[nodiscard]] std::string unit_of(const channel_unit& unit) {
     constexpr auto known = std::to_array<std::string_view>({"s", "ms", "us", "%", "B"});
-    switch (static_cast<unit_code>(definition.unit.code)) {
-    case unit_code::memory_size:
-        return "B";
-    case unit_code::percent:
-        return "%";
-    case unit_code::time_span:
-        return "s";
-    case unit_code::custom:
-        return contains(known, definition.unit.text) ? definition.unit.text : "";
-    case unit_code::temperature:
-    case unit_code::count:
-        break;
-    }
-    return "";
+    const auto code = static_cast<unit_code>(unit.code);
+    const std::string text = code == unit_code::memory_size ? "B"
+                             : code == unit_code::percent   ? "%"
+                             : code == unit_code::time_span ? "s"
+                             : code == unit_code::custom    ? unit.text
+                                                            : "";
+    return contains(known, text) ? text : "";
 }
 
 [[nodiscard]] std::string item(const std::string& label, const judged_channel& channel) {
     const channel_definition& definition = channel.definition;
+    const bool counter = definition.difference;
     const std::string value = scaled_decimal(channel.view.raw, definition.multiplier);
-    std::string text = quoted(label) + "=" + value;
-    if (value != "U") {
-        text += unit_of(definition);
-    }
-    const auto range_text = [&](const std::optional<plugin_range>& range) {
-        return range && !definition.difference ? to_text(*range) : "";
+    const std::string unit = value == "U" ? "" : counter ? "c" : unit_of(definition.unit);
+    const auto range_text = [counter](const std::optional<plugin_range>& range) {
+        return range && !counter ? to_text(*range) : "";
     };
-    text += ";" + range_text(channel.warning) + ";" + range_text(channel.critical);
-    if (static_cast<unit_code>(definition.unit.code) == unit_code::percent &&
-        !definition.difference) {
-        text += ";0;100";
-    }
+    const bool percent = static_cast<unit_code>(definition.unit.code) == unit_code::percent;
+    std::string text = quoted(label) + "=" + value + unit + ";" + range_text(channel.warning) +
+                       ";" + range_text(channel.critical) + (percent && !counter ? ";0;100" : "");
     text.erase(text.find_last_not_of(';') + 1);
     return text;
 }

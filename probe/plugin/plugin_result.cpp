@@ -126,15 +126,10 @@ void judge_channels(
 
 [[nodiscard]] plugin_state
 state_of_error(const std::string& identity, const plugin_demands& demands) {
-    switch (fault_of(identity)) {
-    case scan_fault::connection:
-        return demands.unreachable;
-    case scan_fault::settings:
-        return plugin_state::unknown;
-    case scan_fault::server:
-        break;
-    }
-    return plugin_state::critical;
+    const scan_fault fault = fault_of(identity);
+    return fault == scan_fault::connection ? demands.unreachable
+           : fault == scan_fault::settings ? plugin_state::unknown
+                                           : plugin_state::critical;
 }
 
 /// CRITICAL, then UNKNOWN (it may hide a CRITICAL), then WARNING.

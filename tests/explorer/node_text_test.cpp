@@ -146,7 +146,7 @@ TEST(node_presentation, is_fit_for_a_terminal_and_for_json) {
     node.is_variable = true;
     node.data_type = std::string(99, 't');
     node.value.text = "\x9b";
-    const std::string tree = node_tree(nodes, false);
+    const std::string tree = node_table(nodes, node_order::tree, false);
     for (const char byte : tree) {
         EXPECT_TRUE(byte == '\n' || static_cast<unsigned char>(byte) >= 0x20) << tree;
     }
