@@ -36,21 +36,13 @@ given_to(CLI::App& command, any_command& chosen, const Complete& complete = {}) 
 /// What the help pages of all commands with settings say about them.
 extern const char* const settings_help;
 
+/// Each use of the option takes one value, so that no positional argument is taken for another one.
 /// @param shape what the help page calls the value
 template <typename Value>
 CLI::Option*
 add_option(CLI::App& command, const char* names, Value& to, const char* shape, const char* help) {
-    return command.add_option(names, to, help)->type_name(shape);
+    return command.add_option(names, to, help)->type_name(shape)->allow_extra_args(false);
 }
-
-/// One value for each use of the option, so that no positional argument is taken for another value.
-CLI::Option* add_repeatable(
-    CLI::App& command,
-    const char* names,
-    std::vector<std::string>& to,
-    const char* shape,
-    const char* help
-);
 
 /// Where the server is, security, user, and any setting by its key.
 void add_connection_options(CLI::App& command, connection_arguments& to);

@@ -16,21 +16,14 @@ void add_security_options(CLI::App& command, connection_arguments& to) {
     constexpr const char* policy = "Default: Basic256Sha256 when messages are secured, else none";
     command.add_option("--security-policy", to.security_policy, policy)
         ->check(CLI::IsMember({"none", "Basic256Sha256"}));
-    add_option(
-        command,
-        "--client-certificate",
-        to.client_certificate_file,
-        "FILE",
-        "Client certificate, PEM"
-    );
-    add_option(
-        command, "--client-key", to.client_key_file, "FILE", "Private key of the client, PEM"
-    );
+    constexpr const char* certificate = "Client certificate, PEM";
+    add_option(command, "--client-certificate", to.client_certificate_file, "FILE", certificate);
+    constexpr const char* key = "Private key of the client, PEM";
+    add_option(command, "--client-key", to.client_key_file, "FILE", key);
     constexpr const char* password =
         "File with the key's password; else $OPCUA_CLIENT_KEY_PASSWORD";
-    add_option(
-        command, "--client-key-password-file", to.client_key_password_file, "FILE", password
-    );
+    std::string& password_file = to.client_key_password_file;
+    add_option(command, "--client-key-password-file", password_file, "FILE", password);
 }
 
 /// @throws probe_error (usage) when the text is no level
@@ -59,16 +52,6 @@ Settings:
 Options such as --port are short for settings; --set replaces what they say. Settings are checked before anything is
 sent: unknown keys, values that are not allowed and required settings that are missing end with exit code 64.)";
 
-CLI::Option* add_repeatable(
-    CLI::App& command,
-    const char* names,
-    std::vector<std::string>& to,
-    const char* shape,
-    const char* help
-) {
-    return add_option(command, names, to, shape, help)->allow_extra_args(false);
-}
-
 void add_connection_options(CLI::App& command, connection_arguments& to) {
     add_option(command, "-H,--host", to.host, "HOST", "Name or address of the server")->required();
     command.add_option("-p,--port", to.port, "Port of the server")
@@ -82,9 +65,9 @@ void add_connection_options(CLI::App& command, connection_arguments& to) {
     add_security_options(command, to);
     constexpr const char* any =
         "Any setting of the module (no secrets); KEY may be shortened to its unique end";
-    add_repeatable(command, "--set", to.raw, "KEY=VALUE", any);
+    add_option(command, "--set", to.raw, "KEY=VALUE", any);
     constexpr const char* from_file = "The same from a file, secrets, too";
-    add_repeatable(command, "--set-file", to.raw_files, "KEY=PATH", from_file);
+    add_option(command, "--set-file", to.raw_files, "KEY=PATH", from_file);
 }
 
 CLI::Option*

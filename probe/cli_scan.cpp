@@ -53,9 +53,9 @@ struct given_scan {
 
 void add_channel_options(CLI::App& command, given_scan& to) {
     constexpr const char* node = "A node to read, up to 10 times";
-    add_repeatable(command, "--channel", to.channels, "[NAME=]NODEID", node);
-    add_repeatable(command, "--unit", to.units, "N=TEXT", "Unit of the N-th channel");
-    add_repeatable(command, "--scale", to.scales, "N=FACTOR", "Scale factor of the N-th channel");
+    add_option(command, "--channel", to.channels, "[NAME=]NODEID", node);
+    add_option(command, "--unit", to.units, "N=TEXT", "Unit of the N-th channel");
+    add_option(command, "--scale", to.scales, "N=FACTOR", "Scale factor of the N-th channel");
     constexpr const char* message = "Node whose text is shown as the sensor message";
     add_option(command, "--message-node", to.scan.message_node, "NODEID", message);
 }
@@ -67,9 +67,9 @@ constexpr const char* plugin_only[] = {
 void add_plugin_options(CLI::App& command, plugin_options& to) {
     constexpr const char* range = "[CHANNEL=]RANGE";
     constexpr const char* else_warning = "Where a channel may be, else WARNING";
-    add_repeatable(command, "-w,--warning", to.warning, range, else_warning);
+    add_option(command, "-w,--warning", to.warning, range, else_warning);
     constexpr const char* else_critical = "Where a channel may be, else CRITICAL";
-    add_repeatable(command, "-c,--critical", to.critical, range, else_critical);
+    add_option(command, "-c,--critical", to.critical, range, else_critical);
     add_option(command, "-t,--timeout", to.timeout, "SECONDS", "Longest time, then UNKNOWN")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();

@@ -98,15 +98,12 @@ constexpr std::chrono::seconds start_limit{15};
 [[nodiscard]] std::optional<std::uint16_t> wait_for_port(
     const command_context& context, child_process& simulator, const std::filesystem::path& program
 ) {
-    std::optional<std::string> line;
-    {
-        const wait_notice notice{context.terminal, "waiting for the simulator"};
-        line = simulator.first_line(start_limit, context.interrupt);
-    }
+    const wait_notice notice{context.terminal, "waiting for the simulator"};
+    const auto line = simulator.first_line(start_limit, context.interrupt);
     if (context.interrupt.requested()) {
         return std::nullopt;
     }
-    const std::optional<std::uint16_t> port = line ? port_of(*line) : std::nullopt;
+    const auto port = line ? port_of(*line) : std::nullopt;
     if (!port) {
         throw probe_error{
             exit_code::not_loaded,
