@@ -24,10 +24,6 @@ constexpr std::size_t value_columns = 40;
 constexpr std::size_t unit_columns = 12;
 constexpr std::size_t id_columns = 200;
 
-[[nodiscard]] std::string access_text(const found_node& node) {
-    return std::string{node.readable ? "r" : ""} + (node.writable ? "w" : "");
-}
-
 [[nodiscard]] std::string type_text(const found_node& node) {
     return node.is_variable && !node.data_type.empty() ? node.data_type + node.value.shape
                                                        : node.node_class;
@@ -104,7 +100,7 @@ std::string node_table(const std::vector<found_node>& nodes, node_order order, b
              {fit(type_text(node), type_columns), colour::dim},
              value_cell(node),
              {fit(node.unit, unit_columns)},
-             {access_text(node)},
+             {std::string{node.readable ? "r" : ""} + (node.writable ? "w" : "")},
              {node.channel.empty() ? "" : "yes"},
              id_cell(node)}
         );

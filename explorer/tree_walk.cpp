@@ -135,7 +135,10 @@ void tree_walk::take_round() {
     });
     read_variables(round);
     for (found_node& node : round) {
-        show(node);
+        if (options_.match.empty() || node.same_as.empty()) { // else found under its other path
+            ++summary_.shown;
+            show_(std::move(node));
+        }
     }
 }
 
@@ -253,14 +256,6 @@ void tree_walk::learn_names(const std::vector<opcua::ua_node_id>& types) {
             *names[i] = limited(opcua::view_of(name->name));
         }
     }
-}
-
-void tree_walk::show(found_node& node) {
-    if (!options_.match.empty() && !node.same_as.empty()) {
-        return; // found under its other path
-    }
-    ++summary_.shown;
-    show_(std::move(node));
 }
 
 } // namespace tarvik::monitoring_modules::probe

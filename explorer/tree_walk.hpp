@@ -47,7 +47,6 @@ class tree_walk final {
     void add(const found_node& above, const UA_ReferenceDescription& reference);
     void read_variables(std::vector<found_node>& nodes);
     void learn_names(const std::vector<opcua::ua_node_id>& types);
-    void show(found_node& node);
     [[nodiscard]] std::size_t room() const noexcept { return options_.limit - summary_.looked_at; }
 
     node_requests& requests_;

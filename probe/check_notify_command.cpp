@@ -161,10 +161,9 @@ run(const command_context& context,
             ? notification_json(response, outcome)
             : render(options, response, outcome, context.out.colours())
     );
-    if (call.status == OPCUA_MODULE_FAILED) {
-        return exit_code::error;
-    }
-    return written ? exit_code::ok : exit_code::call_failed;
+    return written                              ? exit_code::ok
+           : call.status == OPCUA_MODULE_FAILED ? exit_code::error
+                                                : exit_code::call_failed;
 }
 
 } // namespace tarvik::monitoring_modules::probe

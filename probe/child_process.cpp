@@ -58,10 +58,7 @@ struct pipe_ends {
 /// @return 0 once the program runs, else the errno of starting it
 [[nodiscard]] int wait_for_start(int report) noexcept {
     int problem = 0;
-    ssize_t got = 0;
-    do {
-        got = read(report, &problem, sizeof problem);
-    } while (got < 0 && errno == EINTR);
+    const ssize_t got = TEMP_FAILURE_RETRY(read(report, &problem, sizeof problem));
     return got == static_cast<ssize_t>(sizeof problem) ? problem : 0;
 }
 

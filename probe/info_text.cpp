@@ -2,7 +2,7 @@
 
 #include "host/document_json.hpp"
 #include "probe/commands.hpp"
-#include "probe/scan_table.hpp"
+#include "probe/scan_command.hpp"
 #include "terminal/table.hpp"
 #include "text/nearest_names.hpp"
 #include "text/terminal_text.hpp"
@@ -175,10 +175,6 @@ constexpr auto texts = {
     return true;
 }
 
-[[nodiscard]] std::string range_text(const std::vector<std::string>& numbers) {
-    return numbers.front() + (numbers.size() == 2 ? " and " : " to ") + numbers.back();
-}
-
 [[nodiscard]] const sensor_description&
 find_sensor(const module_document& document, const std::string& kind) {
     if (const sensor_description* sensor = document.find_sensor(kind)) {
@@ -237,9 +233,10 @@ std::vector<numbered_setting> with_numbers_joined(const std::vector<module_setti
         }
     }
     std::vector<numbered_setting> shown;
-    for (family& each : families) {
-        const bool several = each.numbers.size() > 1;
-        shown.push_back({std::move(each.common), several ? range_text(each.numbers) : ""});
+    for (const auto& [first, common, numbers] : families) {
+        const std::string between = numbers.size() == 2 ? " and " : " to ";
+        const bool several = numbers.size() > 1;
+        shown.push_back({common, several ? numbers.front() + between + numbers.back() : ""});
     }
     return shown;
 }

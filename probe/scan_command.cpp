@@ -1,8 +1,9 @@
-#include "host/channel_memory.hpp"
+#include "probe/scan_command.hpp"
+
 #include "host/message_json.hpp"
 #include "probe/commands.hpp"
-#include "probe/scan_table.hpp"
 #include "probe/sensor_run.hpp"
+#include "text/terminal_text.hpp"
 
 #include <chrono>
 
@@ -12,10 +13,38 @@ namespace {
 
 using clock = std::chrono::steady_clock;
 
-[[nodiscard]] exit_code code_of(scan_state state) {
-    return state == scan_state::ok        ? exit_code::ok
-           : state == scan_state::warning ? exit_code::warning
-                                          : exit_code::error;
+// Columns that texts from outside may take.
+constexpr std::size_t title_columns = 120;
+constexpr std::size_t message_columns = 400;
+constexpr std::size_t channel_columns = 40;
+constexpr std::size_t value_columns = 32;
+constexpr std::size_t unit_columns = 16;
+
+/// What becomes of a state.
+struct outcome {
+    const char* word;
+    colour paint;
+    exit_code code;
+};
+
+[[nodiscard]] outcome outcome_of(scan_state state) {
+    constexpr std::array outcomes{
+        outcome{"OK", colour::green, exit_code::ok},
+        outcome{"WARNING", colour::yellow, exit_code::warning},
+        outcome{"ERROR", colour::red, exit_code::error}};
+    return outcomes.at(static_cast<std::size_t>(state));
+}
+
+[[nodiscard]] std::string status_line(const scan_result& result, bool colours) {
+    const outcome shown = outcome_of(result.state);
+    std::string line = painted(shown.word, shown.paint, colours);
+    if (!result.text.empty() && result.text != "OK") {
+        line += ": " + fit(result.text, message_columns);
+    }
+    if (result.error_code != 0) {
+        line += " (error code " + std::to_string(result.error_code) + ")";
+    }
+    return line;
 }
 
 /// @param scan counts from 1
@@ -32,6 +61,34 @@ title(const scan_options& options, const module_document& document, std::size_t 
 }
 
 } // namespace
+
+std::string render_scan(
+    std::string_view title,
+    const scan_result& result,
+    const std::vector<channel_view>& channels,
+    bool colours
+) {
+    table lines{
+        {{"id", alignment::right},
+         {"channel", alignment::left},
+         {"value", alignment::right},
+         {"", alignment::left, 1},
+         {"state", alignment::left},
+         {"raw", alignment::right}}};
+    for (const channel_view& channel : channels) {
+        const bool stateless = channel.state == channel_state::none;
+        lines.add_row(
+            {{std::to_string(channel.id), colour::dim},
+             {fit(channel.name, channel_columns)},
+             {fit(channel.value.number, value_columns), colour::bold},
+             {fit(channel.value.unit, unit_columns)},
+             {stateless ? "" : std::string{name_of(channel.state)}, paint_of(channel.state)},
+             {channel.raw_is_shown ? "" : format_number(channel.raw), colour::dim}}
+        );
+    }
+    return painted(fit(title, title_columns), colour::bold, colours) + "\n" +
+           status_line(result, colours) + "\n" + lines.render(colours);
+}
 
 exit_code
 run(const command_context& context,
@@ -55,7 +112,7 @@ run(const command_context& context,
                                                     context.out.colours()
                                                 )
             );
-            worst = worse(worst, code_of(result.state));
+            worst = worse(worst, outcome_of(result.state).code);
         }
     };
     sensor_run sensor{context.terminal, loaded, options, draft};

@@ -51,12 +51,12 @@ sensor_run::answer sensor_run::scan() {
 }
 
 void sensor_run::require_result(const answer& delivered) {
-    if (delivered.status != OPCUA_MODULE_DONE) {
+    const bool done = delivered.status == OPCUA_MODULE_DONE;
+    if (!done || delivered.results.empty()) {
         throw probe_error{
-            exit_code::call_failed, "The module " + status_text(delivered.status) + " the scan"};
-    }
-    if (delivered.results.empty()) {
-        throw probe_error{exit_code::call_failed, "The module delivered no result of the scan"};
+            exit_code::call_failed,
+            done ? "The module delivered no result of the scan"
+                 : "The module " + status_text(delivered.status) + " the scan"};
     }
 }
 

@@ -32,12 +32,11 @@ class sensor_run final {
     [[nodiscard]] std::vector<scan_result> create();
     [[nodiscard]] bool created() const noexcept { return sensor_ != nullptr; }
 
-    /// To be called when created.
-    /// @return what was delivered, with the call's status
     struct answer {
-        std::uint32_t status;
+        std::uint32_t status; ///< of the call
         std::vector<scan_result> results;
     };
+    /// To be called when created.
     [[nodiscard]] answer scan();
     /// @throws probe_error (call_failed) unless the scan was done and delivered a result
     static void require_result(const answer& delivered);

@@ -155,25 +155,22 @@ meant(const std::string& channel, std::vector<judged_channel>& channels) {
     return named.empty() ? numbered : named;
 }
 
-[[nodiscard]] std::string
-unknown_channel(const channel_range& range, const std::vector<judged_channel>& channels) {
-    std::vector<std::string> names;
-    for (const judged_channel& channel : channels) {
-        names.push_back(channel.view.name);
-    }
-    return range.option + " " + range.channel + ": the sensor has no such channel" +
-           did_you_mean(nearest_names(range.channel, names));
-}
-
 } // namespace
 
 std::vector<std::string>
 assign_ranges(std::vector<judged_channel>& channels, const std::vector<channel_range>& ranges) {
+    std::vector<std::string> names;
+    for (const judged_channel& channel : channels) {
+        names.push_back(channel.view.name);
+    }
     std::vector<std::string> problems;
     for (const channel_range& range : ranges) {
         const std::vector<judged_channel*> found = meant(range.channel, channels);
         if (found.empty()) {
-            problems.push_back(unknown_channel(range, channels));
+            problems.push_back(
+                range.option + " " + range.channel + ": the sensor has no such channel" +
+                did_you_mean(nearest_names(range.channel, names))
+            );
             continue;
         }
         judged_channel& channel = *found.front();
