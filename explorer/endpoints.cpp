@@ -24,17 +24,15 @@ using opcua::view_of;
 using system_time = std::chrono::system_clock::time_point;
 
 // OPC 10000-4, 7.20 and 7.43.
-constexpr std::array<const char*, 4> mode_names{"Invalid", "None", "Sign", "SignAndEncrypt"};
-constexpr std::array<const char*, 4> token_names{
-    "Anonymous", "UserName", "Certificate", "IssuedToken"};
+constexpr std::array mode_names{"Invalid", "None", "Sign", "SignAndEncrypt"};
+constexpr std::array token_names{"Anonymous", "UserName", "Certificate", "IssuedToken"};
 
 /// @return the number in decimal when it has no name
-template <typename Enum, std::size_t Size>
-[[nodiscard]] std::string name_of(const Enum& value, const std::array<const char*, Size>& names) {
+template <typename Enum>
+[[nodiscard]] std::string name_of(const Enum& value, const std::array<const char*, 4>& names) {
     const std::int32_t number = opcua::number_of(value);
-    return number >= 0 && static_cast<std::size_t>(number) < Size
-               ? names.at(static_cast<std::size_t>(number))
-               : std::to_string(number);
+    const auto index = static_cast<std::size_t>(number); // very large for a negative number
+    return index < names.size() ? names.at(index) : std::to_string(number);
 }
 
 /// @return what of a URI tells it from others of its kind

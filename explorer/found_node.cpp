@@ -72,7 +72,7 @@ template <typename T>
 [[nodiscard]] ordered_json time_json(const void* value) {
     const UA_DateTimeStruct time = UA_DateTime_toStruct(as<UA_DateTime>(value));
     char text[48];
-    std::snprintf(
+    static_cast<void>(std::snprintf(
         text,
         sizeof text,
         "%04d-%02u-%02uT%02u:%02u:%02u.%03uZ",
@@ -83,7 +83,7 @@ template <typename T>
         time.min,
         time.sec,
         time.milliSec
-    );
+    ));
     return text;
 }
 

@@ -159,10 +159,10 @@ meant(const std::string& channel, std::vector<judged_channel>& channels) {
 
 std::vector<std::string>
 assign_ranges(std::vector<judged_channel>& channels, const std::vector<channel_range>& ranges) {
-    std::vector<std::string> names;
-    for (const judged_channel& channel : channels) {
-        names.push_back(channel.view.name);
-    }
+    std::vector<std::string> names(channels.size());
+    std::ranges::transform(channels, names.begin(), [](const judged_channel& channel) {
+        return channel.view.name;
+    });
     std::vector<std::string> problems;
     for (const channel_range& range : ranges) {
         const std::vector<judged_channel*> found = meant(range.channel, channels);
