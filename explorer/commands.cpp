@@ -57,48 +57,7 @@ server_settings(const connection_arguments& arguments, std::uint32_t timeout, co
     }
 }
 
-[[nodiscard]] walk_options walk_options_of(const browse_options& options) {
-    walk_options walk{.limit = options.limit, .match = options.match};
-    if (options.depth) {
-        walk.depth = *options.depth;
-    }
-    return walk;
-}
-
-/// Takes nodes as they are found: JSON is written at once, a table when all its rows are known.
-class node_display final {
-  public:
-    node_display(const command_context& context, const browse_options& options)
-        : context_{context},
-          options_{options} {}
-
-    void take(found_node&& node) {
-        if (options_.format == output_format::json) {
-            context_.out.write(node_json(node));
-        } else {
-            nodes_.push_back(std::move(node));
-        }
-    }
-
-    void write_table() const {
-        const bool colours = context_.out.colours();
-        context_.out.write(
-            options_.match.empty() ? node_tree(nodes_, colours) : node_list(nodes_, colours)
-        );
-    }
-
-    void write_notes(const walk_summary& summary) const {
-        for (const std::string& note : walk_notes(summary, walk_options_of(options_))) {
-            context_.terminal.line("opcua-probe: " + note);
-        }
-    }
-
-  private:
-    const command_context& context_;
-    const browse_options& options_;
-    std::vector<found_node> nodes_; // of a table
-};
-
+/// Writes JSON as nodes are found, a table when all its rows are known.
 void walk(
     const command_context& context,
     const browse_options& options,
@@ -109,63 +68,41 @@ void walk(
     const auto certificates = libcertificatehelper::create_openssl_allocator();
     opcua::unfinished_sessions unfinished;
     opcua::connection connection{server, *certificates, unfinished, log};
-    const auto stop = [&context] { return context.interrupt.requested(); };
-    // Lines of JSON come at once, a notice would get between them.
     std::optional<wait_notice> notice{
         std::in_place, context.terminal, waiting_for(options.connection)};
-    node_requests requests{opcua::stack_browse_services(connection.ensure()), stop};
-    requests.learn_limits();
-    if (options.format == output_format::json) {
+    node_requests requests{opcua::stack_browse_services(connection.ensure()), [&context] {
+                               return context.interrupt.requested();
+                           }};
+    std::vector<found_node> rows;
+    const auto show = [&](found_node&& node) {
+        if (options.format == output_format::json) {
+            notice.reset(); // it would get between the lines
+            context.out.write(node_json(node));
+        } else {
+            rows.push_back(std::move(node));
+        }
+    };
+    const auto write_table = [&] {
         notice.reset();
-    }
-    node_display display{context, options};
-    tree_walk nodes{
-        requests,
-        walk_options_of(options),
-        [&display](found_node&& node) { display.take(std::move(node)); },
-        stop};
+        const node_order order = options.walk.match.empty() ? node_order::tree : node_order::list;
+        context.out.write(node_table(rows, order, context.out.colours()));
+    };
+    tree_walk nodes{requests, options.walk, show};
     try {
-        nodes.run(read_first_node(requests, std::move(first)));
+        nodes.run(std::move(first));
     } catch (const libi18n::i18n_exception&) {
-        notice.reset();
-        display.write_table();
+        write_table();
         throw;
     }
-    notice.reset();
-    display.write_table();
-    display.write_notes(nodes.summary());
-}
-
-/// @throws opcua_discovery_failed, opcua_request_failed
-[[nodiscard]] opcua::ua_get_endpoints_response fetch(const opcua::client_settings& server) {
-    liblog::null_logger log;
-    opcua::ua_client client{log};
-    const std::chrono::milliseconds time_out = opcua::time_out_of(server);
-    client.config().timeout = static_cast<UA_UInt32>(time_out.count());
-    opcua::ua_get_endpoints_response response =
-        opcua::fetch_endpoints(client, opcua::endpoint_url(server), time_out);
-    if (const UA_StatusCode status = response->responseHeader.serviceResult;
-        status != UA_STATUSCODE_GOOD) {
-        throw opcua::exceptions::opcua_discovery_failed{opcua::status_name(status)};
-    }
-    return response;
-}
-
-[[nodiscard]] opcua::ua_get_endpoints_response
-fetch(const command_context& context, const endpoints_options& options) {
-    const opcua::client_settings server =
-        server_settings(options.connection, options.timeout, context.terminal);
-    const wait_notice notice{context.terminal, waiting_for(options.connection)};
-    try {
-        return fetch(server);
-    } catch (const libi18n::i18n_exception& error) {
-        throw probe_error{exit_code::error, error.what()};
+    write_table();
+    for (const std::string& note : walk_notes(nodes.summary(), options.walk)) {
+        context.terminal.line("opcua-probe: " + note);
     }
 }
 
 } // namespace
 
-exit_code run_browse(const command_context& context, const browse_options& options) {
+exit_code run(const command_context& context, const browse_options& options) {
     opcua::ua_node_id first = parse_node(options.node);
     const opcua::client_settings server =
         server_settings(options.connection, options.timeout, context.terminal);
@@ -179,15 +116,31 @@ exit_code run_browse(const command_context& context, const browse_options& optio
     return exit_code::ok;
 }
 
-exit_code run_endpoints(const command_context& context, const endpoints_options& options) {
-    const opcua::ua_get_endpoints_response response = fetch(context, options);
+exit_code run(const command_context& context, const endpoints_options& options) {
+    const opcua::client_settings server =
+        server_settings(options.connection, options.timeout, context.terminal);
+    liblog::null_logger log;
+    opcua::ua_client client{log};
+    const std::chrono::milliseconds time_out = opcua::time_out_of(server);
+    client.config().timeout = static_cast<UA_UInt32>(time_out.count());
+    opcua::ua_get_endpoints_response response;
+    try {
+        const wait_notice notice{context.terminal, waiting_for(options.connection)};
+        response = opcua::fetch_endpoints(client, opcua::endpoint_url(server), time_out);
+        if (const UA_StatusCode status = response->responseHeader.serviceResult;
+            status != UA_STATUSCODE_GOOD) {
+            throw opcua::exceptions::opcua_discovery_failed{opcua::status_name(status)};
+        }
+    } catch (const libi18n::i18n_exception& error) {
+        throw probe_error{exit_code::error, error.what()};
+    }
     const auto now = std::chrono::system_clock::now();
     const auto certificates = libcertificatehelper::create_openssl_allocator();
     const offer shown = read_offer(
         opcua::elements(response->endpoints, response->endpointsSize), *certificates, now
     );
     context.out.write(
-        options.format == output_format::json ? offer_json(shown, now)
+        options.format == output_format::json ? offer_json(shown)
                                               : offer_text(shown, now, context.out.colours())
     );
     return exit_code::ok;

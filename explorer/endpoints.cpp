@@ -1,7 +1,6 @@
 #include "explorer/endpoints.hpp"
 
 #include "common/libexception/exception.hpp"
-#include "explorer/found_node.hpp"
 #include "host/json.hpp"
 #include "opcua/enum_number.hpp"
 #include "terminal/table.hpp"
@@ -15,27 +14,25 @@
 #include <string_view>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
+using nlohmann::ordered_json;
 using opcua::elements;
 using opcua::view_of;
 using system_time = std::chrono::system_clock::time_point;
 
 // OPC 10000-4, 7.20 and 7.43.
-constexpr std::array<const char*, 4> mode_names{"Invalid", "None", "Sign", "SignAndEncrypt"};
-constexpr std::array<const char*, 4> token_names{
-    "Anonymous", "UserName", "Certificate", "IssuedToken"};
+constexpr std::array mode_names{"Invalid", "None", "Sign", "SignAndEncrypt"};
+constexpr std::array token_names{"Anonymous", "UserName", "Certificate", "IssuedToken"};
 
-template <typename Enum, std::size_t Size>
-[[nodiscard]] std::string name_of(const Enum& value, const std::array<const char*, Size>& names) {
+/// @return the number in decimal when it has no name
+template <typename Enum>
+[[nodiscard]] std::string name_of(const Enum& value, const std::array<const char*, 4>& names) {
     const std::int32_t number = opcua::number_of(value);
-    return number >= 0 && static_cast<std::size_t>(number) < Size
-               ? names.at(static_cast<std::size_t>(number))
-               : std::to_string(number);
+    const auto index = static_cast<std::size_t>(number); // very large for a negative number
+    return index < names.size() ? names.at(index) : std::to_string(number);
 }
 
 /// @return what of a URI tells it from others of its kind
@@ -44,149 +41,130 @@ template <typename Enum, std::size_t Size>
     return limited(text.substr(text.rfind(separator) + 1));
 }
 
-[[nodiscard]] user_token read_token(const UA_UserTokenPolicy& token) {
+[[nodiscard]] ordered_json token_json(const UA_UserTokenPolicy& token) {
     return {
-        limited(view_of(token.policyId)),
-        name_of(token.tokenType, token_names),
-        end_of(token.securityPolicyUri, '#')};
+        {"type", name_of(token.tokenType, token_names)},
+        {"policy_id", limited(view_of(token.policyId))},
+        {"security_policy", end_of(token.securityPolicyUri, '#')}};
 }
 
-[[nodiscard]] std::string common_name(const libcertificatehelper::certificate_interface& from) {
-    const std::vector<std::string> names = from.get_common_names();
-    return names.empty() ? "" : limited(names.front());
+[[nodiscard]] ordered_json endpoint_json(const UA_EndpointDescription& endpoint) {
+    ordered_json tokens = ordered_json::array();
+    for (const UA_UserTokenPolicy& token :
+         elements(endpoint.userIdentityTokens, endpoint.userIdentityTokensSize)) {
+        tokens.push_back(token_json(token));
+    }
+    return {
+        {"type", "endpoint"},
+        {"url", limited(view_of(endpoint.endpointUrl))},
+        {"transport", end_of(endpoint.transportProfileUri, '/')},
+        {"security_mode", name_of(endpoint.securityMode, mode_names)},
+        {"security_policy", end_of(endpoint.securityPolicyUri, '#')},
+        {"security_level", endpoint.securityLevel},
+        {"user_tokens", std::move(tokens)},
+        {"certificate_sha256", nullptr}};
 }
 
-[[nodiscard]] offered_certificate read_certificate(
+/// @return "2026-01-31T12:00:00Z"; empty without a time
+[[nodiscard]] std::string time_text(const std::optional<std::chrono::sys_seconds>& time) {
+    const std::time_t seconds = time ? time->time_since_epoch().count() : 0;
+    std::tm parts{};
+    char text[64];
+    const bool shown = time && gmtime_r(&seconds, &parts) != nullptr;
+    return {text, shown ? std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts) : 0};
+}
+
+[[nodiscard]] ordered_json certificate_json(
     std::string_view der, libcertificatehelper::allocator& certificates, system_time now
 ) {
     try {
         const auto certificate = certificates.create_certificate_from_der(
             {reinterpret_cast<const std::uint8_t*>(der.data()), der.size()}
         );
+        const std::vector<std::string> names = certificate->get_common_names();
+        const auto not_after = certificate->get_not_after();
         return {
-            .common_name = common_name(*certificate),
-            .issuer = limited(certificate->get_issuer()),
-            .not_before = certificate->get_not_before(),
-            .not_after = certificate->get_not_after(),
-            .days_left = certificate->get_days_until_expiry(now),
-            .key_length = certificate->get_public_key_length(),
-            .self_signed = certificate->is_self_signed(),
-            .sha1 = certificate->get_thumbprint(),
-            .sha256 = certificate->get_sha256_thumbprint()};
+            {"type", "certificate"},
+            {"common_name", names.empty() ? "" : limited(names.front())},
+            {"issuer", limited(certificate->get_issuer())},
+            {"self_signed", certificate->is_self_signed()},
+            {"not_before", time_text(certificate->get_not_before())},
+            {"not_after", time_text(not_after)},
+            {"days_left", certificate->get_days_until_expiry(now)},
+            {"expired", not_after && *not_after < now},
+            {"key_length", certificate->get_public_key_length()}, // bits
+            {"sha1", certificate->get_thumbprint()},
+            {"sha256", certificate->get_sha256_thumbprint()}};
     } catch (const libexception::exception& error) {
-        return {.problem = error.what()};
+        return {{"type", "certificate"}, {"problem", error.what()}};
     }
 }
-
-using nlohmann::ordered_json;
-using system_time = std::chrono::system_clock::time_point;
 
 constexpr std::size_t url_columns = 80;
 constexpr std::size_t word_columns = 40;
 constexpr std::size_t text_columns = 200;
 
-/// @param form of strftime
+/// @return the member, fit for a terminal
 [[nodiscard]] std::string
-time_text(const std::optional<std::chrono::sys_seconds>& time, const char* form) {
-    if (!time) {
-        return "";
-    }
-    const std::time_t seconds = time->time_since_epoch().count();
-    std::tm parts{};
-    char text[64];
-    const std::size_t size =
-        gmtime_r(&seconds, &parts) == nullptr ? 0 : std::strftime(text, sizeof text, form, &parts);
-    return {text, size};
+fitted(const ordered_json& of, const char* name, std::size_t columns = text_columns) {
+    return fit(text_in(of, name), columns);
 }
 
 /// @return "Anonymous, UserName (Basic256Sha256)", each once
-[[nodiscard]] std::string tokens_text(const std::vector<user_token>& tokens) {
+[[nodiscard]] std::string tokens_text(const ordered_json& tokens) {
     std::vector<std::string> texts;
-    for (const user_token& token : tokens) {
-        const std::string& policy = token.security_policy;
-        std::string text = token.type + (policy.empty() ? "" : " (" + policy + ")");
-        if (std::ranges::find(texts, text) == texts.end()) {
+    for (const ordered_json& token : tokens) {
+        const std::string policy = text_in(token, "security_policy");
+        std::string text = text_in(token, "type") + (policy.empty() ? "" : " (" + policy + ")");
+        if (!contains(texts, text)) {
             texts.push_back(std::move(text));
         }
     }
     return fit(joined(texts), text_columns);
 }
 
-[[nodiscard]] std::string days_text(std::int32_t days) {
-    return std::to_string(days) + (days == 1 ? " day" : " days");
+/// @return "2026-01-31 12:00:00"
+[[nodiscard]] std::string readable(std::string time) {
+    std::ranges::replace(time, 'T', ' ');
+    std::erase(time, 'Z');
+    return time;
 }
 
-[[nodiscard]] cell validity_cell(const offered_certificate& shown, system_time now) {
-    constexpr const char* form = "%Y-%m-%d %H:%M:%S";
-    const std::string text =
-        time_text(shown.not_before, form) + " to " + time_text(shown.not_after, form) + " UTC, ";
-    if (shown.expired(now)) {
-        return {text + "EXPIRED " + days_text(-shown.days_left) + " ago", colour::red};
+[[nodiscard]] cell validity_cell(const ordered_json& certificate, system_time now) {
+    const std::string not_before = text_in(certificate, "not_before");
+    const std::string not_after = text_in(certificate, "not_after");
+    const std::string dates = readable(not_before) + " to " + readable(not_after) + " UTC, ";
+    const auto days = certificate.at("days_left").get<std::int32_t>();
+    const auto days_text = [](std::int32_t count) {
+        return std::to_string(count) + (count == 1 ? " day" : " days");
+    };
+    if (certificate.at("expired").get<bool>()) {
+        return {dates + "EXPIRED " + days_text(-days) + " ago", colour::red};
     }
-    if (shown.not_yet_valid(now)) {
-        return {text + "NOT YET VALID", colour::red};
+    if (time_text(std::chrono::floor<std::chrono::seconds>(now)) < not_before) {
+        return {dates + "NOT YET VALID", colour::red};
     }
-    return {text + days_text(shown.days_left) + " left"};
+    return {dates + days_text(days) + " left"};
 }
 
 [[nodiscard]] std::string
-certificate_text(const offered_certificate& shown, system_time now, bool colours) {
-    if (!shown.problem.empty()) {
-        return "  " + painted(fit(shown.problem, text_columns), colour::red, colours) + "\n";
+certificate_text(const ordered_json& certificate, system_time now, bool colours) {
+    if (certificate.contains("problem")) {
+        return "  " + painted(fitted(certificate, "problem"), colour::red, colours) + "\n";
     }
+    const bool self_signed = certificate.at("self_signed").get<bool>();
     table rows{{{""}, {""}}};
     const auto add = [&rows](const char* title, cell content) {
         rows.add_row({{title, colour::dim}, std::move(content)});
     };
-    add("common name", {fit(shown.common_name, text_columns)});
-    add("issuer", {fit(shown.issuer, text_columns) + (shown.self_signed ? " (self-signed)" : "")});
-    add("valid", validity_cell(shown, now));
-    add("key", {std::to_string(shown.key_length) + " bit"});
-    add("SHA-1", {shown.sha1});
-    add("SHA-256", {shown.sha256});
+    add("common name", {fitted(certificate, "common_name")});
+    add("issuer", {fitted(certificate, "issuer") + (self_signed ? " (self-signed)" : "")});
+    add("valid", validity_cell(certificate, now));
+    add("key", {certificate.at("key_length").dump() + " bit"});
+    add("SHA-1", {fitted(certificate, "sha1")});
+    add("SHA-256", {fitted(certificate, "sha256")});
     const std::string text = rows.render(colours);
     return text.substr(text.find('\n') + 1); // without the line of titles
-}
-
-[[nodiscard]] ordered_json endpoint_json(const offered_endpoint& endpoint, const offer& of) {
-    ordered_json tokens = ordered_json::array();
-    for (const user_token& token : endpoint.user_tokens) {
-        tokens.push_back(
-            {{"type", token.type},
-             {"policy_id", token.policy_id},
-             {"security_policy", token.security_policy}}
-        );
-    }
-    return {
-        {"type", "endpoint"},
-        {"url", endpoint.url},
-        {"transport", endpoint.transport},
-        {"security_mode", endpoint.security_mode},
-        {"security_policy", endpoint.security_policy},
-        {"security_level", endpoint.security_level},
-        {"user_tokens", std::move(tokens)},
-        {"certificate_sha256",
-         endpoint.certificate ? ordered_json(of.certificates.at(*endpoint.certificate).sha256)
-                              : ordered_json{}}};
-}
-
-[[nodiscard]] ordered_json certificate_json(const offered_certificate& shown, system_time now) {
-    if (!shown.problem.empty()) {
-        return {{"type", "certificate"}, {"problem", shown.problem}};
-    }
-    constexpr const char* form = "%Y-%m-%dT%H:%M:%SZ";
-    return {
-        {"type", "certificate"},
-        {"common_name", shown.common_name},
-        {"issuer", shown.issuer},
-        {"self_signed", shown.self_signed},
-        {"not_before", time_text(shown.not_before, form)},
-        {"not_after", time_text(shown.not_after, form)},
-        {"days_left", shown.days_left},
-        {"expired", shown.expired(now)},
-        {"key_length", shown.key_length},
-        {"sha1", shown.sha1},
-        {"sha256", shown.sha256}};
 }
 
 } // namespace
@@ -200,15 +178,7 @@ offer read_offer(
     std::vector<std::string_view> known; // certificates
     for (const UA_EndpointDescription& endpoint : endpoints) {
         offered_endpoint& to = read.endpoints.emplace_back();
-        to.url = limited(view_of(endpoint.endpointUrl));
-        to.transport = end_of(endpoint.transportProfileUri, '/');
-        to.security_mode = name_of(endpoint.securityMode, mode_names);
-        to.security_policy = end_of(endpoint.securityPolicyUri, '#');
-        to.security_level = endpoint.securityLevel;
-        for (const UA_UserTokenPolicy& token :
-             elements(endpoint.userIdentityTokens, endpoint.userIdentityTokensSize)) {
-            to.user_tokens.push_back(read_token(token));
-        }
+        to.json = endpoint_json(endpoint);
         const std::string_view der = view_of(endpoint.serverCertificate);
         if (der.empty()) {
             continue;
@@ -217,8 +187,9 @@ offer read_offer(
         to.certificate = static_cast<std::size_t>(found - known.begin());
         if (found == known.end()) {
             known.push_back(der);
-            read.certificates.push_back(read_certificate(der, certificates, now));
+            read.certificates.push_back(certificate_json(der, certificates, now));
         }
+        to.json["certificate_sha256"] = read.certificates[*to.certificate].value("sha256", "");
     }
     return read;
 }
@@ -231,14 +202,14 @@ std::string offer_text(const offer& shown, system_time now, bool colours) {
          {"level", alignment::right},
          {"certificate", alignment::right},
          {"users"}}};
-    for (const offered_endpoint& endpoint : shown.endpoints) {
+    for (const auto& [endpoint, certificate] : shown.endpoints) {
         rows.add_row(
-            {{fit(endpoint.url, url_columns)},
-             {endpoint.security_mode},
-             {fit(endpoint.security_policy, word_columns)},
-             {std::to_string(endpoint.security_level)},
-             {endpoint.certificate ? std::to_string(*endpoint.certificate + 1) : ""},
-             {tokens_text(endpoint.user_tokens)}}
+            {{fitted(endpoint, "url", url_columns)},
+             {fitted(endpoint, "security_mode")},
+             {fitted(endpoint, "security_policy", word_columns)},
+             {endpoint.at("security_level").dump()},
+             {certificate ? std::to_string(*certificate + 1) : ""},
+             {tokens_text(endpoint.at("user_tokens"))}}
         );
     }
     std::string text =
@@ -250,13 +221,13 @@ std::string offer_text(const offer& shown, system_time now, bool colours) {
     return text;
 }
 
-std::string offer_json(const offer& shown, system_time now) {
+std::string offer_json(const offer& shown) {
     std::string lines;
     for (const offered_endpoint& endpoint : shown.endpoints) {
-        lines += json_line(endpoint_json(endpoint, shown));
+        lines += json_line(endpoint.json);
     }
-    for (const offered_certificate& certificate : shown.certificates) {
-        lines += json_line(certificate_json(certificate, now));
+    for (const ordered_json& certificate : shown.certificates) {
+        lines += json_line(certificate);
     }
     return lines;
 }

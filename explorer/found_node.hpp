@@ -1,6 +1,6 @@
 #pragma once
-// One node of a server's address space as it is shown, and the texts that name it. They are the
-// server's: any bytes, and cut where they are longer than anybody reads.
+// One node of a server's address space as it is shown, and what becomes of the names and values
+// that a server sends: any bytes, cut where they are longer than anybody reads.
 
 #include "opcua/ua_value.hpp"
 
@@ -23,6 +23,11 @@ struct node_value {
     std::optional<std::size_t> length; ///< of an array, in elements
     bool numeric = false;              ///< of a type whose values a custom sensor takes as they are
 };
+
+/// Numbers, Booleans and texts as such, times as "2026-01-31T12:00:00.000Z", names and ids as text,
+/// statuses by their name; of other types the text tells the type only. Texts are cut at 1000
+/// bytes, arrays at 100 elements for JSON and at 4 for the text.
+[[nodiscard]] node_value read_value(const UA_Variant& value);
 
 struct found_node {
     std::size_t number = 0; ///< in the order in which nodes were found, from 0
@@ -50,6 +55,10 @@ struct found_node {
     bool writable = false;
     std::string channel; ///< what --channel takes, of an array the first element; empty: no channel
 
+    // What requests about it need.
+    std::optional<opcua::ua_node_id> id; ///< nothing: it is not on this server, or shown elsewhere
+    std::optional<opcua::ua_node_id> unit_property; ///< of a variable that has one
+
     /// @return the name for people
     [[nodiscard]] const std::string& name() const noexcept {
         return !display_name.empty() ? display_name : !plain_name.empty() ? plain_name : node_id;
@@ -59,20 +68,19 @@ struct found_node {
 /// Sets both forms of the browse name.
 void set_browse_name(found_node& node, const UA_QualifiedName& name);
 
-/// @param number as the server sent it
-/// @return "Object", "Variable", ...; the number in decimal for what is none of them
-[[nodiscard]] std::string node_class_name(std::int32_t number);
-
-/// Where a reference leads to.
-struct reference_target {
-    std::string text; ///< standard notation
-    std::optional<opcua::ua_node_id>
-        local; ///< nothing: on another server, or of no known namespace
-};
+/// Sets what the number of a node class says, whatever the server sent.
+void set_node_class(found_node& node, std::int32_t number);
 
 /// @param namespaces URIs of the server, by their index
-[[nodiscard]] reference_target
-target_of(const UA_ExpandedNodeId& id, const std::vector<std::string>& namespaces);
+/// @return the id for requests; nothing for a node on another server, or of no known namespace
+[[nodiscard]] std::optional<opcua::ua_node_id>
+local_id(const UA_ExpandedNodeId& id, const std::vector<std::string>& namespaces);
+
+/// Sets the node id and the id for requests.
+/// @param namespaces as for local_id
+void set_node_id(
+    found_node& node, const UA_ExpandedNodeId& id, const std::vector<std::string>& namespaces
+);
 
 /// @return a path one name longer; of one that gets too long only the end is kept
 [[nodiscard]] std::string path_below(const std::string& path, const found_node& node);

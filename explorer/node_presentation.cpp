@@ -24,10 +24,6 @@ constexpr std::size_t value_columns = 40;
 constexpr std::size_t unit_columns = 12;
 constexpr std::size_t id_columns = 200;
 
-[[nodiscard]] std::string access_text(const found_node& node) {
-    return std::string{node.readable ? "r" : ""} + (node.writable ? "w" : "");
-}
-
 [[nodiscard]] std::string type_text(const found_node& node) {
     return node.is_variable && !node.data_type.empty() ? node.data_type + node.value.shape
                                                        : node.node_class;
@@ -58,58 +54,24 @@ constexpr std::size_t id_columns = 200;
     return "(+" + std::to_string(node.not_shown) + (node.more_not_shown ? " and more)" : ")");
 }
 
-[[nodiscard]] table make_table(const char* first) {
-    return table{
-        {{first, alignment::left, 0},
-         {""},
-         {"type"},
-         {"value"},
-         {"unit"},
-         {"access"},
-         {"channel"},
-         {"node id, as --channel takes it"}}};
-}
-
-void add_row(table& to, cell first, const found_node& node) {
-    to.add_row(
-        {std::move(first),
-         {not_shown_text(node), colour::dim},
-         {fit(type_text(node), type_columns), colour::dim},
-         value_cell(node),
-         {fit(node.unit, unit_columns)},
-         {access_text(node)},
-         {node.channel.empty() ? "" : "yes"},
-         id_cell(node)}
-    );
-}
-
-/// The nodes below each node, by its number, in the order in which they were found.
-using children = std::map<std::size_t, std::vector<const found_node*>>;
-
-/// The tree's rows from top to bottom, without recursion: a server may have thousands of levels.
-[[nodiscard]] std::vector<const found_node*> top_to_bottom(const std::vector<found_node>& nodes) {
-    children below;
-    std::map<std::size_t, const found_node*> known;
-    std::vector<const found_node*> stack; // the next one last
+/// Without recursion: a server may have thousands of levels.
+template <typename Visit>
+void for_each_top_to_bottom(const std::vector<found_node>& nodes, const Visit& visit) {
+    std::map<std::size_t, std::vector<const found_node*>> below; // by the number of the one above
+    std::vector<const found_node*> stack;                        // the next one last
     for (const found_node& node : nodes) {
-        known.emplace(node.number, &node);
-        if (node.number != node.parent && known.contains(node.parent)) {
-            below[node.parent].push_back(&node);
-        } else {
-            stack.push_back(&node);
-        }
+        const auto above = below.find(node.parent);
+        (above == below.end() ? stack : above->second).push_back(&node);
+        below.try_emplace(node.number);
     }
-    std::reverse(stack.begin(), stack.end());
-    std::vector<const found_node*> rows;
+    std::ranges::reverse(stack);
     while (!stack.empty()) {
         const found_node* const node = stack.back();
         stack.pop_back();
-        rows.push_back(node);
-        if (const auto found = below.find(node->number); found != below.end()) {
-            stack.insert(stack.end(), found->second.rbegin(), found->second.rend());
-        }
+        visit(*node);
+        const auto& next = below.at(node->number);
+        stack.insert(stack.end(), next.rbegin(), next.rend());
     }
-    return rows;
 }
 
 [[nodiscard]] ordered_json text_or_null(const std::string& text) {
@@ -118,19 +80,35 @@ using children = std::map<std::size_t, std::vector<const found_node*>>;
 
 } // namespace
 
-std::string node_tree(const std::vector<found_node>& nodes, bool colours) {
-    table rows = make_table("node");
-    for (const found_node* node : top_to_bottom(nodes)) {
-        const std::string indent(std::min<std::size_t>(2 * node->depth, name_columns / 2), ' ');
-        add_row(rows, {indent + fit(node->name(), name_columns - indent.size())}, *node);
-    }
-    return rows.render(colours);
-}
-
-std::string node_list(const std::vector<found_node>& nodes, bool colours) {
-    table rows = make_table("path");
-    for (const found_node& node : nodes) {
-        add_row(rows, {fit(node.path, id_columns)}, node);
+std::string node_table(const std::vector<found_node>& nodes, node_order order, bool colours) {
+    const bool tree = order == node_order::tree;
+    table rows{
+        {{tree ? "node" : "path", alignment::left, 0},
+         {""},
+         {"type"},
+         {"value"},
+         {"unit"},
+         {"access"},
+         {"channel"},
+         {"node id, as --channel takes it"}}};
+    const auto add = [&](const found_node& node) {
+        const std::string indent(std::min<std::size_t>(2 * node.depth, name_columns / 2), ' ');
+        rows.add_row(
+            {{tree ? indent + fit(node.name(), name_columns - indent.size())
+                   : fit(node.path, id_columns)},
+             {not_shown_text(node), colour::dim},
+             {fit(type_text(node), type_columns), colour::dim},
+             value_cell(node),
+             {fit(node.unit, unit_columns)},
+             {std::string{node.readable ? "r" : ""} + (node.writable ? "w" : "")},
+             {node.channel.empty() ? "" : "yes"},
+             id_cell(node)}
+        );
+    };
+    if (tree) {
+        for_each_top_to_bottom(nodes, add);
+    } else {
+        std::ranges::for_each(nodes, add);
     }
     return rows.render(colours);
 }

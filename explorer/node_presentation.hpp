@@ -9,14 +9,16 @@
 
 namespace tarvik::monitoring_modules::probe {
 
+enum class node_order {
+    tree, ///< those below are indented under the one above
+    list  ///< each with its path
+};
+
 /// @param nodes in the order of their numbers; those whose parent is missing begin a tree of their
 /// own
-/// @return a row for each, those below indented under the one above; the last column has what
-/// --channel takes, or the node id
-[[nodiscard]] std::string node_tree(const std::vector<found_node>& nodes, bool colours);
-
-/// @return a row for each, with its path
-[[nodiscard]] std::string node_list(const std::vector<found_node>& nodes, bool colours);
+/// @return a row for each; the last column has what --channel takes, or the node id
+[[nodiscard]] std::string
+node_table(const std::vector<found_node>& nodes, node_order order, bool colours);
 
 /// @return one JSON object on one line, with its line end
 [[nodiscard]] std::string node_json(const found_node& node);

@@ -1,7 +1,6 @@
 #include "explorer/node_requests.hpp"
 
 #include "common/catalogue/opcua_exceptions.hpp"
-#include "opcua/nodes/value_conversion.hpp"
 #include "opcua/status_text.hpp"
 
 #include <algorithm>
@@ -75,29 +74,20 @@ take(UA_BrowseResult& result, browse_answer& answer, std::size_t& room) {
 }
 
 [[nodiscard]] UA_ReadValueId value_of(UA_UInt32 standard_node) {
-    UA_ReadValueId item{};
-    item.nodeId = UA_NODEID_NUMERIC(0, standard_node);
-    item.attributeId = UA_ATTRIBUTEID_VALUE;
-    return item;
+    return item_of(UA_NODEID_NUMERIC(0, standard_node), UA_ATTRIBUTEID_VALUE);
 }
 
 /// @return the smaller one of our limit and the server's, which is 0 or absent for none
 [[nodiscard]] std::size_t limit_in(const UA_DataValue& told, std::size_t ours) {
-    const UA_Variant& value = told.value;
-    if (!told.hasValue || value.type != &UA_TYPES[UA_TYPES_UINT32] || !opcua::is_scalar(value)) {
-        return ours;
-    }
-    const UA_UInt32 theirs = *static_cast<const UA_UInt32*>(value.data);
-    return theirs == 0 ? ours : std::min<std::size_t>(ours, theirs);
+    const auto* theirs = scalar<UA_UInt32>(told, UA_TYPES_UINT32);
+    return theirs == nullptr || *theirs == 0 ? ours : std::min<std::size_t>(ours, *theirs);
 }
 
 } // namespace
 
 node_requests::node_requests(opcua::browse_services services, std::function<bool()> stop)
     : services_{std::move(services)},
-      stop_{std::move(stop)} {}
-
-void node_requests::learn_limits() {
+      stop_{std::move(stop)} {
     const UA_ReadValueId items[] = {
         value_of(UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERREAD),
         value_of(UA_NS0ID_SERVER_SERVERCAPABILITIES_OPERATIONLIMITS_MAXNODESPERBROWSE),
@@ -143,20 +133,11 @@ node_requests::read_once(std::span<const UA_ReadValueId> items, std::span<ua_dat
 }
 
 std::vector<browse_answer>
-node_requests::browse(std::span<const UA_NodeId> nodes, std::size_t most) {
-    return browse_all(nodes, {references_of_page, false, most});
-}
-
-std::vector<browse_answer> node_requests::browse_first_page(std::span<const UA_NodeId> nodes) {
-    return browse_all(nodes, {references_of_first_page, true, 0});
-}
-
-std::vector<browse_answer>
-node_requests::browse_all(std::span<const UA_NodeId> nodes, page_plan plan) {
+node_requests::browse(std::span<const UA_NodeId> nodes, browse_pages pages) {
     std::vector<browse_answer> answers(nodes.size());
     const auto ask = [&](std::size_t begin, std::size_t size) {
         return browse_once(
-            nodes.subspan(begin, size), std::span{answers}.subspan(begin, size), plan
+            nodes.subspan(begin, size), std::span{answers}.subspan(begin, size), pages
         );
     };
     const auto refuse = [&answers](std::size_t index, UA_StatusCode status) {
@@ -175,7 +156,7 @@ node_requests::browse_all(std::span<const UA_NodeId> nodes, page_plan plan) {
 }
 
 UA_StatusCode node_requests::browse_once(
-    std::span<const UA_NodeId> nodes, std::span<browse_answer> answers, page_plan& plan
+    std::span<const UA_NodeId> nodes, std::span<browse_answer> answers, browse_pages& pages
 ) {
     std::vector<UA_BrowseDescription> descriptions(nodes.size());
     std::ranges::transform(nodes, descriptions.begin(), [](const UA_NodeId& node) {
@@ -189,7 +170,7 @@ UA_StatusCode node_requests::browse_once(
         return description;
     });
     UA_BrowseRequest request{};
-    request.requestedMaxReferencesPerNode = plan.page;
+    request.requestedMaxReferencesPerNode = pages.size;
     request.nodesToBrowse = descriptions.data();
     request.nodesToBrowseSize = descriptions.size();
     const opcua::ua_browse_response response = services_.browse(request);
@@ -199,44 +180,33 @@ UA_StatusCode node_requests::browse_once(
     check_length(response->resultsSize, nodes.size());
     std::vector<open_list> open;
     for (std::size_t i = 0; i < nodes.size(); ++i) {
-        opcua::ua_string point = take(response->results[i], answers[i], plan.room);
+        opcua::ua_string point = take(response->results[i], answers[i], pages.room);
         if (point->length > 0) {
             open.push_back({&answers[i], std::move(point)});
         }
     }
-    follow(std::move(open), plan);
+    while (!open.empty() && !pages.first_only && pages.room > 0 && !stop_()) {
+        open = next_pages(open, pages);
+    }
+    release(open);
     return UA_STATUSCODE_GOOD;
 }
 
-void node_requests::follow(std::vector<open_list> open, page_plan& plan) {
-    std::vector<open_list> endless;
-    while (!open.empty() && !plan.first_only && plan.room > 0 && !stop_()) {
-        open = next_pages(std::move(open), endless, plan);
-    }
-    std::ranges::move(endless, std::back_inserter(open));
-    release(open);
-}
-
-/// @param endless gets the lists that go on without bringing anything; their mark is no good
+/// Lists that go on without bringing anything are given back: their mark is no good.
 /// @return the lists that go on
-std::vector<node_requests::open_list> node_requests::next_pages(
-    std::vector<open_list> open, std::vector<open_list>& endless, page_plan& plan
-) const {
-    std::vector<UA_ByteString> points(open.size());
-    std::ranges::transform(open, points.begin(), [](const open_list& each) { return *each.point; });
-    UA_BrowseNextRequest request{};
-    request.continuationPoints = points.data();
-    request.continuationPointsSize = points.size();
-    const opcua::ua_browse_next_response response = services_.browse_next(request);
+std::vector<node_requests::open_list>
+node_requests::next_pages(const std::vector<open_list>& open, browse_pages& pages) const {
+    const opcua::ua_browse_next_response response = browse_next(open, false);
     if (const UA_StatusCode status = response->responseHeader.serviceResult;
         !UA_StatusCode_isGood(status)) {
         throw opcua::exceptions::opcua_request_failed{opcua::status_name(status)};
     }
     check_length(response->resultsSize, open.size());
     std::vector<open_list> next;
+    std::vector<open_list> endless;
     for (std::size_t i = 0; i < open.size(); ++i) {
         const bool brought_something = response->results[i].referencesSize > 0;
-        opcua::ua_string point = take(response->results[i], *open[i].answer, plan.room);
+        opcua::ua_string point = take(response->results[i], *open[i].answer, pages.room);
         if (point->length > 0 && !brought_something) {
             open[i].answer->status = UA_STATUSCODE_BADCONTINUATIONPOINTINVALID;
         }
@@ -244,24 +214,29 @@ std::vector<node_requests::open_list> node_requests::next_pages(
             (brought_something ? next : endless).push_back({open[i].answer, std::move(point)});
         }
     }
+    release(endless);
     return next;
 }
 
-void node_requests::release(std::span<open_list> open) const {
-    if (open.empty()) {
-        return;
+/// A server that does not release them does so at the end of the session.
+void node_requests::release(const std::vector<open_list>& open) const {
+    if (!open.empty()) {
+        static_cast<void>(browse_next(open, true));
     }
-    std::vector<UA_ByteString> points;
     for (const open_list& each : open) {
         each.answer->more = true;
-        points.push_back(*each.point);
     }
+}
+
+opcua::ua_browse_next_response
+node_requests::browse_next(const std::vector<open_list>& open, bool release) const {
+    std::vector<UA_ByteString> points(open.size());
+    std::ranges::transform(open, points.begin(), [](const open_list& each) { return *each.point; });
     UA_BrowseNextRequest request{};
-    request.releaseContinuationPoints = true;
+    request.releaseContinuationPoints = release;
     request.continuationPoints = points.data();
     request.continuationPointsSize = points.size();
-    // A server that does not release them does so at the end of the session.
-    static_cast<void>(services_.browse_next(request));
+    return services_.browse_next(request);
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -3,6 +3,7 @@
 // taken for granted.
 
 #include "opcua/client/browse_services.hpp"
+#include "opcua/nodes/value_conversion.hpp"
 #include "opcua/ua_value.hpp"
 
 #include <cstddef>
@@ -16,6 +17,23 @@ namespace tarvik::monitoring_modules::probe {
 using ua_data_value = opcua::ua_value<UA_DataValue, UA_TYPES_DATAVALUE>;
 using ua_reference = opcua::ua_value<UA_ReferenceDescription, UA_TYPES_REFERENCEDESCRIPTION>;
 
+/// @param node borrowed
+[[nodiscard]] inline UA_ReadValueId item_of(const UA_NodeId& node, UA_UInt32 attribute) {
+    UA_ReadValueId item{};
+    item.nodeId = node;
+    item.attributeId = attribute;
+    return item;
+}
+
+/// @param type of the stack's type table
+/// @return null unless the result is one value of this type
+template <typename T>
+[[nodiscard]] const T* scalar(const UA_DataValue& result, std::size_t type) {
+    return result.hasValue && result.value.type == &UA_TYPES[type] && opcua::is_scalar(result.value)
+               ? static_cast<const T*>(result.value.data)
+               : nullptr;
+}
+
 /// The nodes below one node.
 struct browse_answer {
     UA_StatusCode status = UA_STATUSCODE_GOOD;
@@ -23,18 +41,25 @@ struct browse_answer {
     bool more = false; ///< the server has more of them, which were not fetched
 };
 
+/// How much is fetched of the nodes below some nodes.
+struct browse_pages {
+    UA_UInt32 size = 500; ///< of one page of one node
+    bool first_only = false;
+    std::size_t room = 0; ///< once so many have come in all, no further pages are fetched
+};
+
 /// All of its requests throw opcua_request_failed when a request failed as a whole, and
 /// opcua_response_size_mismatch when an answer has another length than the question.
 class node_requests final {
   public:
+    /// Reads how large requests may be, and the server's namespaces. Servers that do not tell get
+    /// requests of a size that all of them should take.
     /// @param stop is asked between requests; once it says so, further pages are not fetched
     node_requests(opcua::browse_services services, std::function<bool()> stop);
 
-    /// Reads how large requests may be, and the server's namespaces. Servers that do not tell get
-    /// requests of a size that all of them should take.
-    void learn_limits();
+    [[nodiscard]] bool stopped() const { return stop_(); }
 
-    /// URIs by their index; empty before the limits are learnt, or when the server does not tell
+    /// URIs by their index; empty when the server does not tell
     [[nodiscard]] const std::vector<std::string>& namespaces() const noexcept {
         return namespaces_;
     }
@@ -43,42 +68,30 @@ class node_requests final {
     /// the status of the refusal
     [[nodiscard]] std::vector<ua_data_value> read(std::span<const UA_ReadValueId> items);
 
-    /// Fetches the nodes below, page by page until `most` of them have come in all; what the server
-    /// keeps for further pages is released.
+    /// Fetches the nodes below; what the server keeps for further pages is released.
     /// @return one answer for each node, in their order
     [[nodiscard]] std::vector<browse_answer>
-    browse(std::span<const UA_NodeId> nodes, std::size_t most);
+    browse(std::span<const UA_NodeId> nodes, browse_pages pages);
 
-    /// The same for the first page only.
-    [[nodiscard]] std::vector<browse_answer> browse_first_page(std::span<const UA_NodeId> nodes);
-
-    static constexpr std::size_t most_items = 400;       ///< of one Read request
-    static constexpr std::size_t most_nodes = 100;       ///< of one Browse request
-    static constexpr UA_UInt32 references_of_page = 500; ///< of one node
-    static constexpr UA_UInt32 references_of_first_page = 50;
+    static constexpr std::size_t most_items = 400; ///< of one Read request
+    static constexpr std::size_t most_nodes = 100; ///< of one Browse request
 
   private:
     struct open_list {
         browse_answer* answer;
         opcua::ua_string point; // a ByteString, which is the same to the stack
     };
-    struct page_plan {
-        UA_UInt32 page; // references of a node in one answer
-        bool first_only;
-        std::size_t room; // for references in all answers
-    };
 
-    [[nodiscard]] std::vector<browse_answer>
-    browse_all(std::span<const UA_NodeId> nodes, page_plan plan);
-    [[nodiscard]] UA_StatusCode browse_once(
-        std::span<const UA_NodeId> nodes, std::span<browse_answer> answers, page_plan& plan
-    );
-    void follow(std::vector<open_list> open, page_plan& plan);
-    [[nodiscard]] std::vector<open_list>
-    next_pages(std::vector<open_list> open, std::vector<open_list>& endless, page_plan& plan) const;
-    void release(std::span<open_list> open) const;
     [[nodiscard]] UA_StatusCode
     read_once(std::span<const UA_ReadValueId> items, std::span<ua_data_value> results);
+    [[nodiscard]] UA_StatusCode browse_once(
+        std::span<const UA_NodeId> nodes, std::span<browse_answer> answers, browse_pages& pages
+    );
+    [[nodiscard]] std::vector<open_list>
+    next_pages(const std::vector<open_list>& open, browse_pages& pages) const;
+    void release(const std::vector<open_list>& open) const;
+    [[nodiscard]] opcua::ua_browse_next_response
+    browse_next(const std::vector<open_list>& open, bool release) const;
 
     opcua::browse_services services_;
     std::function<bool()> stop_;

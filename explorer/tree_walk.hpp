@@ -2,23 +2,18 @@
 // Walks the nodes below one node: level by level, each node expanded once, so that references in
 // circles end.
 
+#include "explorer/commands.hpp"
+#include "explorer/found_node.hpp"
 #include "explorer/node_requests.hpp"
-#include "explorer/variable_reading.hpp"
 
 #include <cstddef>
 #include <deque>
 #include <functional>
-#include <limits>
 #include <map>
 #include <string>
+#include <vector>
 
 namespace tarvik::monitoring_modules::probe {
-
-struct walk_options {
-    std::size_t depth = std::numeric_limits<std::size_t>::max(); ///< levels below the first node
-    std::size_t limit = std::numeric_limits<std::size_t>::max(); ///< nodes that are looked at
-    std::string match{}; ///< only nodes whose names or id contain this are shown; empty: all
-};
 
 struct walk_summary {
     std::size_t looked_at = 0;
@@ -30,39 +25,36 @@ struct walk_summary {
 
 class tree_walk final {
   public:
-    /// @param requests must outlive this object
+    /// @param requests must outlive this object; when they are stopped, the walk ends
     /// @param show gets each node once all of it is known, the one above always before those below
-    /// @param stop is asked between requests; once it says so, the walk ends
     tree_walk(
-        node_requests& requests,
-        walk_options options,
-        std::function<void(found_node&&)> show,
-        std::function<bool()> stop
+        node_requests& requests, walk_options options, std::function<void(found_node&&)> show
     );
 
-    /// Walks from a node that read_first_node has read. Once for each object.
-    /// @throws as node_requests; what was shown until then stays valid
-    void run(pending_node first);
+    /// Once for each object.
+    /// @param first where to begin
+    /// @throws nodeid_unknown when the server does not have this node, opcua_read_failed, and as
+    /// node_requests; what was shown until then stays valid
+    void run(opcua::ua_node_id first);
 
     /// @return what has been done so far
     [[nodiscard]] const walk_summary& summary() const noexcept { return summary_; }
 
   private:
     void take_round();
-    void browse(std::vector<pending_node>& round);
-    void take_below(pending_node& node, const browse_answer& answer);
-    void add(const pending_node& above, const UA_ReferenceDescription& reference);
-    void show(pending_node& node);
-    [[nodiscard]] bool goes_deeper(const pending_node& node) const;
+    void browse(std::vector<found_node>& round);
+    void take_below(found_node& node, const browse_answer& answer);
+    void add(const found_node& above, const UA_ReferenceDescription& reference);
+    void read_variables(std::vector<found_node>& nodes);
+    void learn_names(const std::vector<opcua::ua_node_id>& types);
     [[nodiscard]] std::size_t room() const noexcept { return options_.limit - summary_.looked_at; }
 
     node_requests& requests_;
     walk_options options_;
     std::function<void(found_node&&)> show_;
-    std::function<bool()> stop_;
-    variable_reader variables_;
-    std::deque<pending_node> waiting_;
-    std::map<std::string, std::string> places_; // path of each node that is expanded, by its id
+    std::deque<found_node> waiting_;
+    std::map<std::string, std::string> places_;     // path of each node that is expanded, by its id
+    std::map<std::string, std::string> type_names_; // of data types, by their ids
     walk_summary summary_;
 };
 

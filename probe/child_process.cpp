@@ -21,18 +21,18 @@ constexpr std::size_t longest_line = 4096;
 constexpr std::chrono::milliseconds patience{3000};
 constexpr std::chrono::milliseconds slice{50};
 
+/// Closes both ends.
 struct pipe_ends {
-    int read;
-    int write;
+    std::array<int, 2> ends = [] {
+        std::array<int, 2> made{};
+        if (pipe2(made.data(), O_CLOEXEC) != 0) {
+            throw std::system_error{errno, std::generic_category(), "pipe2"};
+        }
+        return made;
+    }();
+    file_descriptor read{ends[0]};
+    file_descriptor write{ends[1]};
 };
-
-[[nodiscard]] pipe_ends make_pipe() {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        throw std::system_error{errno, std::generic_category(), "pipe2"};
-    }
-    return {ends[0], ends[1]};
-}
 
 /// Runs in the child, where other threads' locks may be held for ever: only calls that are safe
 /// there.
@@ -58,22 +58,15 @@ struct pipe_ends {
 /// @return 0 once the program runs, else the errno of starting it
 [[nodiscard]] int wait_for_start(int report) noexcept {
     int problem = 0;
-    ssize_t got = 0;
-    do {
-        got = read(report, &problem, sizeof problem);
-    } while (got < 0 && errno == EINTR);
+    const ssize_t got = TEMP_FAILURE_RETRY(read(report, &problem, sizeof problem));
     return got == static_cast<ssize_t>(sizeof problem) ? problem : 0;
-}
-
-[[nodiscard]] bool ended(pid_t id) noexcept {
-    return waitpid(id, nullptr, WNOHANG) != 0;
 }
 
 // To its whole group, so that what it started ends, too.
 void end(pid_t id) noexcept {
     kill(-id, SIGTERM);
     const auto limit = std::chrono::steady_clock::now() + patience;
-    while (!ended(id)) {
+    while (waitpid(id, nullptr, WNOHANG) == 0) {
         if (std::chrono::steady_clock::now() >= limit) {
             kill(-id, SIGKILL);
             waitpid(id, nullptr, 0);
@@ -103,36 +96,29 @@ child_process::child_process(
     }
     pointers.push_back(nullptr);
 
-    const pipe_ends output = make_pipe();
-    file_descriptor output_read{output.read};
-    file_descriptor output_write{output.write};
-    const pipe_ends report = make_pipe();
-    const file_descriptor report_read{report.read};
-    file_descriptor report_write{report.write};
-
+    pipe_ends output;
+    pipe_ends report;
     const pid_t parent = getpid();
     id_ = fork(); // NOLINT(cppcoreguidelines-prefer-member-initializer): after the pipes
     if (id_ == 0) {
-        become(pointers.data(), output.write, report.write, parent);
+        become(pointers.data(), output.write.get(), report.write.get(), parent);
     }
     if (id_ < 0) {
         throw std::system_error{errno, std::generic_category(), "fork"};
     }
-    output_write.close();
-    report_write.close();
-    if (const int problem = wait_for_start(report.read); problem != 0) {
+    report.write.close();
+    if (const int problem = wait_for_start(report.read.get()); problem != 0) {
         waitpid(id_, nullptr, 0);
         throw probe_error{
             exit_code::not_loaded,
             program.string() +
                 " could not be started: " + std::generic_category().message(problem)};
     }
-    output_.swap(output_read);
+    output_.swap(output.read);
 }
 
 child_process::~child_process() {
     end(id_);
-    discarding_.request_stop();
 }
 
 std::optional<std::string>
@@ -154,21 +140,17 @@ child_process::first_line(std::chrono::milliseconds limit, interruption& interru
         }
         text.append(block.data(), got < 0 ? 0 : static_cast<std::size_t>(got));
     }
-    discard_output();
-    return text.substr(0, text.find('\n'));
-}
-
-// A program that nobody listens to would stop at a full pipe.
-void child_process::discard_output() noexcept {
-    discarding_ = std::jthread{[this](const std::stop_token& stop) {
+    // A program that nobody listens to would stop at a full pipe.
+    discarding_ = std::jthread{[output = output_.get()](const std::stop_token& stop) {
         std::array<char, 4096> block{};
         while (!stop.stop_requested()) {
-            if (readable(output_.get()) && read(output_.get(), block.data(), block.size()) <= 0 &&
+            if (readable(output) && read(output, block.data(), block.size()) <= 0 &&
                 errno != EINTR) {
                 return;
             }
         }
     }};
+    return text.substr(0, text.find('\n'));
 }
 
 } // namespace tarvik::monitoring_modules::probe

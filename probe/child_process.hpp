@@ -34,11 +34,9 @@ class child_process final {
     first_line(std::chrono::milliseconds limit, interruption& interrupt);
 
   private:
-    void discard_output() noexcept;
-
     file_descriptor output_;
     pid_t id_ = -1;
-    std::jthread discarding_;
+    std::jthread discarding_; // reads what follows the first line
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,65 +1,48 @@
 #pragma once
 // The commands and options of the command line, in files of their own because CLI11 takes long to
-// compile. All values that options write to must stay where they are until the command line is
-// parsed.
+// compile.
 
 #include "probe/command_line.hpp"
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/App.hpp>
 
 namespace tarvik::monitoring_modules::probe {
 
-/// What the options write to.
-struct given_arguments {
-    command_line line; ///< all but its command
-    bool plugin_version = false;
-    scan_options scan;
-    std::vector<std::string>
-        channels; ///< of a scan, with units and scale factors not yet put together
-    std::vector<std::string> units;
-    std::vector<std::string> scales;
-    check_options check;
-    notify_options notify;
-    info_options info;
-    demo_options demo;
-    browse_options browse;
-    endpoints_options endpoints;
-    exporter_options serve;
-};
+// Each adds one command, which becomes the chosen one when the arguments hold it. It throws
+// probe_error (usage) then if it makes no sense.
+void add_scan(CLI::App& program, any_command& chosen);
+void add_browse(CLI::App& program, any_command& chosen);
+void add_endpoints(CLI::App& program, any_command& chosen);
+void add_serve(CLI::App& program, any_command& chosen);
 
-/// Makes an empty program the whole opcua-probe.
-void define_command_line(CLI::App& program, given_arguments& to);
-
-// The commands, each in the order of the help page.
-void add_scan(CLI::App& program, given_arguments& to);
-void add_browse(CLI::App& program, browse_options& to);
-void add_endpoints(CLI::App& program, endpoints_options& to);
-void add_serve(CLI::App& program, exporter_options& to);
-
-/// @return the scan that was asked for
-/// @throws probe_error (usage) when it makes no sense
-[[nodiscard]] scan_options complete_scan(const CLI::App& program, given_arguments& given);
-
-// What --log-level does; the levels follow.
-inline constexpr const char* show_lines = "Show log lines up to this level: ";
-inline constexpr const char* collect_lines = "Collect log lines up to this level, default all: ";
+/// @param complete makes the chosen command of what was given
+/// @return what the options of a command write to; lives as long as the command
+template <typename Given, typename Complete = std::identity>
+[[nodiscard]] Given&
+given_to(CLI::App& command, any_command& chosen, const Complete& complete = {}) {
+    const auto given = std::make_shared<Given>();
+    command.final_callback([given, complete, &chosen] { chosen = complete(std::move(*given)); });
+    return *given;
+}
 
 /// What the help pages of all commands with settings say about them.
 extern const char* const settings_help;
 
-/// One value for each use of the option, so that no positional argument is taken for another value.
-void add_repeatable(
-    CLI::App& command,
-    const char* name,
-    std::vector<std::string>& values,
-    const char* help,
-    const char* shape
-);
+/// Each use of the option takes one value, so that no positional argument is taken for another one.
+/// @param shape what the help page calls the value
+template <typename Value>
+CLI::Option*
+add_option(CLI::App& command, const char* names, Value& to, const char* shape, const char* help) {
+    return command.add_option(names, to, help)->type_name(shape)->allow_extra_args(false);
+}
 
 /// Where the server is, security, user, and any setting by its key.
 void add_connection_options(CLI::App& command, connection_arguments& to);
@@ -71,14 +54,9 @@ CLI::Option* add_format_option(
     const std::vector<std::string>& formats = {"table", "json"}
 );
 
-/// @param help begins as show_lines does
-/// @param levels what the text of the help page says about them
-void add_level_option(
-    CLI::App& command,
-    std::optional<std::int32_t>& to,
-    const std::string& help,
-    const std::string& levels = "error, warning, info, debug, or 0 to 7"
-);
-void add_logging_option(CLI::App& command, log_arguments& to);
+/// Up to which level log lines are taken.
+void add_level_option(CLI::App& command, std::optional<std::int32_t>& to, const char* help);
+/// Which log lines are shown at once.
+void add_log_options(CLI::App& command, log_arguments& to);
 
 } // namespace tarvik::monitoring_modules::probe

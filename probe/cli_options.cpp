@@ -13,25 +13,17 @@ void add_security_options(CLI::App& command, connection_arguments& to) {
     command.add_option("--security-mode", to.security_mode, "How messages are secured")
         ->check(CLI::IsMember({"none", "sign", "sign_encrypt"}))
         ->capture_default_str();
-    command
-        .add_option(
-            "--security-policy",
-            to.security_policy,
-            "Default: Basic256Sha256 when messages are secured, else none"
-        )
+    constexpr const char* policy = "Default: Basic256Sha256 when messages are secured, else none";
+    command.add_option("--security-policy", to.security_policy, policy)
         ->check(CLI::IsMember({"none", "Basic256Sha256"}));
-    command
-        .add_option("--client-certificate", to.client_certificate_file, "Client certificate, PEM")
-        ->type_name("FILE");
-    command.add_option("--client-key", to.client_key_file, "Private key of the client, PEM")
-        ->type_name("FILE");
-    command
-        .add_option(
-            "--client-key-password-file",
-            to.client_key_password_file,
-            "File with the key's password; else $OPCUA_CLIENT_KEY_PASSWORD"
-        )
-        ->type_name("FILE");
+    constexpr const char* certificate = "Client certificate, PEM";
+    add_option(command, "--client-certificate", to.client_certificate_file, "FILE", certificate);
+    constexpr const char* key = "Private key of the client, PEM";
+    add_option(command, "--client-key", to.client_key_file, "FILE", key);
+    constexpr const char* password =
+        "File with the key's password; else $OPCUA_CLIENT_KEY_PASSWORD";
+    std::string& password_file = to.client_key_password_file;
+    add_option(command, "--client-key-password-file", password_file, "FILE", password);
 }
 
 /// @throws probe_error (usage) when the text is no level
@@ -60,44 +52,22 @@ Settings:
 Options such as --port are short for settings; --set replaces what they say. Settings are checked before anything is
 sent: unknown keys, values that are not allowed and required settings that are missing end with exit code 64.)";
 
-void add_repeatable(
-    CLI::App& command,
-    const char* name,
-    std::vector<std::string>& values,
-    const char* help,
-    const char* shape
-) {
-    command.add_option(name, values, help)->allow_extra_args(false)->type_name(shape);
-}
-
 void add_connection_options(CLI::App& command, connection_arguments& to) {
-    command.add_option("-H,--host", to.host, "Name or address of the server")
-        ->required()
-        ->type_name("HOST");
+    add_option(command, "-H,--host", to.host, "HOST", "Name or address of the server")->required();
     command.add_option("-p,--port", to.port, "Port of the server")
         ->check(CLI::Range(1, 65535))
         ->capture_default_str();
-    command.add_option("--path", to.path, "Path of the server, if it has one")
-        ->type_name("URLPATH");
+    add_option(command, "--path", to.path, "URLPATH", "Path of the server, if it has one");
     CLI::Option* const user =
-        command.add_option("--user", to.user, "User name; default: anonymous")->type_name("USER");
-    command
-        .add_option(
-            "--password-file", to.password_file, "File with the password; else $OPCUA_PASSWORD"
-        )
-        ->type_name("FILE")
-        ->needs(user);
+        add_option(command, "--user", to.user, "USER", "User name; default: anonymous");
+    constexpr const char* password = "File with the password; else $OPCUA_PASSWORD";
+    add_option(command, "--password-file", to.password_file, "FILE", password)->needs(user);
     add_security_options(command, to);
-    add_repeatable(
-        command,
-        "--set",
-        to.raw,
-        "Any setting of the module (no secrets); KEY may be shortened to its unique end",
-        "KEY=VALUE"
-    );
-    add_repeatable(
-        command, "--set-file", to.raw_files, "The same from a file, secrets, too", "KEY=PATH"
-    );
+    constexpr const char* any =
+        "Any setting of the module (no secrets); KEY may be shortened to its unique end";
+    add_option(command, "--set", to.raw, "KEY=VALUE", any);
+    constexpr const char* from_file = "The same from a file, secrets, too";
+    add_option(command, "--set-file", to.raw_files, "KEY=PATH", from_file);
 }
 
 CLI::Option*
@@ -113,18 +83,15 @@ add_format_option(CLI::App& command, output_format& to, const std::vector<std::s
         ->default_str("table");
 }
 
-void add_level_option(
-    CLI::App& command,
-    std::optional<std::int32_t>& to,
-    const std::string& help,
-    const std::string& levels
-) {
+void add_level_option(CLI::App& command, std::optional<std::int32_t>& to, const char* help) {
     const auto take = [&to](const std::string& text) { to = parse_level(text); };
-    command.add_option_function<std::string>("--log-level", take, help + levels)
-        ->type_name("LEVEL");
+    command.add_option_function<std::string>("--log-level", take, help)->type_name("LEVEL");
 }
 
-void add_logging_option(CLI::App& command, log_arguments& to) {
+void add_log_options(CLI::App& command, log_arguments& to) {
+    constexpr const char* help =
+        "Show log lines up to this level: error, warning, info, debug, or 0 to 7";
+    add_level_option(command, to.level, help);
     command.add_flag("--logging", to.logging, "Let the sensor write its own log lines, too");
 }
 

@@ -43,17 +43,21 @@ Examples:
   opcua-probe scan custom_sensor --format plugin -H plc.example -t 15 \
       --channel 'Boiler=ns=2;s=Boiler.Temperature' --unit 1=°C -w 'Boiler=80' -c 'Boiler=90')";
 
-void add_channel_options(CLI::App& command, given_arguments& to) {
-    add_repeatable(
-        command, "--channel", to.channels, "A node to read, up to 10 times", "[NAME=]NODEID"
-    );
-    add_repeatable(command, "--unit", to.units, "Unit of the N-th channel", "N=TEXT");
-    add_repeatable(command, "--scale", to.scales, "Scale factor of the N-th channel", "N=FACTOR");
-    command
-        .add_option(
-            "--message-node", to.scan.message_node, "Node whose text is shown as the sensor message"
-        )
-        ->type_name("NODEID");
+/// Channels with units and scale factors not yet put together.
+struct given_scan {
+    scan_options scan;
+    std::vector<std::string> channels;
+    std::vector<std::string> units;
+    std::vector<std::string> scales;
+};
+
+void add_channel_options(CLI::App& command, given_scan& to) {
+    constexpr const char* node = "A node to read, up to 10 times";
+    add_option(command, "--channel", to.channels, "[NAME=]NODEID", node);
+    add_option(command, "--unit", to.units, "N=TEXT", "Unit of the N-th channel");
+    add_option(command, "--scale", to.scales, "N=FACTOR", "Scale factor of the N-th channel");
+    constexpr const char* message = "Node whose text is shown as the sensor message";
+    add_option(command, "--message-node", to.scan.message_node, "NODEID", message);
 }
 
 // Options that only the plugin format has.
@@ -61,29 +65,16 @@ constexpr const char* plugin_only[] = {
     "--warning", "--critical", "--timeout", "--unreachable", "--verbose"};
 
 void add_plugin_options(CLI::App& command, plugin_options& to) {
-    constexpr const char* group = "With --format plugin";
-    add_repeatable(
-        command,
-        "-w,--warning",
-        to.warning,
-        "Where a channel may be, else WARNING",
-        "[CHANNEL=]RANGE"
-    );
-    add_repeatable(
-        command,
-        "-c,--critical",
-        to.critical,
-        "Where a channel may be, else CRITICAL",
-        "[CHANNEL=]RANGE"
-    );
-    command.add_option("-t,--timeout", to.timeout, "Longest time, then UNKNOWN")
+    constexpr const char* range = "[CHANNEL=]RANGE";
+    constexpr const char* else_warning = "Where a channel may be, else WARNING";
+    add_option(command, "-w,--warning", to.warning, range, else_warning);
+    constexpr const char* else_critical = "Where a channel may be, else CRITICAL";
+    add_option(command, "-c,--critical", to.critical, range, else_critical);
+    add_option(command, "-t,--timeout", to.timeout, "SECONDS", "Longest time, then UNKNOWN")
         ->check(CLI::Range(0.1, 3600.0))
-        ->type_name("SECONDS")
         ->capture_default_str();
-    command
-        .add_option(
-            "--unreachable", to.unreachable, "State when the server cannot be reached or refuses"
-        )
+    constexpr const char* unreachable = "State when the server cannot be reached or refuses";
+    command.add_option("--unreachable", to.unreachable, unreachable)
         ->check(CLI::IsMember({"critical", "unknown"}))
         ->capture_default_str();
     // Not bound to the number itself, which newer versions of CLI11 take for a default, and so for
@@ -94,8 +85,12 @@ void add_plugin_options(CLI::App& command, plugin_options& to) {
         "More details; twice: log lines, three times: all of them"
     );
     for (const char* name : plugin_only) {
-        command.get_option(name)->group(group);
+        command.get_option(name)->group("With --format plugin");
     }
+}
+
+[[noreturn]] void refuse(const std::string& text) {
+    throw probe_error{exit_code::usage, text};
 }
 
 void check_plugin(const CLI::App& command, const scan_options& scan) {
@@ -105,69 +100,59 @@ void check_plugin(const CLI::App& command, const scan_options& scan) {
     if (scan.format != output_format::plugin) {
         const auto* const found = std::ranges::find_if(plugin_only, given);
         if (found != std::ranges::end(plugin_only)) {
-            throw probe_error{
-                exit_code::usage, std::string{*found} + " goes with --format plugin only"};
+            refuse(std::string{*found} + " goes with --format plugin only");
         }
     } else if (given("--count")) {
-        throw probe_error{exit_code::usage, "--format plugin has no --count"};
+        refuse("--format plugin has no --count");
     }
     if (!std::isfinite(scan.plugin.timeout)) {
-        throw probe_error{exit_code::usage, "--timeout: expected a number of seconds"};
+        refuse("--timeout: expected a number of seconds");
     }
 }
 
-} // namespace
-
-void add_scan(CLI::App& program, given_arguments& to) {
-    scan_options& scan = to.scan;
-    CLI::App& command = *program.add_subcommand("scan", "Create a sensor and scan it");
-    command
-        .add_option(
-            "kind",
-            scan.kind,
-            "Sensor kind, such as custom_sensor; opcua-probe info lists all of them"
-        )
-        ->required()
-        ->type_name("KIND");
-    add_connection_options(command, scan.connection);
-    add_channel_options(command, to);
-    command
-        .add_option(
-            "--interval", scan.interval, "From one scan to the next, without --count endless"
-        )
-        ->check(CLI::Range(0.01, 1e6))
-        ->type_name("SECONDS");
-    command.add_option("--count", scan.count, "Number of scans; default: 1")
-        ->check(CLI::Range(1, 1'000'000'000))
-        ->type_name("N");
-    add_format_option(command, scan.format, {"table", "json", "plugin"});
-    add_level_option(command, scan.log.level, show_lines);
-    add_logging_option(command, scan.log);
-    add_plugin_options(command, scan.plugin);
-    command.footer(std::string{settings_help} + scan_footer + plugin_footer);
-}
-
-scan_options complete_scan(const CLI::App& program, given_arguments& given) {
-    const CLI::App& command = *program.get_subcommand("scan");
+[[nodiscard]] scan_options complete(const CLI::App& command, given_scan&& given) {
     scan_options& scan = given.scan;
     scan.channels = parse_channels(given.channels, given.units, given.scales);
     const bool custom = scan.kind == "custom_sensor";
     if (!custom && (!scan.channels.empty() || !scan.message_node.empty())) {
-        throw probe_error{
-            exit_code::usage, "Only a custom_sensor has --channel and --message-node"};
+        refuse("Only a custom_sensor has --channel and --message-node");
     }
     const bool given_by_key = !scan.connection.raw.empty() || !scan.connection.raw_files.empty();
     if (custom && scan.channels.empty() && !given_by_key) {
-        throw probe_error{exit_code::usage, "A custom_sensor needs at least one --channel"};
+        refuse("A custom_sensor needs at least one --channel");
     }
     if (!std::isfinite(scan.interval)) { // which a range check lets through
-        throw probe_error{exit_code::usage, "--interval: expected a number of seconds"};
+        refuse("--interval: expected a number of seconds");
     }
     if (!scan.count && command.get_option("--interval")->count() == 0) {
         scan.count = 1;
     }
     check_plugin(command, scan);
     return std::move(scan);
+}
+
+} // namespace
+
+void add_scan(CLI::App& program, any_command& chosen) {
+    CLI::App& command = *program.add_subcommand("scan", "Create a sensor and scan it");
+    auto& given = given_to<given_scan>(command, chosen, [&command](given_scan&& all) {
+        return complete(command, std::move(all));
+    });
+    scan_options& scan = given.scan;
+    constexpr const char* kind =
+        "Sensor kind, such as custom_sensor; opcua-probe info lists all of them";
+    add_option(command, "kind", scan.kind, "KIND", kind)->required();
+    add_connection_options(command, scan.connection);
+    add_channel_options(command, given);
+    constexpr const char* interval = "From one scan to the next, without --count endless";
+    add_option(command, "--interval", scan.interval, "SECONDS", interval)
+        ->check(CLI::Range(0.01, 1e6));
+    add_option(command, "--count", scan.count, "N", "Number of scans; default: 1")
+        ->check(CLI::Range(1, 1'000'000'000));
+    add_format_option(command, scan.format, {"table", "json", "plugin"});
+    add_log_options(command, scan.log);
+    add_plugin_options(command, scan.plugin);
+    command.footer(std::string{settings_help} + scan_footer + plugin_footer);
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -24,10 +24,21 @@ Example:
   opcua-probe endpoints --host plc.example)";
 
 void add_timeout(CLI::App& command, std::uint32_t& to) {
-    command.add_option("--timeout", to, "Longest time for connecting and for each request")
+    constexpr const char* help = "Longest time for connecting and for each request";
+    add_option(command, "--timeout", to, "SECONDS", help)
         ->check(CLI::Range(1, 3600))
-        ->type_name("SECONDS")
         ->capture_default_str();
+}
+
+[[nodiscard]] browse_options with_depth(browse_options&& given) {
+    if (given.walk.depth == all_levels && given.walk.match.empty()) {
+        given.walk.depth = 3;
+    }
+    return std::move(given);
+}
+
+[[nodiscard]] std::string refuse_empty(const std::string& text) {
+    return text.empty() ? "the text is empty" : "";
 }
 
 constexpr const char* serve_footer = R"(
@@ -55,63 +66,48 @@ Configuration (YAML):
 
 } // namespace
 
-void add_browse(CLI::App& program, browse_options& options) {
+void add_browse(CLI::App& program, any_command& chosen) {
     CLI::App& command = *program.add_subcommand(
         "browse", "Show the nodes of a server, and which of them a custom sensor can read"
     );
-    command.add_option("node", options.node, "Where to begin; default: the Objects folder, i=85")
-        ->type_name("NODEID");
+    auto& options = given_to<browse_options>(command, chosen, with_depth);
+    constexpr const char* node = "Where to begin; default: the Objects folder, i=85";
+    add_option(command, "node", options.node, "NODEID", node);
     add_connection_options(command, options.connection);
-    command
-        .add_option(
-            "--depth",
-            options.depth,
-            "Levels to show below the first node; default: 3, with --match all"
-        )
-        ->check(CLI::Range(0, 1'000'000))
-        ->type_name("N");
-    command
-        .add_option(
-            "--match",
-            options.match,
-            "Only nodes whose name or NodeID contains this, in any case, with their paths"
-        )
-        ->check([](const std::string& text) {
-            return text.empty() ? std::string{"the text is empty"} : std::string{};
-        })
-        ->type_name("TEXT");
-    command.add_option("--limit", options.limit, "Look at so many nodes at most")
+    constexpr const char* depth =
+        "Levels to show below the first node; default: 3, with --match all";
+    add_option(command, "--depth", options.walk.depth, "N", depth)->check(CLI::Range(0, 1'000'000));
+    constexpr const char* match =
+        "Only nodes whose name or NodeID contains this, in any case, with their paths";
+    add_option(command, "--match", options.walk.match, "TEXT", match)->check(refuse_empty);
+    add_option(command, "--limit", options.walk.limit, "N", "Look at so many nodes at most")
         ->check(CLI::Range(1, 10'000'000))
-        ->type_name("N")
         ->capture_default_str();
     add_timeout(command, options.timeout);
     add_format_option(command, options.format);
     command.footer(browse_footer);
 }
 
-void add_endpoints(CLI::App& program, endpoints_options& options) {
+void add_endpoints(CLI::App& program, any_command& chosen) {
     CLI::App& command =
         *program.add_subcommand("endpoints", "List the endpoints of a server and its certificates");
+    auto& options = given_to<endpoints_options>(command, chosen);
     add_connection_options(command, options.connection);
     add_timeout(command, options.timeout);
     add_format_option(command, options.format);
     command.footer(endpoints_footer);
 }
 
-void add_serve(CLI::App& program, exporter_options& options) {
+void add_serve(CLI::App& program, any_command& chosen) {
     CLI::App& command = *program.add_subcommand(
         "serve", "Scan the sensors of a configuration and serve metrics and a page"
     );
-    command.add_option("--config", options.config, "Configuration, YAML")
-        ->required()
-        ->type_name("FILE");
+    auto& options = given_to<exporter_options>(command, chosen);
+    add_option(command, "--config", options.config, "FILE", "Configuration, YAML")->required();
     command.add_flag("--check", options.check_only, "Only tell whether the configuration is right");
-    add_level_option(
-        command,
-        options.log_level,
-        "Lines of the module's log on standard error: ",
-        "error, warning (default), info, debug, or 0 to 7"
-    );
+    constexpr const char* level = "Lines of the module's log on standard error: "
+                                  "error, warning (default), info, debug, or 0 to 7";
+    add_level_option(command, options.log_level, level);
     command.footer(serve_footer);
 }
 

@@ -12,8 +12,6 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-using any_command = decltype(command_line::command);
-
 constexpr const char* description = "Scans sensors, runs checks and sends notifications of "
                                     "the OPC UA monitoring module and shows what "
                                     "comes back.";
@@ -76,185 +74,123 @@ Examples:
 
 constexpr const char* version = "opcua-probe " PROBE_VERSION;
 
-void add_check(CLI::App& program, check_options& check) {
+[[nodiscard]] check_options with_full_kind(check_options&& given) {
+    given.kind = given.kind == "connection" ? "connection_check" : "endpoint_validation_check";
+    return std::move(given);
+}
+
+/// The module takes any text but "True" for false, which nobody means who types "true".
+[[nodiscard]] notify_options with_clear_value(notify_options&& given) {
+    const notification& content = given.content;
+    if (content.type == "Boolean" && content.message != "True" && content.message != "False") {
+        throw probe_error{
+            exit_code::usage, "--message " + content.message + ": a Boolean is True or False"};
+    }
+    return std::move(given);
+}
+
+void add_check(CLI::App& program, any_command& chosen) {
     CLI::App& command = *program.add_subcommand("check", "Run a check and show why it fails");
-    command
-        .add_option_function<std::string>(
-            "kind",
-            [&check](const std::string& name) {
-                check.kind =
-                    name == "connection" ? "connection_check" : "endpoint_validation_check";
-            },
-            "connection: can a session be opened? endpoint: does the server offer what is asked "
-            "for?"
-        )
+    auto& check = given_to<check_options>(command, chosen, with_full_kind);
+    constexpr const char* kind =
+        "connection: can a session be opened? endpoint: does the server offer what is asked for?";
+    command.add_option("kind", check.kind, kind)
         ->required()
         ->check(CLI::IsMember({"connection", "endpoint"}));
     add_connection_options(command, check.connection);
     add_format_option(command, check.format);
-    add_level_option(command, check.log.level, show_lines);
-    add_logging_option(command, check.log);
+    add_log_options(command, check.log);
     command.footer(settings_help);
 }
 
-void add_notify(CLI::App& program, notify_options& notify) {
+void add_notify(CLI::App& program, any_command& chosen) {
     CLI::App& command = *program.add_subcommand("notify", "Write a value into a node");
+    auto& notify = given_to<notify_options>(command, chosen, with_clear_value);
+    notification& content = notify.content;
     add_connection_options(command, notify.connection);
-    command.add_option("--target", notify.content.target, "Node to write into")
-        ->required()
-        ->type_name("NODEID");
-    command.add_option("--type", notify.content.type, "Type of the value")
+    add_option(command, "--target", content.target, "NODEID", "Node to write into")->required();
+    command.add_option("--type", content.type, "Type of the value")
         ->required()
         ->check(CLI::IsMember({"Boolean", "String", "Integer64", "FloatingPoint"}));
-    command
-        .add_option(
-            "--message",
-            notify.content.message,
-            "The value as text: True or False, a number, any text (\"\" is an empty String)"
-        )
-        ->required()
-        ->type_name("TEXT");
-    command.add_option("--timeout", notify.content.timeout, "Longest time; default: 5")
-        ->check(CLI::Range(1, 4'294'967))
-        ->type_name("SECONDS");
+    constexpr const char* message =
+        "The value as text: True or False, a number, any text (\"\" is an empty String)";
+    add_option(command, "--message", content.message, "TEXT", message)->required();
+    add_option(command, "--timeout", content.timeout, "SECONDS", "Longest time; default: 5")
+        ->check(CLI::Range(1, 4'294'967));
     add_format_option(command, notify.format);
-    add_level_option(command, notify.log.level, collect_lines);
+    constexpr const char* level = "Collect log lines up to this level, default all: "
+                                  "error, warning, info, debug, or 0 to 7";
+    add_level_option(command, notify.log.level, level);
     command.footer(std::string{settings_help} + notify_footer);
 }
 
-void add_info(CLI::App& program, info_options& info) {
+void add_info(CLI::App& program, any_command& chosen) {
     CLI::App& command = *program.add_subcommand(
         "info", "Show what the module offers: sensors, checks, settings, lookups"
     );
-    command.add_option("kind", info.kind, "Only this sensor, with its settings")->type_name("KIND");
+    auto& info = given_to<info_options>(command, chosen);
+    add_option(command, "kind", info.kind, "KIND", "Only this sensor, with its settings");
     CLI::Option* const format = add_format_option(command, info.format);
-    command
-        .add_flag_callback(
-            "--json", [&info] { info.format = output_format::json; }, "The same as --format json"
-        )
-        ->excludes(format);
+    const auto json = [&info] { info.format = output_format::json; };
+    command.add_flag_callback("--json", json, "The same as --format json")->excludes(format);
     command.footer(info_footer);
 }
 
-void add_demo(CLI::App& program, demo_options& demo) {
+void add_demo(CLI::App& program, any_command& chosen) {
     CLI::App& command = *program.add_subcommand(
         "demo", "Start the plant simulator and show every sensor, check and notification"
     );
-    command
-        .add_option(
-            "--simulator", demo.simulator, "Path of opcua-simulator; default: beside this program"
-        )
-        ->type_name("PATH");
+    auto& demo = given_to<demo_options>(command, chosen);
+    constexpr const char* simulator = "Path of opcua-simulator; default: beside this program";
+    add_option(command, "--simulator", demo.simulator, "PATH", simulator);
     add_format_option(command, demo.format);
-    add_level_option(command, demo.log.level, show_lines);
-    add_logging_option(command, demo.log);
-}
-
-/// The module takes any text but "True" for false, which nobody means who types "true".
-void check_value(const notify_options& notify) {
-    if (notify.content.type == "Boolean" && notify.content.message != "True" &&
-        notify.content.message != "False") {
-        throw probe_error{
-            exit_code::usage,
-            "--message " + notify.content.message + ": a Boolean is True or False"};
-    }
+    add_log_options(command, demo.log);
 }
 
 /// What stands before or behind any command.
-void add_general_options(CLI::App& program, given_arguments& to) {
+void add_general_options(CLI::App& program, command_line& to) {
+    program.description(description);
+    program.name("opcua-probe");
     program.fallthrough();
     program.require_subcommand(1);
     program.footer(general_footer);
     program.set_version_flag("--version", version);
-    program.add_flag_callback(
-        "-V",
-        [&to] {
-            to.plugin_version = true;
-            throw CLI::CallForVersion{version, CLI::ExitCodes::Success};
-        },
-        "The same with exit code 3, as plugins do"
-    );
-    program
-        .add_option(
-            "--module", to.line.module, "Path of libOPCUA.so; default: ../lib beside this program"
-        )
-        ->type_name("PATH");
-    program
-        .add_option(
-            "--language",
-            to.line.language,
-            "Language of the module's texts: de, en, es, fr, ja, nl, pt, ru, zh, or its name"
-        )
-        ->type_name("LANG")
-        ->capture_default_str();
-}
-
-/// @return what was asked for, of a command line that is well-formed
-[[nodiscard]] any_command chosen_command(const CLI::App& program, given_arguments& given) {
-    constexpr std::uint32_t default_depth = 3;
-    const std::string name = program.get_subcommands().front()->get_name();
-    if (name == "scan") {
-        return complete_scan(program, given);
-    }
-    if (name == "check") {
-        return std::move(given.check);
-    }
-    if (name == "notify") {
-        check_value(given.notify);
-        return std::move(given.notify);
-    }
-    if (name == "info") {
-        return std::move(given.info);
-    }
-    if (name == "browse") {
-        if (!given.browse.depth && given.browse.match.empty()) {
-            given.browse.depth = default_depth;
-        }
-        return std::move(given.browse);
-    }
-    if (name == "endpoints") {
-        return std::move(given.endpoints);
-    }
-    if (name == "serve") {
-        return std::move(given.serve);
-    }
-    return std::move(given.demo);
+    const auto plugin_version = [] {
+        throw CLI::CallForVersion{version, static_cast<int>(exit_code::call_failed)};
+    };
+    program.add_flag_callback("-V", plugin_version, "The same with exit code 3, as plugins do");
+    constexpr const char* module = "Path of libOPCUA.so; default: ../lib beside this program";
+    add_option(program, "--module", to.module, "PATH", module);
+    constexpr const char* language =
+        "Language of the module's texts: de, en, es, fr, ja, nl, pt, ru, zh, or its name";
+    add_option(program, "--language", to.language, "LANG", language)->capture_default_str();
 }
 
 } // namespace
 
-void define_command_line(CLI::App& program, given_arguments& to) {
-    program.description(description);
-    program.name("opcua-probe");
-    add_general_options(program, to);
-    add_scan(program, to);
-    add_check(program, to.check);
-    add_notify(program, to.notify);
-    add_info(program, to.info);
-    add_demo(program, to.demo);
-    add_browse(program, to.browse);
-    add_endpoints(program, to.endpoints);
-    add_serve(program, to.serve);
-}
-
 command_line parse_command_line(int count, const char* const* arguments) {
-    given_arguments given;
+    command_line line;
     CLI::App program;
-    define_command_line(program, given);
+    add_general_options(program, line);
+    // In the order of the help page.
+    add_scan(program, line.command);
+    add_check(program, line.command);
+    add_notify(program, line.command);
+    add_info(program, line.command);
+    add_demo(program, line.command);
+    add_browse(program, line.command);
+    add_endpoints(program, line.command);
+    add_serve(program, line.command);
     try {
         program.parse(count, arguments);
-    } catch (const CLI::ParseError& error) {
+    } catch (const CLI::Success& asked) { // for help or version
         std::ostringstream text;
-        std::ostringstream problem;
-        if (program.exit(error, text, problem) != 0) {
-            throw probe_error{exit_code::usage, error.what()};
-        }
-        given.line.command =
-            shown_text{text.str(), given.plugin_version ? exit_code::call_failed : exit_code::ok};
-        return std::move(given.line);
+        const int code = program.exit(asked, text, text);
+        line.command = shown_text{text.str(), static_cast<exit_code>(code)};
+    } catch (const CLI::ParseError& error) {
+        throw probe_error{exit_code::usage, error.what()};
     }
-    given.line.command = chosen_command(program, given);
-    return std::move(given.line);
+    return line;
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -72,20 +72,21 @@ struct shown_text {
     exit_code code = exit_code::ok;
 };
 
+using any_command = std::variant<
+    shown_text,
+    scan_options,
+    check_options,
+    notify_options,
+    info_options,
+    demo_options,
+    browse_options,
+    endpoints_options,
+    exporter_options>;
+
 struct command_line {
     std::string module;          ///< path; empty: to be found
     std::string language = "en"; ///< of the module's texts; not yet checked
-    std::variant<
-        shown_text,
-        scan_options,
-        check_options,
-        notify_options,
-        info_options,
-        demo_options,
-        browse_options,
-        endpoints_options,
-        exporter_options>
-        command;
+    any_command command;
 };
 
 /// @throws probe_error (usage)

@@ -1,47 +1,51 @@
 #include "probe/commands.hpp"
 
-#include "host/probe_error.hpp"
+#include "host/connection_arguments.hpp"
+#include "host/settings_record.hpp"
+
+#include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-/// Without it values show as numbers and settings go unchecked: a pity, but no reason to stop.
-[[nodiscard]] module_document
-read_document(const monitoring_module& module, const std::string& language, console& terminal) {
-    try {
-        return module_document{module.information(!is_english(language)), language};
-    } catch (const probe_error& error) {
-        if (error.code() == exit_code::usage) {
-            throw;
-        }
-        terminal.line(std::string{"opcua-probe: warning: "} + error.what());
-        return {};
-    }
+/// @param values what is not about the connection
+[[nodiscard]] settings_draft complete(
+    settings values,
+    const connection_arguments& connection,
+    console& terminal,
+    const char* host_key = host_of_sensor
+) {
+    values.merge(
+        connection_settings(connection, terminal.writer(), host_key)
+    );
+    return {std::move(values), read_given(connection)};
 }
 
 } // namespace
 
-exit_code run_alone(const command_context& context, const module_step& step) {
-    loaded_module loaded{context.module, context.language, context.terminal, step.shown_severity};
-    return step.run(context, loaded);
+settings_draft draft_of(const scan_options& options, console& terminal) {
+    settings values;
+    if (options.log.logging) {
+        values.emplace("logging", "enabled");
+    }
+    add_channels(values, options.channels, options.message_node);
+    return complete(std::move(values), options.connection, terminal);
 }
 
-loaded_module::loaded_module(
-    const std::string& chosen_module,
-    const std::string& language,
-    console& terminal,
-    std::int32_t shown_severity
-)
-    : library{find_module(chosen_module)},
-      log{library, terminal, shown_severity},
-      store{
-          library.framework().set_store,
-          state_folder_path(),
-          [this](const std::string& text) {
-              log.add({"probe", severity_debug, text});
-          }},
-      module{library},
-      document{read_document(module, language, terminal)} {}
+settings_draft draft_of(const check_options& options, console& terminal) {
+    // A check tells its reasons in the log only.
+    return complete({{"logging", "enabled"}}, options.connection, terminal);
+}
+
+settings_draft draft_of(const notify_options& options, console& terminal) {
+    settings values;
+    add_notification(values, options.content, options.log.level);
+    return complete(std::move(values), options.connection, terminal, host_of_notification);
+}
+
+std::int32_t shown_severity(const scan_options& options) {
+    return options.log.level.value_or(options.log.logging ? severity_debug : severity_warning);
+}
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,56 +1,46 @@
 #pragma once
-// The commands of the program, and the loaded module that they work with. Each command returns how
-// the program ends; all throw probe_error.
+// The commands of the program. Those that run return how the program ends; all throw probe_error.
 
-#include "host/kept_state.hpp"
-#include "host/module_document.hpp"
-#include "host/monitoring_module.hpp"
+#include "host/settings_form.hpp"
 #include "probe/command_line.hpp"
-#include "probe/log_collector.hpp"
+#include "probe/loaded_module.hpp"
 #include "terminal/command_context.hpp"
 
 #include <cstdint>
-#include <functional>
-#include <list>
-#include <string>
 
 namespace tarvik::monitoring_modules::probe {
 
-/// A loaded, logging and initialised module with its sensors; taken down in the opposite order.
-struct loaded_module {
-    /// Warns when the module gives no usable document, and works on without one.
-    /// @param language of the document, as on the command line
-    /// @throws probe_error when the module cannot be loaded, and (usage) for an unknown language
-    /// @see find_module, log_collector
-    loaded_module(
-        const std::string& chosen_module,
-        const std::string& language,
-        console& terminal,
-        std::int32_t shown_severity
-    );
+// Settings as the options say them, with the secrets from their files.
+[[nodiscard]] settings_draft draft_of(const scan_options& options, console& terminal);
+[[nodiscard]] settings_draft draft_of(const check_options& options, console& terminal);
+[[nodiscard]] settings_draft draft_of(const notify_options& options, console& terminal);
 
-    module_library library;
-    log_collector log;
-    kept_state store;
-    monitoring_module module;
-    module_document document;
-    std::list<sensor_owner> sensors; ///< numbered from 1; while they live, they share connections
-};
+// Up to which severity log lines go to the terminal at once; -1: none, they show their log later.
+[[nodiscard]] std::int32_t shown_severity(const scan_options& options);
+[[nodiscard]] constexpr std::int32_t shown_severity(const check_options&) {
+    return -1;
+}
+[[nodiscard]] constexpr std::int32_t shown_severity(const notify_options&) {
+    return -1;
+}
 
-/// A command that works with the module, ready to run: what it needs from files has been read.
-struct module_step {
-    std::int32_t shown_severity = -1; ///< log lines up to it go to the terminal at once; -1: none
-    std::function<exit_code(const command_context&, loaded_module&)> run;
-};
+[[nodiscard]] exit_code
+run(const command_context&, loaded_module&, const scan_options&, const settings_draft&);
+[[nodiscard]] exit_code
+run(const command_context&, loaded_module&, const check_options&, const settings_draft&);
+[[nodiscard]] exit_code
+run(const command_context&, loaded_module&, const notify_options&, const settings_draft&);
 
-[[nodiscard]] module_step prepare(const scan_options& options, console& terminal);
-[[nodiscard]] module_step prepare(const check_options& options, console& terminal);
-[[nodiscard]] module_step prepare(const notify_options& options, console& terminal);
-[[nodiscard]] module_step prepare(const info_options& options, console& terminal);
+/// Scans, checks or notifies: reads what that needs from files, then loads the module for it alone.
+template <typename Options>
+[[nodiscard]] exit_code run(const command_context& context, const Options& options) {
+    const settings_draft draft = draft_of(options, context.terminal);
+    loaded_module loaded{
+        context.module, context.language, context.terminal, shown_severity(options)};
+    return run(context, loaded, options, draft);
+}
 
-/// Loads the module for this step alone.
-[[nodiscard]] exit_code run_alone(const command_context& context, const module_step& step);
-
-[[nodiscard]] exit_code run_demo(const command_context& context, const demo_options& options);
+[[nodiscard]] exit_code run(const command_context& context, const info_options& options);
+[[nodiscard]] exit_code run(const command_context& context, const demo_options& options);
 
 } // namespace tarvik::monitoring_modules::probe

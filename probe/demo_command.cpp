@@ -4,8 +4,8 @@
 #include "probe/commands.hpp"
 #include "terminal/console.hpp"
 #include "terminal/table.hpp"
+#include "text/number.hpp"
 
-#include <charconv>
 #include <optional>
 #include <utility>
 
@@ -19,14 +19,6 @@ struct demo_step {
 };
 
 constexpr const char* written_node = "ns=2;s=Write.String";
-
-/// @param with the node whose text is the sensor's message
-[[nodiscard]] scan_options
-with_channels(scan_options scan, std::vector<channel_argument> channels, std::string with) {
-    scan.channels = std::move(channels);
-    scan.message_node = std::move(with);
-    return scan;
-}
 
 [[nodiscard]] std::vector<channel_argument> plant_channels() {
     return {
@@ -50,10 +42,15 @@ with_channels(scan_options scan, std::vector<channel_argument> channels, std::st
     const auto check = [&](const char* kind) {
         return check_options{kind, plant, options.format, options.log};
     };
-    const auto scan = [&](const char* kind, std::uint32_t count) {
+    const auto scan = [&](const char* kind,
+                          std::uint32_t count,
+                          std::vector<channel_argument> channels = {},
+                          const char* message_node = "") {
         scan_options made;
         made.kind = kind;
         made.connection = plant;
+        made.channels = std::move(channels);
+        made.message_node = message_node;
         made.count = count;
         made.format = options.format;
         made.log = options.log;
@@ -70,7 +67,7 @@ with_channels(scan_options scan, std::vector<channel_argument> channels, std::st
         {"endpoint_validation_check: does the server offer the wanted security?",
          check("endpoint_validation_check")},
         {"custom_sensor: values of the plant",
-         with_channels(scan("custom_sensor", 3), plant_channels(), "ns=2;s=Text.Status")},
+         scan("custom_sensor", 3, plant_channels(), "ns=2;s=Text.Status")},
         {"certificate_sensor: the certificate of the server", scan("certificate_sensor", 1)},
         {"server_status_sensor: the server itself, with counters whose growth is shown",
          scan("server_status_sensor", 2)},
@@ -78,9 +75,7 @@ with_channels(scan_options scan, std::vector<channel_argument> channels, std::st
          scan("beckhoff_ipc_system_status_sensor", 1)},
         {"opcua_notification: a text is written into a node", write("Boiler cleaned")},
         {"custom_sensor: the node has the text, it is the message now",
-         with_channels(
-             scan("custom_sensor", 1), {{"", "ns=2;s=Tank.Level", "%", ""}}, written_node
-         )},
+         scan("custom_sensor", 1, {{"", "ns=2;s=Tank.Level", "%", ""}}, written_node)},
     };
 }
 
@@ -92,11 +87,10 @@ constexpr std::chrono::seconds start_limit{15};
     if (!line.starts_with(before)) {
         return std::nullopt;
     }
-    std::uint16_t port = 0;
-    const char* const end_of_line = line.data() + line.size();
-    const auto [end, error] = std::from_chars(line.data() + before.size(), end_of_line, port);
-    const bool complete = end == end_of_line || *end == '/';
-    return error == std::errc{} && complete && port != 0 ? std::optional{port} : std::nullopt;
+    const std::string digits =
+        line.substr(before.size(), line.find('/', before.size()) - before.size());
+    const auto port = parse_number<std::uint16_t>(digits);
+    return port == 0 ? std::nullopt : port;
 }
 
 /// @return nothing when interrupted
@@ -104,15 +98,12 @@ constexpr std::chrono::seconds start_limit{15};
 [[nodiscard]] std::optional<std::uint16_t> wait_for_port(
     const command_context& context, child_process& simulator, const std::filesystem::path& program
 ) {
-    std::optional<std::string> line;
-    {
-        const wait_notice notice{context.terminal, "waiting for the simulator"};
-        line = simulator.first_line(start_limit, context.interrupt);
-    }
+    const wait_notice notice{context.terminal, "waiting for the simulator"};
+    const auto line = simulator.first_line(start_limit, context.interrupt);
     if (context.interrupt.requested()) {
         return std::nullopt;
     }
-    const std::optional<std::uint16_t> port = line ? port_of(*line) : std::nullopt;
+    const auto port = line ? port_of(*line) : std::nullopt;
     if (!port) {
         throw probe_error{
             exit_code::not_loaded,
@@ -134,20 +125,20 @@ run_steps(const command_context& context, const std::vector<demo_step>& steps, b
                 "\n" + painted(heading, colour::bold, context.out.colours()) + "\n\n"
             );
         }
-        const module_step step = std::visit(
-            [&context](const auto& command) { return prepare(command, context.terminal); },
-            steps[i].command
-        );
-        loaded.log.show(step.shown_severity);
-        static_cast<void>(loaded.log.take()); // each step shows its own
-        worst = worse(worst, step.run(context, loaded));
+        const auto run_step = [&](const auto& options) {
+            const settings_draft draft = draft_of(options, context.terminal);
+            loaded.log.show(shown_severity(options));
+            static_cast<void>(loaded.log.take()); // each step shows its own
+            return run(context, loaded, options, draft);
+        };
+        worst = worse(worst, std::visit(run_step, steps[i].command));
     }
     return worst;
 }
 
 } // namespace
 
-exit_code run_demo(const command_context& context, const demo_options& options) {
+exit_code run(const command_context& context, const demo_options& options) {
     const std::filesystem::path program = options.simulator.empty()
                                               ? program_directory() / "opcua-simulator"
                                               : std::filesystem::absolute(options.simulator);

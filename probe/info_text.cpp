@@ -1,7 +1,10 @@
 #include "probe/info_text.hpp"
 
-#include "probe/scan_table.hpp"
+#include "host/document_json.hpp"
+#include "probe/commands.hpp"
+#include "probe/scan_command.hpp"
 #include "terminal/table.hpp"
+#include "text/nearest_names.hpp"
 #include "text/terminal_text.hpp"
 #include "text/words.hpp"
 
@@ -104,7 +107,7 @@ sensor_text(const sensor_description& sensor, std::size_t indent, const page& on
                 {{fit(lookup.name, name_columns)},
                  {std::to_string(value)},
                  {fit(meaning.text, name_columns)},
-                 meaning.state == channel_state::none ? cell{"none"} : state_cell(meaning.state)}
+                 {std::string{name_of(meaning.state)}, paint_of(meaning.state)}}
             );
         }
     }
@@ -112,7 +115,6 @@ sensor_text(const sensor_description& sensor, std::size_t indent, const page& on
 }
 
 constexpr std::string_view digits = "0123456789";
-constexpr const char* placeholder = "N";
 
 /// @return the first number in the text, empty without one
 [[nodiscard]] std::string number_in(const std::string& text) {
@@ -122,23 +124,22 @@ constexpr const char* placeholder = "N";
 }
 
 /// @return the text with "N" wherever the number stands by itself
-[[nodiscard]] std::string generalised(const std::string& text, const std::string& number) {
-    std::string result;
-    for (std::size_t i = 0; i < text.size();) {
-        const std::string found = number_in(text.substr(i));
-        const std::size_t start = found.empty() ? text.size() : text.find_first_of(digits, i);
-        result += text.substr(i, start - i);
-        result += found == number ? placeholder : found;
-        i = start + found.size();
+[[nodiscard]] std::string generalised(std::string text, const std::string& number) {
+    for (std::size_t at = text.find_first_of(digits); at < text.size();
+         at = text.find_first_of(digits, at)) {
+        const std::string found = number_in(text.substr(at));
+        const std::string general = found == number ? "N" : found;
+        text.replace(at, found.size(), general);
+        at += general.size();
     }
-    return result;
+    return text;
 }
 
-/// Settings that are alike so far, and what they have in common.
+/// Settings that are alike so far.
 struct family {
+    const module_setting* first;
+    module_setting common; ///< what all of them have in common
     std::vector<std::string> numbers;
-    std::vector<const module_setting*> members;
-    module_setting common;
 };
 
 constexpr auto texts = {
@@ -149,45 +150,43 @@ constexpr auto texts = {
     &module_setting::preset,
     &module_setting::depends_on};
 
-/// @return the text of both, or with "N" in it; nothing when they differ otherwise
-[[nodiscard]] std::optional<std::string> common_text(
-    std::string module_setting::*text,
-    const std::pair<const module_setting&, const std::string&>& left,
-    const std::pair<const module_setting&, const std::string&>& right
-) {
-    if (left.first.*text == right.first.*text) {
-        return left.first.*text;
-    }
-    std::string general = generalised(left.first.*text, left.second);
-    return general == generalised(right.first.*text, right.second)
-               ? std::optional{std::move(general)}
-               : std::nullopt;
-}
-
 /// @return whether the setting is alike and has been taken in
 [[nodiscard]] bool take_in(family& to, const module_setting& setting, const std::string& number) {
-    const module_setting& first = *to.members.front();
+    const module_setting& first = *to.first;
     if (number.empty() || to.numbers.front().empty() || first.values != setting.values ||
         first.required != setting.required || first.condition != setting.condition) {
         return false;
     }
     module_setting common = first;
     for (std::string module_setting::*text : texts) {
-        auto shared = common_text(text, {first, to.numbers.front()}, {setting, number});
+        if (first.*text != setting.*text) {
+            common.*text = generalised(first.*text, to.numbers.front());
+            if (common.*text != generalised(setting.*text, number)) {
+                return false;
+            }
+        }
         // What is common to all so far has to stay so.
-        if (!shared || (to.members.size() > 1 && *shared != to.common.*text)) {
+        if (to.numbers.size() > 1 && common.*text != to.common.*text) {
             return false;
         }
-        common.*text = std::move(*shared);
     }
     to.common = std::move(common);
-    to.members.push_back(&setting);
     to.numbers.push_back(number);
     return true;
 }
 
-[[nodiscard]] std::string range_text(const std::vector<std::string>& numbers) {
-    return numbers.front() + (numbers.size() == 2 ? " and " : " to ") + numbers.back();
+[[nodiscard]] const sensor_description&
+find_sensor(const module_document& document, const std::string& kind) {
+    if (const sensor_description* sensor = document.find_sensor(kind)) {
+        return *sensor;
+    }
+    std::vector<std::string> kinds;
+    for (const sensor_description& sensor : document.sensors()) {
+        kinds.push_back(sensor.kind);
+    }
+    throw probe_error{
+        exit_code::usage,
+        "info " + kind + ": there is no such sensor" + did_you_mean(nearest_names(kind, kinds))};
 }
 
 } // namespace
@@ -230,15 +229,34 @@ std::vector<numbered_setting> with_numbers_joined(const std::vector<module_setti
             return take_in(each, setting, number);
         });
         if (!taken) {
-            families.push_back({{number}, {&setting}, setting});
+            families.push_back({&setting, setting, {number}});
         }
     }
     std::vector<numbered_setting> shown;
-    for (family& each : families) {
-        const bool several = each.members.size() > 1;
-        shown.push_back({std::move(each.common), several ? range_text(each.numbers) : ""});
+    for (const auto& [first, common, numbers] : families) {
+        const std::string between = numbers.size() == 2 ? " and " : " to ";
+        const bool several = numbers.size() > 1;
+        shown.push_back({common, several ? numbers.front() + between + numbers.back() : ""});
     }
     return shown;
+}
+
+exit_code run(const command_context& context, const info_options& options) {
+    const loaded_module loaded{
+        context.module, context.language, context.terminal, severity_warning};
+    const std::string message = loaded.module.information(true);
+    const module_document document{message, context.language};
+    const sensor_description* const sensor =
+        options.kind.empty() ? nullptr : &find_sensor(document, options.kind);
+    if (options.format == output_format::json) {
+        context.out.write(document_json(message, context.language, sensor));
+        return exit_code::ok;
+    }
+    const page on{context.out.columns(), context.out.colours()};
+    context.out.write(
+        sensor == nullptr ? info_text(document, on) : info_text(document, *sensor, on)
+    );
+    return exit_code::ok;
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,5 +1,6 @@
 #pragma once
-// What the module offers as running text, with settings that differ in a number only shown once.
+// What the module offers as running text, which the command info shows. Settings that differ in a
+// number only are shown once.
 
 #include "host/module_document.hpp"
 #include "terminal/paragraph.hpp"

@@ -11,28 +11,14 @@ namespace {
 
 using namespace tarvik::monitoring_modules::probe;
 
-struct command_runner {
-    const command_context& context;
+[[nodiscard]] exit_code run(const command_context& context, const shown_text& shown) {
+    context.out.write(shown.text);
+    return shown.code;
+}
 
-    exit_code operator()(const shown_text& shown) const {
-        context.out.write(shown.text);
-        return shown.code;
-    }
-    exit_code operator()(const demo_options& options) const { return run_demo(context, options); }
-    exit_code operator()(const browse_options& options) const {
-        return run_browse(context, options);
-    }
-    exit_code operator()(const endpoints_options& options) const {
-        return run_endpoints(context, options);
-    }
-    exit_code operator()(const exporter_options& options) const {
-        return run_exporter(context.module, options, context.terminal, context.interrupt);
-    }
-    template <typename Options>
-    exit_code operator()(const Options& options) const {
-        return run_alone(context, prepare(options, context.terminal));
-    }
-};
+[[nodiscard]] exit_code run(const command_context& context, const exporter_options& options) {
+    return run_exporter(context.module, options, context.terminal, context.interrupt);
+}
 
 [[nodiscard]] exit_code report(console& terminal, exit_code code, const std::exception& error) {
     terminal.line(std::string{"opcua-probe: "} + error.what());
@@ -43,12 +29,14 @@ struct command_runner {
 }
 
 [[nodiscard]] exit_code
-run(console& terminal, interruption& interrupt, int count, const char* const* arguments) {
+run_command(console& terminal, interruption& interrupt, int count, const char* const* arguments) {
     try {
         const command_line line = parse_command_line(count, arguments);
         const output out;
         const command_context context{terminal, interrupt, out, line.module, line.language};
-        return std::visit(command_runner{context}, line.command);
+        return std::visit(
+            [&context](const auto& options) { return run(context, options); }, line.command
+        );
     } catch (const probe_error& error) {
         return report(terminal, error.code(), error);
     } catch (const std::exception& error) {
@@ -65,7 +53,7 @@ int main(int count, char** arguments) {
     console terminal;
     try {
         interruption interrupt{terminal};
-        const exit_code code = run(terminal, interrupt, count, arguments);
+        const exit_code code = run_command(terminal, interrupt, count, arguments);
         return interrupt.requested() ? 128 + interrupt.signal() : static_cast<int>(code);
     } catch (const std::exception& error) {
         return static_cast<int>(report(terminal, exit_code::not_loaded, error));

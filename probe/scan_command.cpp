@@ -1,8 +1,9 @@
-#include "host/channel_memory.hpp"
+#include "probe/scan_command.hpp"
+
 #include "host/message_json.hpp"
 #include "probe/commands.hpp"
-#include "probe/scan_table.hpp"
 #include "probe/sensor_run.hpp"
+#include "text/terminal_text.hpp"
 
 #include <chrono>
 
@@ -12,83 +13,121 @@ namespace {
 
 using clock = std::chrono::steady_clock;
 
-[[nodiscard]] exit_code code_of(scan_state state) {
-    switch (state) {
-    case scan_state::ok:
-        return exit_code::ok;
-    case scan_state::warning:
-        return exit_code::warning;
-    case scan_state::error:
-        break;
-    }
-    return exit_code::error;
-}
+// Columns that texts from outside may take.
+constexpr std::size_t title_columns = 120;
+constexpr std::size_t message_columns = 400;
+constexpr std::size_t channel_columns = 40;
+constexpr std::size_t value_columns = 32;
+constexpr std::size_t unit_columns = 16;
 
-/// Shows the results of one sensor, one after the other.
-class scan_display final {
-  public:
-    scan_display(
-        const command_context& context, const scan_options& options, const module_document& document
-    )
-        : context_{context},
-          options_{options},
-          document_{document} {}
-
-    /// @return the worst state that was shown
-    exit_code show(const sensor_answer& answer) {
-        exit_code worst = exit_code::ok;
-        for (const scan_result& result : answer.results) {
-            show(result);
-            worst = worse(worst, code_of(result.state));
-        }
-        return worst;
-    }
-
-  private:
-    void show(const scan_result& result) {
-        ++scan_;
-        const std::vector<channel_view> channels = memory_.take(result, clock::now());
-        if (options_.format == output_format::json) {
-            context_.out.write(scan_json(result, channels, scan_));
-            return;
-        }
-        context_.out.write(
-            (scan_ > 1 ? "\n" : "") + render_scan(title(), result, channels, context_.out.colours())
-        );
-    }
-
-    [[nodiscard]] std::string title() const {
-        std::string text =
-            document_.sensor_name(options_.kind) + " at " + address_of(options_.connection);
-        if (options_.count != 1U) {
-            text += ", scan " + std::to_string(scan_);
-        }
-        if (options_.count > 1U) {
-            text += " of " + std::to_string(*options_.count);
-        }
-        return text;
-    }
-
-    const command_context& context_;
-    const scan_options& options_;
-    const module_document& document_;
-    channel_memory memory_{document_};
-    std::size_t scan_ = 0;
+/// What becomes of a state.
+struct outcome {
+    const char* word;
+    colour paint;
+    exit_code code;
 };
 
-[[nodiscard]] exit_code scan_repeatedly(
-    const command_context& context,
-    const scan_options& options,
-    sensor_run& sensor,
-    scan_display& display
+[[nodiscard]] outcome outcome_of(scan_state state) {
+    constexpr std::array outcomes{
+        outcome{"OK", colour::green, exit_code::ok},
+        outcome{"WARNING", colour::yellow, exit_code::warning},
+        outcome{"ERROR", colour::red, exit_code::error}};
+    return outcomes.at(static_cast<std::size_t>(state));
+}
+
+[[nodiscard]] std::string status_line(const scan_result& result, bool colours) {
+    const outcome shown = outcome_of(result.state);
+    std::string line = painted(shown.word, shown.paint, colours);
+    if (!result.text.empty() && result.text != "OK") {
+        line += ": " + fit(result.text, message_columns);
+    }
+    if (result.error_code != 0) {
+        line += " (error code " + std::to_string(result.error_code) + ")";
+    }
+    return line;
+}
+
+/// @param scan counts from 1
+[[nodiscard]] std::string
+title(const scan_options& options, const module_document& document, std::size_t scan) {
+    std::string text = document.sensor_name(options.kind) + " at " + address_of(options.connection);
+    if (options.count != 1U) {
+        text += ", scan " + std::to_string(scan);
+    }
+    if (options.count > 1U) {
+        text += " of " + std::to_string(*options.count);
+    }
+    return text;
+}
+
+} // namespace
+
+std::string render_scan(
+    std::string_view title,
+    const scan_result& result,
+    const std::vector<channel_view>& channels,
+    bool colours
 ) {
+    table lines{
+        {{"id", alignment::right},
+         {"channel", alignment::left},
+         {"value", alignment::right},
+         {"", alignment::left, 1},
+         {"state", alignment::left},
+         {"raw", alignment::right}}};
+    for (const channel_view& channel : channels) {
+        const bool stateless = channel.state == channel_state::none;
+        lines.add_row(
+            {{std::to_string(channel.id), colour::dim},
+             {fit(channel.name, channel_columns)},
+             {fit(channel.value.number, value_columns), colour::bold},
+             {fit(channel.value.unit, unit_columns)},
+             {stateless ? "" : std::string{name_of(channel.state)}, paint_of(channel.state)},
+             {channel.raw_is_shown ? "" : format_number(channel.raw), colour::dim}}
+        );
+    }
+    return painted(fit(title, title_columns), colour::bold, colours) + "\n" +
+           status_line(result, colours) + "\n" + lines.render(colours);
+}
+
+exit_code
+run(const command_context& context,
+    loaded_module& loaded,
+    const scan_options& options,
+    const settings_draft& draft) {
+    channel_memory memory{loaded.document};
+    std::size_t shown = 0;
     exit_code worst = exit_code::ok;
+    const auto show = [&](const std::vector<scan_result>& results) {
+        for (const scan_result& result : results) {
+            const auto channels = memory.take(result, clock::now());
+            ++shown;
+            context.out.write(
+                options.format == output_format::json
+                    ? scan_json(result, channels, shown)
+                    : (shown > 1 ? "\n" : "") + render_scan(
+                                                    title(options, loaded.document, shown),
+                                                    result,
+                                                    channels,
+                                                    context.out.colours()
+                                                )
+            );
+            worst = worse(worst, outcome_of(result.state).code);
+        }
+    };
+    sensor_run sensor{context.terminal, loaded, options, draft};
+    sensor.prepare();
+    const std::vector<scan_result> created = sensor.create();
+    if (!sensor.created()) {
+        show(created);
+        return worst;
+    }
     const auto interval = std::chrono::duration_cast<clock::duration>(std::chrono::duration<double>{
         options.interval});
     for (std::uint32_t done = 0; !context.interrupt.requested();) {
         const clock::time_point start = clock::now();
-        const sensor_answer answer = sensor.scan();
-        worst = worse(worst, display.show(answer));
+        const sensor_run::answer answer = sensor.scan();
+        show(answer.results);
         sensor_run::require_result(answer);
         ++done;
         if (done == options.count || context.interrupt.wait_until(start + interval)) {
@@ -96,31 +135,6 @@ class scan_display final {
         }
     }
     return worst;
-}
-
-[[nodiscard]] exit_code
-run(const command_context& context,
-    loaded_module& loaded,
-    const scan_options& options,
-    const settings_draft& draft) {
-    sensor_run sensor{context.terminal, loaded, options, draft};
-    scan_display display{context, options, loaded.document};
-    sensor.prepare();
-    const sensor_answer created = sensor.create();
-    if (sensor.is_created(created)) {
-        return scan_repeatedly(context, options, sensor, display);
-    }
-    return display.show(created);
-}
-
-} // namespace
-
-module_step prepare(const scan_options& options, console& terminal) {
-    return {
-        shown_severity(options.log),
-        [options, draft = sensor_draft(options, terminal)](
-            const command_context& context, loaded_module& loaded
-        ) { return run(context, loaded, options, draft); }};
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -2,25 +2,8 @@
 
 #include "host/connection_arguments.hpp"
 #include "host/settings_record.hpp"
-#include "probe/commands.hpp"
-#include "terminal/console.hpp"
-
-#include <utility>
 
 namespace tarvik::monitoring_modules::probe {
-
-settings_draft sensor_draft(const scan_options& options, console& terminal) {
-    settings values = connection_settings(options.connection, terminal.writer());
-    if (options.log.logging) {
-        values.emplace("logging", "enabled");
-    }
-    add_channels(values, options.channels, options.message_node);
-    return {std::move(values), read_given(options.connection)};
-}
-
-std::int32_t shown_severity(const log_arguments& log) {
-    return log.level.value_or(log.logging ? severity_debug : severity_warning);
-}
 
 sensor_run::sensor_run(
     console& terminal,
@@ -46,45 +29,39 @@ void sensor_run::prepare() const {
     }
 }
 
-sensor_answer sensor_run::create() {
-    call_result created;
-    {
-        const wait_notice notice{terminal_, waiting_for(options_.connection)};
-        created = loaded_.module.create_sensor(id_, record_);
-    }
-    if (created.status == OPCUA_MODULE_DONE) {
+std::vector<scan_result> sensor_run::create() {
+    const wait_notice notice{terminal_, waiting_for(options_.connection)};
+    const call_result call = loaded_.module.create_sensor(id_, record_);
+    if (call.status == OPCUA_MODULE_DONE) {
         sensor_ = &loaded_.sensors.emplace_back(loaded_.module, id_);
     }
-    return read(created);
-}
-
-bool sensor_run::is_created(const sensor_answer& answer) const {
-    const bool explained = answer.status == OPCUA_MODULE_FAILED && !answer.results.empty();
-    if (answer.status != OPCUA_MODULE_DONE && !explained) {
+    std::vector<scan_result> results = results_in(call);
+    if (!created() && (call.status != OPCUA_MODULE_FAILED || results.empty())) {
         throw probe_error{
             exit_code::call_failed,
-            "The module " + status_text(answer.status) + " the sensor \"" + options_.kind + "\""};
+            "The module " + status_text(call.status) + " the sensor \"" + options_.kind + "\""};
     }
-    return !explained;
+    return results;
 }
 
-sensor_answer sensor_run::scan() {
+sensor_run::answer sensor_run::scan() {
     const wait_notice notice{terminal_, waiting_for(options_.connection)};
-    return read(sensor_->scan());
+    const call_result call = sensor_->scan();
+    return {call.status, results_in(call)};
 }
 
-void sensor_run::require_result(const sensor_answer& answer) {
-    if (answer.status != OPCUA_MODULE_DONE) {
+void sensor_run::require_result(const answer& delivered) {
+    const bool done = delivered.status == OPCUA_MODULE_DONE;
+    if (!done || delivered.results.empty()) {
         throw probe_error{
-            exit_code::call_failed, "The module " + status_text(answer.status) + " the scan"};
-    }
-    if (answer.results.empty()) {
-        throw probe_error{exit_code::call_failed, "The module delivered no result of the scan"};
+            exit_code::call_failed,
+            done ? "The module delivered no result of the scan"
+                 : "The module " + status_text(delivered.status) + " the scan"};
     }
 }
 
-sensor_answer sensor_run::read(const call_result& call) const {
-    return {call.status, messages_about<scan_result>(id_, call.messages, loaded_.document.texts())};
+std::vector<scan_result> sensor_run::results_in(const call_result& call) const {
+    return messages_about<scan_result>(id_, call.messages, loaded_.document.texts());
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -2,29 +2,13 @@
 // One sensor from its settings to its results.
 
 #include "host/message.hpp"
-#include "host/settings_form.hpp"
-#include "probe/command_line.hpp"
 #include "probe/commands.hpp"
-#include "terminal/console.hpp"
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
-
-/// What one call delivered for the sensor.
-struct sensor_answer {
-    std::uint32_t status = OPCUA_MODULE_DONE;
-    std::vector<scan_result> results;
-};
-
-/// Settings as the options say them; reads the files of secrets.
-/// @throws probe_error (usage)
-[[nodiscard]] settings_draft sensor_draft(const scan_options& options, console& terminal);
-
-/// @return up to which severity log lines are shown: as asked for, else warnings
-[[nodiscard]] std::int32_t shown_severity(const log_arguments& log);
 
 class sensor_run final {
   public:
@@ -42,19 +26,23 @@ class sensor_run final {
     /// a client that needs none of it. Optional: creating the sensor does it otherwise.
     void prepare() const;
 
-    /// Creates the sensor, which may connect and then tell in a result what is wrong.
-    [[nodiscard]] sensor_answer create();
-    /// @return whether there is a sensor to be scanned
-    /// @throws probe_error (call_failed) when there is none and no result tells why
-    [[nodiscard]] bool is_created(const sensor_answer& answer) const;
+    /// Creates the sensor, which may connect.
+    /// @return results; when there is no sensor, they tell why
+    /// @throws probe_error (call_failed) when there is no sensor and no result tells why
+    [[nodiscard]] std::vector<scan_result> create();
+    [[nodiscard]] bool created() const noexcept { return sensor_ != nullptr; }
 
+    struct answer {
+        std::uint32_t status; ///< of the call
+        std::vector<scan_result> results;
+    };
     /// To be called when created.
-    [[nodiscard]] sensor_answer scan();
-    /// @throws probe_error (call_failed) unless it was done and delivered a result
-    static void require_result(const sensor_answer& answer);
+    [[nodiscard]] answer scan();
+    /// @throws probe_error (call_failed) unless the scan was done and delivered a result
+    static void require_result(const answer& delivered);
 
   private:
-    [[nodiscard]] sensor_answer read(const call_result& call) const;
+    [[nodiscard]] std::vector<scan_result> results_in(const call_result& call) const;
 
     console& terminal_;
     loaded_module& loaded_;

@@ -3,7 +3,8 @@
 #include "probe/commands.hpp"
 #include "probe/plugin/plugin_output.hpp"
 #include "probe/plugin/plugin_range.hpp"
-#include "probe/plugin/plugin_scan.hpp"
+#include "probe/plugin/plugin_result.hpp"
+#include "probe/sensor_run.hpp"
 #include "text/number.hpp"
 
 #include <signal.h>
@@ -13,6 +14,8 @@
 #include <chrono>
 #include <exception>
 #include <future>
+#include <iterator>
+#include <mutex>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -26,90 +29,188 @@ using clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds signal_interval{50}; // how soon a signal is seen
 constexpr std::chrono::seconds time_to_close{1};         // for the sessions
 
+/// How the plugin ends.
+struct plugin_report {
+    plugin_state state;
+    std::string text; ///< for standard output
+};
+
 [[nodiscard]] plugin_report unknown(const std::string& text) {
     return {plugin_state::unknown, render_unknown(text)};
 }
 
-/// What the thread that works promises to the one that watches.
-struct promised_report {
-    std::promise<plugin_report> report;
-    std::promise<void> end;
+/// What is being done, to tell where it got stuck. Thread-safe.
+class plugin_progress final {
+  public:
+    void enter(std::string what) {
+        const std::lock_guard lock{mutex_};
+        what_ = std::move(what);
+    }
+    /// @return "connecting to plc-7:4840"
+    [[nodiscard]] std::string text() {
+        const std::lock_guard lock{mutex_};
+        return what_;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::string what_ = "reading the settings"; // guarded by mutex_
 };
 
-void work_for(promised_report& promised, const plugin_work& work) noexcept {
-    bool delivered = false;
-    const auto deliver = [&](const plugin_report& report) { // the first report counts
-        if (!std::exchange(delivered, true)) {
-            promised.report.set_value(report);
-        }
-    };
-    try {
-        scan_for_plugin(work, deliver);
-    } catch (const std::exception& error) {
-        deliver(unknown(error.what()));
+/// What the thread that works shares with the one that watches it.
+struct plugin_call {
+    const command_line& line;
+    const scan_options& options; ///< of the line
+    console terminal{};
+    interruption interrupt{terminal};
+    plugin_progress progress{};
+    std::promise<plugin_report> report{}; ///< kept as soon as it is known
+    std::promise<void> end{};             ///< kept when the module is taken down
+};
+
+[[nodiscard]] std::int32_t severity_for(const scan_options& options) {
+    if (options.log.level || options.log.logging) {
+        return shown_severity(options);
     }
-    promised.end.set_value();
+    const int verbosity = options.plugin.verbosity;
+    return verbosity < 2 ? -1 : verbosity == 2 ? severity_info : severity_debug;
 }
 
-[[nodiscard]] plugin_report wait_for_report(
-    std::future<plugin_report>& report, const plugin_work& work, clock::time_point deadline
+[[nodiscard]] plugin_demands demands_of(const plugin_options& options) {
+    std::vector<channel_range> ranges = parse_channel_ranges("--warning", options.warning);
+    std::ranges::move(
+        parse_channel_ranges("--critical", options.critical), std::back_inserter(ranges)
+    );
+    return {
+        std::move(ranges),
+        options.unreachable == "unknown" ? plugin_state::unknown : plugin_state::critical};
+}
+
+[[nodiscard]] std::vector<judged_channel>
+measured(channel_memory& memory, const scan_result& result) {
+    std::vector<judged_channel> channels;
+    for (channel_view& view : memory.take(result, clock::now())) {
+        const auto known = memory.definitions().find(view.id);
+        channels.push_back(
+            {std::move(view),
+             known == memory.definitions().end() ? channel_definition{} : known->second}
+        );
+    }
+    return channels;
+}
+
+[[nodiscard]] scan_result scan_once(sensor_run& sensor) {
+    sensor_run::answer answer = sensor.scan();
+    sensor_run::require_result(answer);
+    return std::move(answer.results.back());
+}
+
+/// Scans the sensor once, or twice to learn how fast its counters grow.
+[[nodiscard]] plugin_result scan(
+    plugin_call& call,
+    const plugin_demands& demands,
+    const module_document& document,
+    sensor_run& sensor
 ) {
+    const std::string address = address_of(call.options.connection);
+    channel_memory memory{document};
+    call.progress.enter("generating the client's key pair");
+    sensor.prepare();
+    call.progress.enter("connecting to " + address);
+    const std::vector<scan_result> created = sensor.create();
+    if (!sensor.created()) {
+        const scan_result& failed = created.back();
+        return judge(failed, measured(memory, failed), demands, document);
+    }
+    scan_result result = scan_once(sensor);
+    std::vector<judged_channel> channels = measured(memory, result);
+    if (result.state != scan_state::error && needs_growth(channels, demands)) {
+        call.progress.enter("waiting for the second scan of " + address);
+        const auto interval = std::chrono::duration<double>{call.options.interval};
+        static_cast<void>(call.interrupt.wait_until(
+            clock::now() + std::chrono::duration_cast<clock::duration>(interval)
+        ));
+        call.progress.enter("reading from " + address);
+        result = scan_once(sensor);
+        channels = measured(memory, result);
+    }
+    return judge(result, std::move(channels), demands, document);
+}
+
+void load_and_scan(plugin_call& call) {
+    const scan_options& options = call.options;
+    const std::string address = address_of(options.connection);
+    const plugin_demands demands = demands_of(options.plugin);
+    const settings_draft draft = draft_of(options, call.terminal);
+    call.progress.enter("loading the module");
+    loaded_module loaded{
+        call.line.module, call.line.language, call.terminal, severity_for(options)};
+    // The module connects within the calls that create or scan a sensor.
+    loaded.log.on_event([&](const module_event& event) {
+        if (event.kind == ZUNO_EVENT_SESSION_OPENED) {
+            call.progress.enter("reading from " + address);
+        }
+    });
+    sensor_run sensor{call.terminal, loaded, options, draft};
+    const plugin_result result = scan(call, demands, loaded.document, sensor);
+    call.report.set_value({result.state, render_plugin(result, address, options.plugin.verbosity)});
+}
+
+void work(plugin_call& call) noexcept {
+    try {
+        load_and_scan(call);
+    } catch (const std::exception& error) {
+        call.report.set_value(unknown(error.what()));
+    }
+    call.end.set_value();
+}
+
+[[nodiscard]] plugin_report
+wait_for_report(std::future<plugin_report>& report, plugin_call& call, clock::time_point deadline) {
     for (;;) {
         const clock::time_point now = clock::now();
         if (report.wait_until(std::min(deadline, now + signal_interval)) ==
             std::future_status::ready) {
             return report.get();
         }
-        if (work.interrupt.requested()) {
-            return unknown("interrupted while " + work.progress.text());
+        if (call.interrupt.requested()) {
+            return unknown("interrupted while " + call.progress.text());
         }
         if (clock::now() >= deadline) {
-            const double seconds = work.options.plugin.timeout;
+            const double seconds = call.options.plugin.timeout;
             return unknown(
-                "timed out after " + decimal(seconds) + " s while " + work.progress.text()
+                "timed out after " + decimal(seconds) + " s while " + call.progress.text()
             );
         }
     }
 }
 
-/// @return the exit code
-[[nodiscard]] int write(const plugin_report& report) noexcept {
+/// Never throws, because a thread may work with what would be taken away.
+/// @return the exit code; UNKNOWN, too, when there is no memory, or nobody who reads
+template <typename Make>
+[[nodiscard]] int write(const Make& make_report) noexcept {
     try {
+        const plugin_report report = make_report();
         output{}.write(report.text);
         return static_cast<int>(report.state);
     } catch (const std::exception&) {
-        return static_cast<int>(plugin_state::unknown); // nobody reads it
-    }
-}
-
-/// @return the exit code; never throws, because a thread works with what would be taken away
-[[nodiscard]] int watch(
-    std::future<plugin_report>& report, const plugin_work& work, clock::time_point deadline
-) noexcept {
-    try {
-        return write(wait_for_report(report, work, deadline));
-    } catch (const std::exception&) {
-        return static_cast<int>(plugin_state::unknown); // out of memory
+        return static_cast<int>(plugin_state::unknown);
     }
 }
 
 /// The module's calls block and cannot be interrupted, so a thread of its own makes them.
 [[nodiscard]] int
 run_scan(const command_line& line, const scan_options& options, clock::time_point start) {
-    console terminal;
+    plugin_call call{line, options};
     if (options.plugin.verbosity == 0 && !options.log.level && !options.log.logging) {
-        terminal.mute(); // some systems read standard error as a part of the answer
+        call.terminal.mute(); // some systems read standard error as a part of the answer
     }
-    interruption interrupt{terminal};
-    plugin_progress progress{address_of(options.connection)};
-    const plugin_work work{line, options, terminal, interrupt, progress};
-    promised_report promised;
-    std::future<plugin_report> report = promised.report.get_future();
-    const std::future<void> end = promised.end.get_future();
-    std::thread worker{[&promised, &work] { work_for(promised, work); }};
+    std::future<plugin_report> report = call.report.get_future();
+    const std::future<void> end = call.end.get_future();
+    std::thread worker{[&call] { work(call); }};
     const auto limit = std::chrono::duration<double>{options.plugin.timeout};
     const auto deadline = start + std::chrono::duration_cast<clock::duration>(limit);
-    const int code = watch(report, work, deadline);
+    const int code = write([&] { return wait_for_report(report, call, deadline); });
     if (end.wait_until(std::min(deadline, clock::now() + time_to_close)) !=
         std::future_status::ready) {
         _exit(code); // what the thread works with must not be taken away
@@ -125,7 +226,9 @@ run_scan(const command_line& line, const scan_options& options, clock::time_poin
     }
     // Help or version: not OK, because nothing was looked at.
     const auto* shown = std::get_if<shown_text>(&line.command);
-    return write({plugin_state::unknown, shown == nullptr ? "" : shown->text});
+    return write([shown] {
+        return plugin_report{plugin_state::unknown, shown == nullptr ? "" : shown->text};
+    });
 }
 
 } // namespace
@@ -149,11 +252,7 @@ int run_plugin(int count, const char* const* arguments) noexcept {
         static_cast<void>(signal(SIGPIPE, SIG_IGN));
         return run(count, arguments, start);
     } catch (const std::exception& error) {
-        try {
-            return write(unknown(error.what()));
-        } catch (const std::exception&) {
-            return static_cast<int>(plugin_state::unknown);
-        }
+        return write([&error] { return unknown(error.what()); });
     }
 }
 

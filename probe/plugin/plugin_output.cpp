@@ -1,7 +1,6 @@
 #include "probe/plugin/plugin_output.hpp"
 
 #include "host/value_format.hpp"
-#include "probe/plugin/plugin_range.hpp"
 #include "text/number.hpp"
 #include "text/terminal_text.hpp"
 #include "text/words.hpp"
@@ -33,50 +32,32 @@ constexpr std::size_t label_characters = 64;
 }
 
 [[nodiscard]] std::string quoted(const std::string& label) {
-    std::string text = "'";
-    for (const char byte : label) {
-        text += byte == '\'' ? "''" : std::string{byte};
-    }
-    return text + "'";
+    return "'" + joined(split_at('\'', label), "''") + "'";
 }
 
-[[nodiscard]] std::string unit_of(const channel_definition& definition) {
-    if (definition.difference) {
-        return "c";
-    }
+/// @return one that every reader knows; empty for others
+[[nodiscard]] std::string unit_of(const channel_unit& unit) {
     constexpr auto known = std::to_array<std::string_view>({"s", "ms", "us", "%", "B"});
-    switch (static_cast<unit_code>(definition.unit.code)) {
-    case unit_code::memory_size:
-        return "B";
-    case unit_code::percent:
-        return "%";
-    case unit_code::time_span:
-        return "s";
-    case unit_code::custom:
-        return std::ranges::find(known, definition.unit.text) == known.end() ? ""
-                                                                             : definition.unit.text;
-    case unit_code::temperature:
-    case unit_code::count:
-        break;
-    }
-    return "";
+    const auto code = static_cast<unit_code>(unit.code);
+    const std::string text = code == unit_code::memory_size ? "B"
+                             : code == unit_code::percent   ? "%"
+                             : code == unit_code::time_span ? "s"
+                             : code == unit_code::custom    ? unit.text
+                                                            : "";
+    return contains(known, text) ? text : "";
 }
 
 [[nodiscard]] std::string item(const std::string& label, const judged_channel& channel) {
     const channel_definition& definition = channel.definition;
+    const bool counter = definition.difference;
     const std::string value = scaled_decimal(channel.view.raw, definition.multiplier);
-    std::string text = quoted(label) + "=" + value;
-    if (value != "U") {
-        text += unit_of(definition);
-    }
-    const auto range_text = [&](const std::optional<plugin_range>& range) {
-        return range && !definition.difference ? to_text(*range) : "";
+    const std::string unit = value == "U" ? "" : counter ? "c" : unit_of(definition.unit);
+    const auto range_text = [counter](const std::optional<plugin_range>& range) {
+        return range && !counter ? to_text(*range) : "";
     };
-    text += ";" + range_text(channel.warning) + ";" + range_text(channel.critical);
-    if (static_cast<unit_code>(definition.unit.code) == unit_code::percent &&
-        !definition.difference) {
-        text += ";0;100";
-    }
+    const bool percent = static_cast<unit_code>(definition.unit.code) == unit_code::percent;
+    std::string text = quoted(label) + "=" + value + unit + ";" + range_text(channel.warning) +
+                       ";" + range_text(channel.critical) + (percent && !counter ? ";0;100" : "");
     text.erase(text.find_last_not_of(';') + 1);
     return text;
 }
@@ -111,12 +92,11 @@ constexpr std::size_t most_bytes = 8192;
     if (result.findings.size() == 1) {
         return plain(result.findings.front().text, room) + server;
     }
-    std::string text = std::to_string(result.findings.size()) + " problems: ";
+    std::vector<std::string> texts;
     for (const plugin_finding& finding : result.findings) {
-        text +=
-            (&finding == &result.findings.front() ? "" : ", ") + plain(finding.text, finding_part);
+        texts.push_back(plain(finding.text, finding_part));
     }
-    return plain(text, room) + server;
+    return plain(std::to_string(texts.size()) + " problems: " + joined(texts), room) + server;
 }
 
 [[nodiscard]] std::string range_detail(const char* name, const std::optional<plugin_range>& range) {
@@ -165,25 +145,14 @@ std::string scaled_decimal(const channel_number& value, double multiplier) {
         return std::to_string(*integer);
     }
     const double scaled = as_double(value) * multiplier;
-    if (!std::isfinite(scaled)) {
-        return "U";
-    }
-    return decimal(scaled);
+    return std::isfinite(scaled) ? decimal(scaled) : "U";
 }
 
 std::string plain(std::string_view text, std::size_t characters) {
-    std::string safe;
-    for (const char byte : sanitise(text)) {
-        if (byte == '|') {
-            safe += "¦";
-        } else {
-            safe += byte;
-        }
-    }
-    if (character_count(safe) <= characters) {
-        return safe;
-    }
-    return std::string{first_characters(safe, characters - 1)} + "…";
+    std::string safe = joined(split_at('|', sanitise(text)), "¦");
+    return character_count(safe) <= characters
+               ? safe
+               : std::string{first_characters(safe, characters - 1)} + "…";
 }
 
 std::string perfdata(const std::vector<judged_channel>& channels) {

@@ -1,12 +1,7 @@
 #pragma once
-// Ranges of values in the notation of monitoring plugins, and which of them belongs to which
-// channel.
+// Ranges of values in the notation of monitoring plugins.
 
-#include "host/message.hpp"
-
-#include <cstdint>
 #include <limits>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,10 +29,6 @@ struct plugin_range {
 /// @return the range as parse_range reads it, in decimals without exponents
 [[nodiscard]] std::string to_text(const plugin_range& range);
 
-/// @return the values within both limits; nothing without limits
-[[nodiscard]] std::optional<plugin_range>
-range_of_limits(const std::optional<double>& lower, const std::optional<double>& upper);
-
 /// A range for one channel, as the command line gives it.
 struct channel_range {
     std::string option;  ///< "--warning" or "--critical"
@@ -45,25 +36,9 @@ struct channel_range {
     plugin_range range;
 };
 
-/// @param option for error texts
 /// @param arguments [CHANNEL=]RANGE each; a channel's name may hold "=", a range does not
 /// @throws probe_error (usage)
 [[nodiscard]] std::vector<channel_range>
 parse_channel_ranges(const std::string& option, const std::vector<std::string>& arguments);
-
-struct named_channel {
-    std::int64_t id;
-    std::string name;
-};
-
-struct assigned_ranges {
-    std::vector<std::optional<plugin_range>> of_channels; ///< in the order of the channels
-    std::vector<std::string> problems; ///< ranges that belong to none, or not to one alone
-};
-
-/// A name goes before a number; without either, the range is for the only channel.
-/// @param ranges of one option
-[[nodiscard]] assigned_ranges
-assign_ranges(const std::vector<channel_range>& ranges, const std::vector<named_channel>& channels);
 
 } // namespace tarvik::monitoring_modules::probe

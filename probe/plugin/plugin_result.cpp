@@ -3,7 +3,7 @@
 #include "host/connection_state.hpp"
 #include "host/value_format.hpp"
 #include "probe/plugin/plugin_output.hpp"
-#include "probe/plugin/plugin_range.hpp"
+#include "text/nearest_names.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -56,21 +56,6 @@ broken(const judged_channel& channel, const std::optional<plugin_range>& range, 
     return "";
 }
 
-struct level_verdict {
-    std::string critical; ///< what is broken; empty: nothing
-    std::string warning;
-};
-
-void set_state(judged_channel& channel, level_verdict verdict) {
-    if (!verdict.critical.empty()) {
-        channel.state = plugin_state::critical;
-        channel.limit_text = std::move(verdict.critical);
-    } else if (!verdict.warning.empty()) {
-        channel.state = plugin_state::warning;
-        channel.limit_text = std::move(verdict.warning);
-    }
-}
-
 /// What the module's lookup says about the value.
 [[nodiscard]] std::optional<lookup_value>
 looked_up(const judged_channel& channel, const module_document& document) {
@@ -80,42 +65,42 @@ looked_up(const judged_channel& channel, const module_document& document) {
                : document.find(channel.definition.lookup, *integer);
 }
 
-/// @param given ranges from the command line
-void judge_channel(
-    judged_channel& channel,
-    const std::optional<plugin_range>& given_warning,
-    const std::optional<plugin_range>& given_critical,
-    const module_document& document
-) {
+[[nodiscard]] std::optional<plugin_range>
+range_of_limits(const std::optional<double>& lower, const std::optional<double>& upper) {
+    return lower || upper ? std::optional{plugin_range{
+                                lower.value_or(-INFINITY), upper.value_or(INFINITY), false}}
+                          : std::nullopt;
+}
+
+void judge_channel(judged_channel& channel, const module_document& document) {
+    const bool warning_given = channel.warning.has_value();
+    const bool critical_given = channel.critical.has_value();
     const channel_limits& limits = channel.definition.limits;
-    channel.warning = given_warning;
-    channel.critical = given_critical;
-    if (limits.enabled && !given_warning) {
+    if (limits.enabled && !warning_given) {
         channel.warning = range_of_limits(limits.lower_warning, limits.upper_warning);
     }
-    if (limits.enabled && !given_critical) {
+    if (limits.enabled && !critical_given) {
         channel.critical = range_of_limits(limits.lower_error, limits.upper_error);
     }
-    level_verdict verdict;
-    if (channel.warning || channel.critical) {
-        const bool growing = channel.definition.difference;
-        const double value = growing ? channel.view.growth.value_or(NAN) : channel.view.scaled;
-        if (std::isnan(value)) {
-            channel.state = plugin_state::unknown;
-            channel.limit_text = growing ? "has no growth: its counter began anew" : "is no number";
-            return;
-        }
-        verdict = {
-            broken(channel, channel.critical, value), broken(channel, channel.warning, value)};
+    const bool growing = channel.definition.difference;
+    const double value = growing ? channel.view.growth.value_or(NAN) : channel.view.scaled;
+    if ((channel.warning || channel.critical) && std::isnan(value)) {
+        channel.state = plugin_state::unknown;
+        channel.limit_text = growing ? "has no growth: its counter began anew" : "is no number";
+        return;
     }
-    if (const auto found = looked_up(channel, document)) {
-        if (found->state == channel_state::error && !given_critical) {
-            verdict.critical = "is " + found->text;
-        } else if (found->state == channel_state::warning && !given_warning) {
-            verdict.warning = "is " + found->text;
-        }
+    const std::optional<lookup_value> found = looked_up(channel, document);
+    const auto problem = [&](const auto& range, bool given, channel_state looked_for) {
+        return found && found->state == looked_for && !given ? "is " + found->text
+                                                             : broken(channel, range, value);
+    };
+    channel.limit_text = problem(channel.critical, critical_given, channel_state::error);
+    if (!channel.limit_text.empty()) {
+        channel.state = plugin_state::critical;
+        return;
     }
-    set_state(channel, std::move(verdict));
+    channel.limit_text = problem(channel.warning, warning_given, channel_state::warning);
+    channel.state = channel.limit_text.empty() ? plugin_state::ok : plugin_state::warning;
 }
 
 [[nodiscard]] std::string finding_text(const judged_channel& channel) {
@@ -125,101 +110,118 @@ void judge_channel(
     return plain(channel.view.name, part_characters) + value + " " + channel.limit_text;
 }
 
-[[nodiscard]] assigned_ranges ranges_of(
-    const measured_scan& scan, const std::vector<channel_range>& all, std::string_view option
-) {
-    std::vector<channel_range> ranges;
-    std::ranges::copy_if(all, std::back_inserter(ranges), [option](const channel_range& range) {
-        return range.option == option;
-    });
-    std::vector<named_channel> channels;
-    channels.reserve(scan.views.size());
-    for (const channel_view& view : scan.views) {
-        channels.push_back({view.id, view.name});
-    }
-    return assign_ranges(ranges, channels);
-}
-
 void judge_channels(
-    plugin_result& result,
-    const measured_scan& scan,
-    const plugin_demands& demands,
-    const module_document& document
+    plugin_result& result, const plugin_demands& demands, const module_document& document
 ) {
-    const assigned_ranges warning = ranges_of(scan, demands.ranges, "--warning");
-    const assigned_ranges critical = ranges_of(scan, demands.ranges, "--critical");
-    for (const assigned_ranges* ranges : {&warning, &critical}) {
-        for (const std::string& problem : ranges->problems) {
-            result.findings.push_back({plugin_state::unknown, problem});
-        }
+    for (const std::string& problem : assign_ranges(result.channels, demands.ranges)) {
+        result.findings.push_back({plugin_state::unknown, problem});
     }
-    for (std::size_t i = 0; i < scan.views.size(); ++i) {
-        judged_channel channel{
-            .view = scan.views[i],
-            .definition = scan.definitions[i],
-            .warning = {},
-            .critical = {},
-            .limit_text = {}};
-        judge_channel(channel, warning.of_channels[i], critical.of_channels[i], document);
+    for (judged_channel& channel : result.channels) {
+        judge_channel(channel, document);
         if (channel.state != plugin_state::ok) {
             result.findings.push_back({channel.state, finding_text(channel), true});
         }
-        result.channels.push_back(std::move(channel));
     }
 }
 
 [[nodiscard]] plugin_state
 state_of_error(const std::string& identity, const plugin_demands& demands) {
-    switch (fault_of(identity)) {
-    case scan_fault::connection:
-        return demands.unreachable;
-    case scan_fault::settings:
-        return plugin_state::unknown;
-    case scan_fault::server:
-        break;
+    const scan_fault fault = fault_of(identity);
+    return fault == scan_fault::connection ? demands.unreachable
+           : fault == scan_fault::settings ? plugin_state::unknown
+                                           : plugin_state::critical;
+}
+
+/// CRITICAL, then UNKNOWN (it may hide a CRITICAL), then WARNING.
+[[nodiscard]] bool matters_more(const plugin_finding& left, const plugin_finding& right) {
+    constexpr std::array weights{0, 1, 3, 2};
+    return weights.at(static_cast<std::size_t>(left.state)) >
+           weights.at(static_cast<std::size_t>(right.state));
+}
+
+/// The channels that a range can mean.
+[[nodiscard]] std::vector<judged_channel*>
+meant(const std::string& channel, std::vector<judged_channel>& channels) {
+    std::vector<judged_channel*> named;
+    std::vector<judged_channel*> numbered;
+    for (judged_channel& each : channels) {
+        if (channel.empty() || each.view.name == channel) {
+            named.push_back(&each);
+        }
+        if (std::to_string(each.view.id) == channel) {
+            numbered.push_back(&each);
+        }
     }
-    return plugin_state::critical;
+    return named.empty() ? numbered : named;
 }
 
 } // namespace
 
-bool needs_growth(const measured_scan& scan, const plugin_demands& demands) {
-    const assigned_ranges warning = ranges_of(scan, demands.ranges, "--warning");
-    const assigned_ranges critical = ranges_of(scan, demands.ranges, "--critical");
-    for (std::size_t i = 0; i < scan.views.size(); ++i) {
-        const channel_definition& definition = scan.definitions[i];
-        if (definition.difference &&
-            (definition.limits.enabled || warning.of_channels[i] || critical.of_channels[i])) {
-            return true;
+std::vector<std::string>
+assign_ranges(std::vector<judged_channel>& channels, const std::vector<channel_range>& ranges) {
+    std::vector<std::string> names(channels.size());
+    std::ranges::transform(channels, names.begin(), [](const judged_channel& channel) {
+        return channel.view.name;
+    });
+    std::vector<std::string> problems;
+    for (const channel_range& range : ranges) {
+        const std::vector<judged_channel*> found = meant(range.channel, channels);
+        if (found.empty()) {
+            problems.push_back(
+                range.option + " " + range.channel + ": the sensor has no such channel" +
+                did_you_mean(nearest_names(range.channel, names))
+            );
+            continue;
+        }
+        judged_channel& channel = *found.front();
+        auto& level = range.option == "--warning" ? channel.warning : channel.critical;
+        if (found.size() > 1) {
+            problems.push_back(
+                range.option + " " + to_text(range.range) + ": it may mean " +
+                std::to_string(found.size()) + " channels; say which one, by name or number"
+            );
+        } else if (level) {
+            problems.push_back(
+                range.option + ": the channel " + channel.view.name + " has two ranges"
+            );
+        } else {
+            level = range.range;
         }
     }
-    return false;
+    return problems;
 }
 
-plugin_result
-judge(const measured_scan& scan, const plugin_demands& demands, const module_document& document) {
+bool needs_growth(std::vector<judged_channel> channels, const plugin_demands& demands) {
+    static_cast<void>(assign_ranges(channels, demands.ranges));
+    return std::ranges::any_of(channels, [](const judged_channel& channel) {
+        return channel.definition.difference &&
+               (channel.definition.limits.enabled || channel.warning || channel.critical);
+    });
+}
+
+plugin_result judge(
+    const scan_result& scan,
+    std::vector<judged_channel> channels,
+    const plugin_demands& demands,
+    const module_document& document
+) {
     plugin_result result;
-    const scan_result& delivered = scan.result;
-    const std::string code = delivered.error_code == 0
-                                 ? ""
-                                 : " (error code " + std::to_string(delivered.error_code) + ")";
-    const std::string message = delivered.text == "OK" ? "" : delivered.text;
+    const std::string code =
+        scan.error_code == 0 ? "" : " (error code " + std::to_string(scan.error_code) + ")";
+    const std::string message = scan.text == "OK" ? "" : scan.text;
     const std::string reason = (message.empty() ? "the sensor gives no reason" : message) + code;
-    if (delivered.state == scan_state::error) {
-        result.findings.push_back({state_of_error(delivered.identity, demands), reason});
+    if (scan.state == scan_state::error) {
+        result.findings.push_back({state_of_error(scan.identity, demands), reason});
     } else {
-        judge_channels(result, scan, demands, document);
-        if (delivered.state == scan_state::warning) {
+        result.channels = std::move(channels);
+        judge_channels(result, demands, document);
+        if (scan.state == scan_state::warning) {
             result.findings.push_back({plugin_state::warning, reason});
         } else {
             result.message = message;
         }
     }
-    std::ranges::stable_sort(
-        result.findings,
-        [](int left, int right) { return left > right; },
-        [](const plugin_finding& finding) { return weight(finding.state); }
-    );
+    std::ranges::stable_sort(result.findings, matters_more);
     result.state = result.findings.empty() ? plugin_state::ok : result.findings.front().state;
     return result;
 }

@@ -2,7 +2,6 @@
 
 #include "explorer/found_node.hpp"
 #include "explorer/node_presentation.hpp"
-#include "explorer/value_reading.hpp"
 #include "host/settings_record.hpp"
 #include "opcua/nodes/node_id.hpp"
 
@@ -129,14 +128,16 @@ TEST(node_names, follow_references_within_the_server_only) {
         id.nodeId.identifier.string = opcua::borrowed(each.identifier);
         id.serverIndex = each.server;
         id.namespaceUri = opcua::borrowed(each.uri);
-        const reference_target target = target_of(id, {"urn:a", "urn:b"});
-        EXPECT_EQ(target.text, each.text);
-        EXPECT_EQ(target.local.has_value(), each.local) << each.text;
+        found_node node;
+        set_node_id(node, id, {"urn:a", "urn:b"});
+        EXPECT_EQ(node.node_id, each.text);
+        EXPECT_EQ(node.id.has_value(), each.local) << each.text;
     }
 }
 
 TEST(node_presentation, is_fit_for_a_terminal_and_for_json) {
-    found_node node;
+    std::vector<found_node> nodes(1);
+    found_node& node = nodes.front();
     node.node_id = "ns=1;s=\x1b[2J";
     node.display_name = "\xff\n" + std::string(200, 'w');
     node.depth = 1'000'000;
@@ -145,7 +146,7 @@ TEST(node_presentation, is_fit_for_a_terminal_and_for_json) {
     node.is_variable = true;
     node.data_type = std::string(99, 't');
     node.value.text = "\x9b";
-    const std::string tree = node_tree({node}, false);
+    const std::string tree = node_table(nodes, node_order::tree, false);
     for (const char byte : tree) {
         EXPECT_TRUE(byte == '\n' || static_cast<unsigned char>(byte) >= 0x20) << tree;
     }

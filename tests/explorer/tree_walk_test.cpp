@@ -32,14 +32,11 @@ struct tree_walk_test : testing::Test {
     std::vector<std::string> walk(walk_options options = {}) {
         shown.clear();
         node_requests requests{server.services(), [this] { return stop; }};
-        tree_walk walk{
-            requests,
-            std::move(options),
-            [this](found_node&& node) { shown.push_back(std::move(node)); },
-            [this] { return stop; }};
+        tree_walk walk{requests, std::move(options), [this](found_node&& node) {
+                           shown.push_back(std::move(node));
+                       }};
         try {
-            requests.learn_limits();
-            walk.run(read_first_node(requests, opcua::parse_node_id(root)));
+            walk.run(opcua::parse_node_id(root));
         } catch (...) {
             summary = walk.summary();
             throw;

@@ -206,9 +206,9 @@ TEST(command_line, gives_browsing_a_depth_that_fits_what_is_asked_for) {
         more.insert(more.begin(), {"browse", "--host", "h"});
         return std::get<browse_options>(parse(more).command);
     };
-    EXPECT_EQ(read({}).depth, 3U);
-    EXPECT_EQ(read({"--match", "x"}).depth, std::nullopt);
-    EXPECT_EQ(read({"--match", "x", "--depth", "0"}).depth, 0U);
+    EXPECT_EQ(read({}).walk.depth, 3U);
+    EXPECT_EQ(read({"--match", "x"}).walk.depth, all_levels);
+    EXPECT_EQ(read({"--match", "x", "--depth", "0"}).walk.depth, 0U);
     EXPECT_EQ(read({"ns=1;s=A", "--format", "json"}).node, "ns=1;s=A");
     EXPECT_EQ(read({"ns=1;s=A", "--format", "json"}).format, output_format::json);
 }

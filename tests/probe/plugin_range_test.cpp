@@ -1,6 +1,7 @@
 #include "probe/plugin/plugin_output.hpp"
 #include "probe/plugin/plugin_range.hpp"
 #include "tests/host/expect_error.hpp"
+#include "text/words.hpp"
 
 #include <cmath>
 #include <limits>
@@ -76,22 +77,24 @@ TEST(plugin_range, refuses_what_is_none) {
 }
 
 TEST(plugin_range, goes_to_the_channel_that_is_meant) {
-    const std::vector<named_channel> channels{{1, "Boiler"}, {2, "a=b"}, {3, "2"}, {4, "Boiler"}};
+    const std::vector<std::string> channels{"Boiler", "a=b", "2", "Boiler"};
     const auto assigned = [](const std::vector<std::string>& arguments,
-                             const std::vector<named_channel>& to) {
-        const assigned_ranges ranges =
-            assign_ranges(parse_channel_ranges("--warning", arguments), to);
+                             const std::vector<std::string>& names) {
+        std::vector<judged_channel> to(names.size());
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            to[i].view.id = static_cast<std::int64_t>(i + 1);
+            to[i].view.name = names[i];
+        }
+        const auto problems = assign_ranges(to, parse_channel_ranges("--warning", arguments));
         std::string text;
-        for (const auto& range : ranges.of_channels) {
-            text += (range ? to_text(*range) : "-") + " ";
+        for (const judged_channel& channel : to) {
+            EXPECT_FALSE(channel.critical);
+            text += (channel.warning ? to_text(*channel.warning) : "-") + " ";
         }
-        for (const std::string& problem : ranges.problems) {
-            text += problem;
-        }
-        return text;
+        return text + joined(problems);
     };
     EXPECT_EQ(assigned({"1=5:", "a=b=@1:2", "2=7"}, channels), "5: @1:2 7 - ");
-    EXPECT_EQ(assigned({"8"}, {{1, "Boiler"}}), "8 ");
+    EXPECT_EQ(assigned({"8"}, {"Boiler"}), "8 ");
     EXPECT_THAT(
         assigned({"8"}, channels), HasSubstr("- - - - --warning 8: it may mean 4 channels")
     );

@@ -29,22 +29,25 @@ class plugin_judgement : public testing::Test {
     [[nodiscard]] plugin_result
     judged(const std::vector<one_channel>& channels, int seconds = 0) const {
         channel_memory memory{document_};
-        measured_scan scan{result_, {}, {}};
+        scan_result scan = result_;
         for (const auto& [definition, value] : channels) {
             scan.definitions.push_back(definition);
             scan.definitions.back().id = static_cast<std::int64_t>(scan.definitions.size());
-            scan.result.channels.push_back({scan.definitions.back().id, value});
+            scan.channels.push_back({scan.definitions.back().id, value});
         }
-        scan.result.definitions = scan.definitions;
         const auto start = std::chrono::steady_clock::now();
-        scan.views = memory.take(scan.result, start);
+        std::vector<channel_view> views = memory.take(scan, start);
         if (seconds > 0) {
-            for (channel_value& channel : scan.result.channels) {
+            for (channel_value& channel : scan.channels) {
                 ++std::get<std::int64_t>(channel.value);
             }
-            scan.views = memory.take(scan.result, start + seconds * 1s);
+            views = memory.take(scan, start + seconds * 1s);
         }
-        return judge(scan, demands_, document_);
+        std::vector<judged_channel> measured;
+        for (std::size_t i = 0; i < views.size(); ++i) {
+            measured.push_back({views[i], scan.definitions[i]});
+        }
+        return judge(scan, measured, demands_, document_);
     }
 
     void demand(const char* option, const std::vector<std::string>& ranges) {
@@ -110,11 +113,10 @@ TEST_F(plugin_judgement, follows_limits_lookups_and_ranges) {
 
 TEST_F(plugin_judgement, compares_the_growth_of_counters) {
     demand("--critical", {"Errors=0.4"});
-    measured_scan scan{result_, {}, {counter}};
-    scan.views.emplace_back();
-    scan.views.back().name = "Errors";
-    EXPECT_TRUE(needs_growth(scan, demands_));
-    EXPECT_FALSE(needs_growth(scan, {}));
+    judged_channel errors{{}, counter};
+    errors.view.name = "Errors";
+    EXPECT_TRUE(needs_growth({errors}, demands_));
+    EXPECT_FALSE(needs_growth({errors}, {}));
     EXPECT_EQ(judged({{counter, std::int64_t{1000}}}, 4).state, plugin_state::ok); // 0.25 /s
     const plugin_result fast = judged({{counter, std::int64_t{1000}}}, 2);
     EXPECT_EQ(fast.state, plugin_state::critical);

@@ -1,4 +1,4 @@
-#include "probe/scan_table.hpp"
+#include "probe/scan_command.hpp"
 #include "terminal/table.hpp"
 
 #include <algorithm>

@@ -1,11 +1,12 @@
 #pragma once
-// One scan as a table, and how the state of a value is shown anywhere.
+// One scan as a table, and the colours of states.
 
 #include "host/channel_memory.hpp"
 #include "host/message.hpp"
 #include "host/module_document.hpp"
 #include "terminal/table.hpp"
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,19 +23,9 @@ namespace tarvik::monitoring_modules::probe {
     bool colours
 );
 
-/// @return "ok", "warning" or "error" in its colour; empty without a state
-[[nodiscard]] inline cell state_cell(channel_state state) {
-    switch (state) {
-    case channel_state::none:
-        break;
-    case channel_state::ok:
-        return {"ok", colour::green};
-    case channel_state::warning:
-        return {"warning", colour::yellow};
-    case channel_state::error:
-        return {"error", colour::red};
-    }
-    return {};
+[[nodiscard]] constexpr colour paint_of(channel_state state) noexcept {
+    constexpr std::array paints{colour::plain, colour::green, colour::yellow, colour::red};
+    return paints[static_cast<std::size_t>(state)];
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,0 +1,74 @@
+#include "probe/loaded_module.hpp"
+
+#include "host/probe_error.hpp"
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+/// Without it values show as numbers and settings go unchecked: a pity, but no reason to stop.
+[[nodiscard]] module_document
+read_document(const monitoring_module& module, const std::string& language, console& terminal) {
+    try {
+        return module_document{module.information(!is_english(language)), language};
+    } catch (const probe_error& error) {
+        if (error.code() == exit_code::usage) {
+            throw;
+        }
+        terminal.line(std::string{"opcua-probe: warning: "} + error.what());
+        return {};
+    }
+}
+
+} // namespace
+
+log_collector::log_collector(const module_library& library, console& terminal, std::int32_t shown)
+    : terminal_{terminal},
+      shown_{shown},
+      sink_{
+          library,
+          [this](log_line&& line) { add(std::move(line)); },
+          [this](module_event&& event) {
+              on_event_(event);
+              keep(std::move(event));
+          }} {
+    if (library.framework().set_log_sink == nullptr) {
+        terminal_.line("opcua-probe: the framework library has no log sink; log lines are missing");
+    }
+}
+
+std::vector<log_entry> log_collector::take() {
+    const std::lock_guard lock{mutex_};
+    return entries_.take();
+}
+
+void log_collector::add(log_line&& line) {
+    if (line.severity <= shown_) {
+        terminal_.line(to_text(line));
+    }
+    keep(std::move(line));
+}
+
+void log_collector::keep(log_entry&& entry) {
+    const std::lock_guard lock{mutex_};
+    entries_.add(std::move(entry));
+}
+
+loaded_module::loaded_module(
+    const std::string& chosen_module,
+    const std::string& language,
+    console& terminal,
+    std::int32_t shown_severity
+)
+    : library{find_module(chosen_module)},
+      log{library, terminal, shown_severity},
+      store{
+          library.framework().set_store,
+          state_folder_path(),
+          [this](const std::string& text) {
+              log.add({"probe", severity_debug, text});
+          }},
+      module{library},
+      document{read_document(module, language, terminal)} {}
+
+} // namespace tarvik::monitoring_modules::probe
