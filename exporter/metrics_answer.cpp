@@ -1,8 +1,5 @@
 #include "exporter/metrics_answer.hpp"
 
-#include "exporter/metrics/exposition.hpp"
-#include "exporter/own_metrics.hpp"
-
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
@@ -11,7 +8,7 @@ using namespace std::chrono_literals;
 
 constexpr auto longest_scan = 30s; // a scan waits for some time-outs of the module at most
 
-/// The families of this page, without their series.
+/// The families of this page.
 struct own_families {
     metric_family up{"opcua_up", "Whether the sensor's last scan gave values", ""};
     metric_family sensor_states{
@@ -35,10 +32,6 @@ struct own_families {
     return all;
 }
 
-[[nodiscard]] double seconds_of(wall_time when) {
-    return std::chrono::duration<double>{when.time_since_epoch()}.count();
-}
-
 /// A sensor whose scan should have been over long ago has no current values either.
 [[nodiscard]] bool is_current(const sensor_snapshot& sensor, wall_time now) {
     const bool overdue = sensor.interval.count() > 0 && sensor.last_scan &&
@@ -46,23 +39,34 @@ struct own_families {
     return sensor.last_good && !sensor.stale && !overdue;
 }
 
-[[nodiscard]] std::vector<metric_label>
+[[nodiscard]] metric_labels
 labels_of(const std::string& sensor, const std::string& connection, const std::string& kind) {
     return {{"sensor", sensor}, {"server", connection}, {"kind", kind}};
+}
+
+template <typename State>
+void add_states(
+    exposition& to,
+    const metric_family& family,
+    const metric_labels& labels,
+    const auto& all,
+    State state
+) {
+    for (const State each : all) {
+        metric_labels with_state = labels;
+        with_state.push_back({family.name, std::string{name_of(each)}});
+        to.add(family, {std::move(with_state), each == state ? 1.0 : 0.0});
+    }
 }
 
 void add_sensor(exposition& to, const sensor_snapshot& sensor, wall_time now) {
     const auto labels = labels_of(sensor.name, sensor.connection, sensor.kind);
     const bool current = is_current(sensor, now);
     to.add(families().up, {labels, current ? 1.0 : 0.0});
-    for (const sensor_state each :
-         {sensor_state::pending, sensor_state::ok, sensor_state::warning, sensor_state::error}) {
-        std::vector<metric_label> with_state = labels;
-        with_state.push_back({families().sensor_states.name, std::string{name_of(each)}});
-        to.add(families().sensor_states, {std::move(with_state), each == sensor.state ? 1.0 : 0.0});
-    }
+    add_states(to, families().sensor_states, labels, all_sensor_states, sensor.state);
     if (sensor.last_good) {
-        to.add(families().last_good, {labels, seconds_of(*sensor.last_good)});
+        const std::chrono::duration<double> when = sensor.last_good->time_since_epoch();
+        to.add(families().last_good, {labels, when.count()});
     }
     if (current && sensor.metrics != nullptr) {
         for (const channel_view& channel : sensor.channels) {
@@ -72,13 +76,7 @@ void add_sensor(exposition& to, const sensor_snapshot& sensor, wall_time now) {
 }
 
 void add_connection(exposition& to, const std::string& name, connection_state state) {
-    for (const connection_state each : all_connection_states) {
-        to.add(
-            families().states,
-            {{{"server", name}, {families().states.name, std::string{name_of(each)}}},
-             each == state ? 1.0 : 0.0}
-        );
-    }
+    add_states(to, families().states, {{"server", name}}, all_connection_states, state);
 }
 
 [[nodiscard]] http_answer written(const exposition& from, const std::string& accept) {
@@ -88,9 +86,9 @@ void add_connection(exposition& to, const std::string& name, connection_state st
 
 } // namespace
 
-http_answer metrics_answer::all(const std::string& accept) const {
-    const wall_time now = time_.wall();
-    const snapshot view = store_.view();
+http_answer metrics_of_all(
+    const snapshot& view, const own_metrics& own, wall_time now, const std::string& accept
+) {
     exposition result;
     for (const auto& sensor : view.sensors) {
         add_sensor(result, *sensor, now);
@@ -102,24 +100,25 @@ http_answer metrics_answer::all(const std::string& accept) const {
             {{{"server", connection.name}}, static_cast<double>(connection.sensors)}
         );
     }
-    result.add(own_.collect());
+    own.add_to(result);
     return written(result, accept);
 }
 
-http_answer metrics_answer::one(
-    const sensor_plan& plan, const scan_outcome* outcome, const std::string& accept
-) const {
+http_answer metrics_of_one(
+    const sensor_plan& plan, const scan_outcome* outcome, wall_time now, const std::string& accept
+) {
     exposition result;
     if (outcome == nullptr) {
         result.add(families().up, {labels_of(plan.name, plan.connection, plan.kind), 0});
     } else {
-        add_sensor(result, *outcome->shown, time_.wall());
+        add_sensor(result, *outcome->shown, now);
         result.add(families().duration, {{}, outcome->took.count()});
-        connection_state state = connection_state::ready;
-        if (outcome->fault && outcome->fault->connection) {
-            state = *outcome->fault->connection;
-        }
-        add_connection(result, outcome->shown->connection, state);
+        add_connection(
+            result,
+            plan.connection,
+            outcome->fault ? outcome->fault->connection.value_or(connection_state::ready)
+                           : connection_state::ready
+        );
     }
     return written(result, accept);
 }

@@ -11,14 +11,12 @@ namespace {
 using nlohmann::json;
 
 /// @return seconds since 1970, in whole milliseconds
-[[nodiscard]] double page_time(wall_time when) {
-    const auto passed =
-        std::chrono::duration_cast<std::chrono::milliseconds>(when.time_since_epoch());
-    return static_cast<double>(passed.count()) / 1000;
-}
-
 [[nodiscard]] json page_time(const std::optional<wall_time>& when) {
-    return when ? json(page_time(*when)) : json();
+    if (!when) {
+        return {};
+    }
+    const auto passed = std::chrono::floor<std::chrono::milliseconds>(when->time_since_epoch());
+    return static_cast<double>(passed.count()) / 1000;
 }
 
 [[nodiscard]] json finite(double value) {
@@ -27,15 +25,15 @@ using nlohmann::json;
 
 [[nodiscard]] json limits_of(const channel_limits& limits) {
     json result = json::object();
-    const auto add = [&result](const char* name, const std::optional<double>& limit) {
+    for (const auto& [name, limit] :
+         {std::pair{"lower_error", limits.lower_error},
+          std::pair{"lower_warning", limits.lower_warning},
+          std::pair{"upper_warning", limits.upper_warning},
+          std::pair{"upper_error", limits.upper_error}}) {
         if (limit) {
             result[name] = finite(*limit);
         }
-    };
-    add("lower_error", limits.lower_error);
-    add("lower_warning", limits.lower_warning);
-    add("upper_warning", limits.upper_warning);
-    add("upper_error", limits.upper_error);
+    }
     return result;
 }
 
@@ -80,10 +78,11 @@ using nlohmann::json;
 
 [[nodiscard]] json
 connection_json(const connection_snapshot& connection, const module_document& document) {
+    const sensor_fault fault = connection.fault.value_or(sensor_fault{});
     return {
         {"address", connection.name},
         {"state", name_of(connection.state)},
-        {"message", document.texts().message(connection.identity, connection.text)},
+        {"message", document.texts().message(fault.identity, fault.text)},
         {"since", page_time(connection.since)},
         {"next_attempt", page_time(connection.next_attempt)},
         {"sensors", connection.sensors},

@@ -1,5 +1,6 @@
 #include "exporter/probe_requests.hpp"
 
+#include "exporter/metrics_answer.hpp"
 #include "host/log.hpp"
 #include "text/number.hpp"
 #include "text/terminal_text.hpp"
@@ -29,12 +30,13 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
     return std::chrono::duration_cast<clock::duration>(whole - std::min(way_back, whole / 4));
 }
 
-[[nodiscard]] http_answer with_log(const http_answer& metrics, const scan_outcome* outcome) {
+/// @param outcome null: there was none in time
+[[nodiscard]] http_answer with_log(const http_answer& metrics, scan_outcome* outcome) {
     std::string text = "# What the scan logged\n";
     if (outcome == nullptr) {
         text += "(no result in time)\n";
     } else {
-        for (const log_line& line : outcome->log) {
+        for (const log_line& line : lines_of(outcome->notes.lines.take())) {
             text += sanitise(to_text(line)) + "\n";
         }
         text += "\n# Result\n" + sanitise(outcome->shown->text) + "\n";
@@ -113,9 +115,10 @@ http_answer probe_requests::scan(const http_request& request, const sensor_plan&
     if (!answer) {
         return plain_answer(503, "too many servers have been asked in the last minutes\n");
     }
-    const std::optional<scan_outcome> outcome = wait_for(*answer, deadline);
-    const scan_outcome* const result = outcome ? &*outcome : nullptr;
-    http_answer metrics = metrics_.one(plan, result, request.header("Accept").value_or(""));
+    std::optional<scan_outcome> outcome = wait_for(*answer, deadline);
+    scan_outcome* const result = outcome ? &*outcome : nullptr;
+    const std::string accept = request.header("Accept").value_or("");
+    http_answer metrics = metrics_of_one(plan, result, time_.wall(), accept);
     return debug ? with_log(metrics, result) : std::move(metrics);
 }
 

@@ -3,8 +3,7 @@
 // now, the configuration says what for and which servers may be asked at all.
 
 #include "exporter/configuration.hpp"
-#include "exporter/http/http_message.hpp"
-#include "exporter/metrics_answer.hpp"
+#include "exporter/http/http_server.hpp"
 #include "exporter/scheduler.hpp"
 
 #include <atomic>
@@ -19,12 +18,12 @@ namespace tarvik::monitoring_modules::probe {
 /// Thread-safe.
 class probe_requests final {
   public:
-    /// Scheduler and metrics must outlive this object.
+    /// Scheduler and time must outlive this object.
     /// @param most scans for requests at one time, also of those whose clients wait no longer: the
     /// others keep their threads
-    probe_requests(scheduler& scans, const metrics_answer& metrics, std::size_t most)
+    probe_requests(scheduler& scans, const time_source& time, std::size_t most)
         : scheduler_{scans},
-          metrics_{metrics},
+          time_{time},
           most_{most} {}
 
     /// Replaces the modules that are answered for.
@@ -47,9 +46,10 @@ class probe_requests final {
     ) const;
 
     scheduler& scheduler_;
-    const metrics_answer& metrics_;
+    const time_source& time_;
     const std::size_t most_;
     std::atomic<bool> stopping_ = false;
+    // Each running scan holds a part of it.
     const std::shared_ptr<std::atomic<std::size_t>> running_ =
         std::make_shared<std::atomic<std::size_t>>(0);
     std::mutex mutex_;

@@ -1,7 +1,7 @@
 #pragma once
 // Requests and answers as libmicrohttpd has them, and what a client accepts.
 
-#include "exporter/http/http_message.hpp"
+#include "exporter/http/http_server.hpp"
 #include "exporter/http/listening.hpp"
 
 #include <microhttpd.h>

@@ -187,9 +187,7 @@ class http_server::parts final {
             return MHD_YES; // and we are called again
         }
         clients_.enter(client, client_list::phase::sending);
-        if (observer_) {
-            observer_(request.path, *refused);
-        }
+        observer_(request.path, *refused);
         return send(connection, refusal(*refused));
     }
 
@@ -228,16 +226,11 @@ class http_server::parts final {
         http_answer answer;
         try {
             answer = handler_(request);
-            if (answer.content_type.empty()) {
-                answer.content_type = "text/plain";
-            }
             compress(answer, request.header("Accept-Encoding").value_or(""));
         } catch (...) {
             answer = refusal(500);
         }
-        if (observer_) {
-            observer_(request.path, answer.status);
-        }
+        observer_(request.path, answer.status);
         return answer;
     }
 

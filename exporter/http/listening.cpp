@@ -22,10 +22,7 @@ namespace {
 
 constexpr int backlog = 128;
 
-struct address_list_deleter {
-    void operator()(addrinfo* list) const noexcept { freeaddrinfo(list); }
-};
-using address_list = std::unique_ptr<addrinfo, address_list_deleter>;
+using address_list = std::unique_ptr<addrinfo, releaser<freeaddrinfo>>;
 
 [[nodiscard]] address_list resolve(const std::string& address, std::uint16_t port) {
     addrinfo hints{};

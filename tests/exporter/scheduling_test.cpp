@@ -1,6 +1,5 @@
 // When what is run again, and who runs it.
 
-#include "exporter/connection_status.hpp"
 #include "exporter/scheduler.hpp"
 #include "host/connection_state.hpp"
 #include "tests/exporter/fake_module.hpp"
@@ -19,8 +18,8 @@ using namespace std::chrono_literals;
 using clock = std::chrono::steady_clock;
 
 TEST(back_off, doubles_with_jitter_between_one_second_and_one_minute) {
-    back_off one{1};
-    back_off other{2};
+    back_off one{"one"};
+    back_off other{"other"};
     bool differs = false;
     for (const std::chrono::milliseconds middle : {1s, 2s, 4s, 8s, 16s, 32s, 60s, 60s, 60s}) {
         const auto wait = one.fail();
@@ -162,8 +161,8 @@ class scheduler_test : public testing::Test {
     fake_module module_;
     const module_document document_{};
     snapshot_store store_{time_};
-    fake_observer observer_;
-    scheduler scheduler_{{module_, document_, time_, store_, observer_}, 2};
+    own_metrics own_{"1"};
+    scheduler scheduler_{{module_, document_, time_, store_, own_}, 2};
 };
 
 TEST_F(scheduler_test, begins_with_what_it_is_given_and_ends_with_nothing) {

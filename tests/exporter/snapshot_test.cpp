@@ -27,10 +27,9 @@ TEST(metrics_answer, has_values_only_while_they_are_current) {
     const module_document document{};
     snapshot_store store{time};
     own_metrics own{"1"};
-    const metrics_answer metrics{store, own, time};
     server_connection connection{{module, document, time, store, own}, "plc:4840"};
     const std::string labels = R"({sensor="a",server="plc:4840",kind="custom_sensor")";
-    const auto text = [&] { return metrics.all("").body; };
+    const auto text = [&] { return metrics_of_all(store.view(), own, time.wall(), "").body; };
     connection.add(plan_of("a", 10s), 1);
     EXPECT_THAT(text(), HasSubstr("opcua_up" + labels + "} 0\n"));
     EXPECT_THAT(
