@@ -38,7 +38,6 @@ class yaml_value final {
 
     /// @return the text of a scalar, as it was written
     [[nodiscard]] std::string text() const;
-    [[nodiscard]] std::int64_t integer(std::int64_t lowest, std::int64_t highest) const;
 
     /// "500ms", "10s", "2m", "1h", or a number of seconds.
     [[nodiscard]] std::chrono::milliseconds
@@ -63,11 +62,6 @@ class yaml_value final {
     std::string file_;
 };
 
-struct sourced_value {
-    std::string text;
-    bool from_outside = false; ///< of a file, the environment or a systemd credential
-};
-
 class value_source final {
   public:
     /// @param folder where relative paths begin: the configuration's own
@@ -77,7 +71,7 @@ class value_source final {
     /// $CREDENTIALS_DIRECTORY. A line end at the end of what comes from outside is no part of it,
     /// unless it has several lines.
     /// @throws probe_error (usage) when it is none of these, or what it names is not there
-    [[nodiscard]] sourced_value read(const yaml_value& value) const;
+    [[nodiscard]] std::string read(const yaml_value& value) const;
 
     /// The same for a secret.
     /// @param open whether others than owner and group can read the configuration
