@@ -1,6 +1,6 @@
 #include "exporter/probe_requests.hpp"
 
-#include "exporter/metrics_answer.hpp"
+#include "exporter/answers.hpp"
 #include "host/log.hpp"
 #include "text/number.hpp"
 #include "text/terminal_text.hpp"
@@ -42,17 +42,6 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
         text += "\n# Result\n" + sanitise(outcome->shown->text) + "\n";
     }
     return plain_answer(200, text + "\n# Metrics\n" + metrics.body);
-}
-
-using scan_count = std::shared_ptr<std::atomic<std::size_t>>;
-
-/// @return what counts as long as it lives; null when there are as many already
-[[nodiscard]] std::shared_ptr<void> counted_scan(const scan_count& count, std::size_t most) {
-    if (++*count > most) {
-        --*count;
-        return nullptr;
-    }
-    return {count.get(), [count](void* /*unused*/) { --*count; }};
 }
 
 } // namespace
@@ -106,8 +95,8 @@ probe_requests::wait_for(std::future<scan_outcome>& answer, clock::time_point de
 
 http_answer probe_requests::scan(const http_request& request, const sensor_plan& plan) {
     const clock::time_point deadline = clock::now() + time_for(request);
-    std::shared_ptr<void> counted = counted_scan(running_, most_);
-    if (counted == nullptr) {
+    std::shared_ptr<void> counted = running_;
+    if (counted.use_count() > static_cast<long>(most_) + 1) {
         return plain_answer(503, "too many servers are being asked at this moment\n");
     }
     const bool debug = request.parameter("debug") == "true";

@@ -49,9 +49,7 @@ class probe_requests final {
     const time_source& time_;
     const std::size_t most_;
     std::atomic<bool> stopping_ = false;
-    // Each running scan holds a part of it.
-    const std::shared_ptr<std::atomic<std::size_t>> running_ =
-        std::make_shared<std::atomic<std::size_t>>(0);
+    const std::shared_ptr<void> running_ = std::make_shared<char>(); // held by each running scan
     std::mutex mutex_;
     std::shared_ptr<const serve_config> config_; // guarded by mutex_
 };

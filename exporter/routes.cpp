@@ -1,7 +1,6 @@
 #include "exporter/routes.hpp"
 
-#include "exporter/metrics_answer.hpp"
-#include "exporter/page_state.hpp"
+#include "exporter/answers.hpp"
 #include "host/probe_error.hpp"
 #include "host/translation.hpp"
 #include "text/number.hpp"
@@ -16,7 +15,6 @@ namespace tarvik::monitoring_modules::probe {
 namespace {
 
 constexpr std::size_t most_curves = 200; // sensors in one request
-constexpr const char* json_type = "application/json";
 
 [[nodiscard]] http_answer metrics(const http_request& request, const answer_sources& from) {
     const std::string accept = request.header("Accept").value_or("");
@@ -30,9 +28,7 @@ constexpr const char* json_type = "application/json";
 [[nodiscard]] http_answer state(const http_request& request, const answer_sources& from) {
     const auto since = parse_number<std::uint64_t>(request.parameter("since").value_or("0"));
     const auto document = from.languages.find(request.parameter("language").value_or("en"));
-    return {
-        .content_type = json_type,
-        .body = page_state(from.shown.view(since.value_or(0)), *document, from.time.wall())};
+    return page_state(from.shown.view(since.value_or(0)), *document, from.time.wall());
 }
 
 /// Of a list such as "7,8"; what is no number is left out.
@@ -44,8 +40,7 @@ constexpr const char* json_type = "application/json";
             ids.push_back(*id);
         }
     }
-    return {
-        .content_type = json_type, .body = page_curves(from.shown.curves(ids), from.time.wall())};
+    return page_curves(from.shown.curves(ids), from.time.wall());
 }
 
 [[nodiscard]] http_answer health(const http_request& /*request*/, const answer_sources& /*from*/) {

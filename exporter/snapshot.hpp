@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -91,11 +92,16 @@ struct connection_snapshot {
 inline constexpr std::chrono::seconds curve_step{30};
 inline constexpr std::size_t curve_points = 120;
 
-/// A curve, oldest point first; NaN where there was no value.
+/// The values of one step; NaN where there was none.
+struct curve_point {
+    float low = std::numeric_limits<float>::quiet_NaN();
+    float high = low;
+};
+
+/// Oldest point first.
 struct curve {
     std::int64_t channel = 0;
-    std::vector<float> low;
-    std::vector<float> high;
+    std::vector<curve_point> points;
 };
 
 class curve_history final {
@@ -111,8 +117,7 @@ class curve_history final {
   private:
     /// A ring: the point of step n stands at n modulo its size.
     struct ring {
-        std::array<float, curve_points> low;
-        std::array<float, curve_points> high;
+        std::array<curve_point, curve_points> points{};
         std::int64_t last_step = 0; // the step of the newest point
     };
 

@@ -47,11 +47,7 @@ class handler_threads final {
             stopping_ = true;
         }
         changed_.notify_all();
-        for (std::thread& thread : threads_) {
-            if (thread.joinable()) {
-                thread.join();
-            }
-        }
+        threads_.clear();
     }
 
   private:
@@ -74,7 +70,7 @@ class handler_threads final {
     std::condition_variable changed_;
     std::deque<job> waiting_;
     bool stopping_ = false;
-    std::vector<std::thread> threads_;
+    std::vector<std::jthread> threads_;
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,12 +1,14 @@
 #pragma once
-// What monitoring systems read: everything that is known, or one server that was just asked.
+// What is told of the scans: metrics for monitoring systems, JSON for the page.
 
 #include "exporter/http/http_server.hpp"
 #include "exporter/own_metrics.hpp"
 #include "exporter/scanned_sensor.hpp"
 #include "exporter/snapshot.hpp"
+#include "host/module_document.hpp"
 
 #include <string>
+#include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -22,5 +24,14 @@ namespace tarvik::monitoring_modules::probe {
 [[nodiscard]] http_answer metrics_of_one(
     const sensor_plan& plan, const scan_outcome* outcome, wall_time now, const std::string& accept
 );
+
+/// @param document in the language that is wanted
+/// @return {"revision", "now", "version", "complete", "removed", "servers", "sensors"};
+/// times are seconds since 1970, kinds and messages in the language of the document
+[[nodiscard]] http_answer
+page_state(const snapshot& view, const module_document& document, wall_time now);
+
+/// @return {"step", "end", "sensors"}; null where there was no value
+[[nodiscard]] http_answer page_curves(const std::vector<sensor_curves>& curves, wall_time now);
 
 } // namespace tarvik::monitoring_modules::probe
