@@ -69,17 +69,10 @@ void server_connection::add(sensor_plan plan, std::int32_t id) {
     show_connection();
 }
 
-void server_connection::remove(std::int32_t id) {
+void server_connection::remove(const std::optional<std::int32_t>& id) {
     const std::lock_guard lock{mutex_};
     for (const auto& one : members_) {
-        one->leaving = one->leaving || one->sensor.id() == id;
-    }
-}
-
-void server_connection::remove_all() {
-    const std::lock_guard lock{mutex_};
-    for (const auto& one : members_) {
-        one->leaving = true;
+        one->leaving = one->leaving || !id || one->sensor.id() == id;
     }
 }
 
@@ -184,11 +177,9 @@ void server_connection::scan(member& one) {
         const std::lock_guard lock{mutex_};
         requests = std::exchange(one.requests, {});
     }
-    if (status_.fault) {
-        context_.own.retried(status_.name);
-    }
     const bool keep_log = std::ranges::any_of(requests, &member::waiting_request::keep_log);
     scan_outcome outcome = one.sensor.scan(keep_log);
+    outcome.notes.retries += status_.fault ? 1 : 0; // an attempt after the connection had failed
     if (outcome.fault && outcome.fault->connection) {
         resolve(one.sensor.plan(), *outcome.fault);
     }

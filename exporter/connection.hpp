@@ -45,9 +45,9 @@ class server_connection final : public timed_task {
     /// Adds a sensor that is scanned now and then in its interval.
     void add(sensor_plan plan, std::int32_t id);
 
-    /// Lets a sensor go; it is destroyed in the next run.
-    void remove(std::int32_t id);
-    void remove_all();
+    /// Lets a sensor go, which is destroyed in the next run.
+    /// @param id nothing: all of them
+    void remove(const std::optional<std::int32_t>& id);
 
     /// Scans a sensor once, as soon as no other scan of the connection runs, whatever the
     /// connection's state is. The sensor stays for some minutes, and with it the session.

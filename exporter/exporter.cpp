@@ -34,9 +34,8 @@ void notify_service_manager(const std::string& lines) {
 }
 
 [[nodiscard]] std::string url_of(const http_settings& listen, std::uint16_t port) {
-    const bool ipv6 = listen.address.find(':') != std::string::npos;
-    return (listen.tls ? "https://" : "http://") +
-           (ipv6 ? "[" + listen.address + "]" : listen.address) + ":" + std::to_string(port) + "/";
+    return (listen.tls ? "https://" : "http://") + server_address{listen.address, port}.text() +
+           "/";
 }
 
 /// Everything that serves, in the order in which it depends on each other.

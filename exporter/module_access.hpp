@@ -26,7 +26,7 @@ struct call_notes {
     bool keep_lines = false; ///< whether lines are wanted
     kept_lines lines{};
     std::uint32_t sessions_opened = 0;
-    std::uint32_t retries = 0; ///< made by the module itself
+    std::uint32_t retries = 0;
 };
 
 /// Any threads may call it at once; calls block until the module has answered.

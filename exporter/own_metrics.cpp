@@ -155,11 +155,6 @@ void own_metrics::scanned(const sensor_plan& plan, const scan_outcome& outcome) 
     }
 }
 
-void own_metrics::retried(const std::string& connection) {
-    const std::lock_guard lock{mutex_};
-    retries_.Add({{"server", connection}}).Increment();
-}
-
 void own_metrics::session_changed(const std::string& connection, bool open) {
     const std::lock_guard lock{mutex_};
     sessions_.Add({{"server", connection}}).Set(open ? 1 : 0);

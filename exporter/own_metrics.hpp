@@ -24,9 +24,6 @@ class own_metrics final {
 
     void scanned(const sensor_plan& plan, const scan_outcome& outcome);
 
-    /// An attempt after a connection had failed.
-    void retried(const std::string& connection);
-
     /// A scan began later than a whole interval after it was due.
     void missed_interval() { late_.Add({}).Increment(); }
 

@@ -72,7 +72,7 @@ bool scheduler::stop(std::chrono::steady_clock::time_point deadline) {
         connections = connections_;
     }
     for (const auto& [name, used] : connections) {
-        used->remove_all();
+        used->remove(std::nullopt);
         pool_.wake(used);
     }
     const auto is_empty = [](const auto& each) { return each.second->empty(); };

@@ -41,9 +41,8 @@ constexpr auto points = static_cast<std::int64_t>(curve_points);
 
 snapshot_store::snapshot_store(const time_source& time)
     : time_{time},
-      first_revision_{first_revision_at(time.wall())},
-      revision_{first_revision_},
-      forgotten_{first_revision_} {}
+      revision_{first_revision_at(time.wall())},
+      forgotten_{revision_} {}
 
 void snapshot_store::put(std::shared_ptr<const sensor_snapshot> sensor, bool current) {
     const std::lock_guard lock{mutex_};

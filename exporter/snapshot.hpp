@@ -169,7 +169,6 @@ class snapshot_store final {
 
     const time_source& time_;
     mutable std::mutex mutex_; // guards all that follows
-    const std::uint64_t first_revision_;
     std::uint64_t revision_;
     std::map<std::int32_t, entry> sensors_;
     std::map<std::string, connection_snapshot> connections_;

@@ -41,18 +41,11 @@ constexpr std::size_t smallest_body = 1024;
 }
 
 [[nodiscard]] std::string gzipped(std::string body) {
-    constexpr int largest_window_with_gzip_head = 15 + 16; // as zlib numbers them
+    constexpr int window = 15 + 16; // the largest, with the head of gzip, as zlib numbers them
     constexpr int usual_memory = 8;
     constexpr int level = Z_DEFAULT_COMPRESSION;
     z_stream state{};
-    if (deflateInit2(
-            &state,
-            level,
-            Z_DEFLATED,
-            largest_window_with_gzip_head,
-            usual_memory,
-            Z_DEFAULT_STRATEGY
-        ) != Z_OK) {
+    if (deflateInit2(&state, level, Z_DEFLATED, window, usual_memory, Z_DEFAULT_STRATEGY) != Z_OK) {
         throw std::bad_alloc{};
     }
     const std::unique_ptr<z_stream, releaser<deflateEnd>> owner{&state};

@@ -264,7 +264,7 @@ TEST_F(connection_test, ends_with_its_last_sensor) {
     EXPECT_EQ(shown("a"), nullptr);
     EXPECT_FALSE(connection_.empty());
     EXPECT_EQ(sessions(), 1);
-    connection_.remove_all();
+    connection_.remove(std::nullopt);
     run_what_is_due();
     EXPECT_TRUE(connection_.empty());
     EXPECT_EQ(sessions(), std::nullopt) << "the series is gone";
@@ -286,7 +286,7 @@ TEST_F(connection_test, lets_sensors_go_while_others_are_scanned) {
         connection_.remove(id); // perhaps while it is scanned, or the other one
         answer.wait();
     }
-    connection_.remove_all();
+    connection_.remove(std::nullopt);
     EXPECT_TRUE(comes_true_soon([this] { return connection_.empty(); }));
     ended = true;
     scans.join();
