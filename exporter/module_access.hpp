@@ -1,6 +1,5 @@
 #pragma once
-// What the exporter asks of the module, in terms of sensors and results, so that tests can stand in
-// for it.
+// What the exporter asks of the module, so that tests can stand in for it.
 
 #include "host/kept_lines.hpp"
 #include "host/kept_state.hpp"
@@ -58,8 +57,7 @@ class module_access {
 class called_module final : public module_access {
   public:
     /// @param chosen path; empty: where it usually is
-    /// @param terminal must outlive this object
-    /// @param shown lines of this severity and below go to the terminal
+    /// @param terminal must outlive this object; gets lines of the severity shown and below
     /// @throws probe_error when it cannot be loaded or initialised
     called_module(const std::string& chosen, console& terminal, std::int32_t shown);
 

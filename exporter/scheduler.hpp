@@ -1,6 +1,5 @@
 #pragma once
-// Keeps all sensors scanned: connections beside each other, on one pool of
-// threads.
+// Keeps all sensors scanned: connections beside each other, on one pool of threads.
 
 #include "exporter/configuration.hpp"
 #include "exporter/connection.hpp"

@@ -1,6 +1,6 @@
 #pragma once
-// Threads that run tasks when these are due. A task that blocks holds one thread and delays no
-// other task while threads are left.
+// Threads that run tasks when these are due. A task that blocks delays no other one while there are
+// threads left.
 
 #include <chrono>
 #include <condition_variable>

@@ -36,8 +36,7 @@ struct http_request {
     std::multimap<std::string, std::string> parameters; ///< of the query, decoded
     http_headers headers;
 
-    /// @param name in any case
-    /// @return the first one of this name
+    /// @return the first one of this name, which may be in any case
     [[nodiscard]] std::optional<std::string> header(std::string_view name) const {
         const auto found = std::ranges::find_if(headers, [name](const auto& each) {
             return same_in_any_case(each.first, name);
@@ -66,8 +65,8 @@ struct http_answer {
 /// Called on several threads at once. What it throws becomes an answer 500 without further words.
 using http_handler = std::function<http_answer(const http_request&)>;
 
-/// Called with path and status on several threads at once, for each request that could be
-/// understood; must not throw.
+/// Called with path and status of each request that could be understood, on several threads at
+/// once; must not throw.
 using http_observer = std::function<void(const std::string&, int)>;
 
 struct http_tls_files {
