@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <future>
+#include <optional>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -42,6 +44,22 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
         text += "\n# Result\n" + sanitise(outcome->shown->text) + "\n";
     }
     return plain_answer(200, text + "\n# Metrics\n" + metrics.body);
+}
+
+/// @return nothing when time is over, or we are stopping
+[[nodiscard]] std::optional<scan_outcome> wait_for(
+    std::future<scan_outcome>& answer, clock::time_point deadline, const std::atomic<bool>& stopping
+) {
+    while (!stopping) {
+        const clock::time_point next = std::min(deadline, clock::now() + look_for_stop);
+        if (answer.wait_until(next) == std::future_status::ready) {
+            return answer.get();
+        }
+        if (clock::now() >= deadline) {
+            break;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -79,20 +97,6 @@ http_answer probe_requests::answer(const http_request& request) {
     return scan(request, make_plan(server->text(), module, *server, std::chrono::seconds{0}));
 }
 
-std::optional<scan_outcome>
-probe_requests::wait_for(std::future<scan_outcome>& answer, clock::time_point deadline) const {
-    while (!stopping_) {
-        const clock::time_point next = std::min(deadline, clock::now() + look_for_stop);
-        if (answer.wait_until(next) == std::future_status::ready) {
-            return answer.get();
-        }
-        if (clock::now() >= deadline) {
-            break;
-        }
-    }
-    return std::nullopt;
-}
-
 http_answer probe_requests::scan(const http_request& request, const sensor_plan& plan) {
     const clock::time_point deadline = clock::now() + time_for(request);
     std::shared_ptr<void> counted = running_;
@@ -104,7 +108,7 @@ http_answer probe_requests::scan(const http_request& request, const sensor_plan&
     if (!answer) {
         return plain_answer(503, "too many servers have been asked in the last minutes\n");
     }
-    std::optional<scan_outcome> outcome = wait_for(*answer, deadline);
+    std::optional<scan_outcome> outcome = wait_for(*answer, deadline, stopping_);
     scan_outcome* const result = outcome ? &*outcome : nullptr;
     const std::string accept = request.header("Accept").value_or("");
     http_answer metrics = metrics_of_one(plan, result, time_.wall(), accept);

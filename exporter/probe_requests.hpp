@@ -7,11 +7,8 @@
 #include "exporter/scheduler.hpp"
 
 #include <atomic>
-#include <chrono>
-#include <future>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -40,10 +37,6 @@ class probe_requests final {
 
   private:
     [[nodiscard]] http_answer scan(const http_request& request, const sensor_plan& plan);
-
-    [[nodiscard]] std::optional<scan_outcome> wait_for(
-        std::future<scan_outcome>& answer, std::chrono::steady_clock::time_point deadline
-    ) const;
 
     scheduler& scheduler_;
     const time_source& time_;

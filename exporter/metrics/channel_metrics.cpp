@@ -67,7 +67,7 @@ void channel_metrics::add(exposition& metrics, std::int64_t id, const channel_nu
         metrics.add(head, {std::move(with_state), holds ? 1.0 : 0.0});
     }
     if (!states.empty()) {
-        metrics.add(code_of(head), {labels, number});
+        metrics.add({head.name + "_code", head.help + " (number)", ""}, {labels, number});
         return;
     }
     const double value = descriptor.value(number * multiplier);

@@ -238,10 +238,6 @@ describe(std::string_view kind, const channel_definition& channel, bool has_stat
     return {{whole, channel.name, unit.name, type}, unit.multiply, unit.divide};
 }
 
-metric_family code_of(const metric_family& states) {
-    return {states.name + "_code", states.help + " (number)", "", metric_kind::gauge};
-}
-
 std::string slug(std::string_view text) {
     std::string plain;
     while (!text.empty()) {

@@ -42,7 +42,4 @@ struct metric_descriptor {
 [[nodiscard]] metric_descriptor
 describe(std::string_view kind, const channel_definition& channel, bool has_states = false);
 
-/// @return the gauge beside a state set
-[[nodiscard]] metric_family code_of(const metric_family& states);
-
 } // namespace tarvik::monitoring_modules::probe

@@ -78,6 +78,10 @@ class counting_task final : public timed_task {
     std::function<void()> work_;
 };
 
+[[nodiscard]] bool opens(const std::latch& latch) {
+    return comes_true_soon([&latch] { return latch.try_wait(); });
+}
+
 /// A pool with tasks that are lambdas; ends before what they refer to, when it is declared after
 /// it.
 class pool_of_lambdas final {
@@ -89,7 +93,10 @@ class pool_of_lambdas final {
     void rest(std::size_t threads) {
         const auto all = std::make_shared<std::latch>(static_cast<std::ptrdiff_t>(threads));
         for (std::size_t i = 0; i < threads; ++i) {
-            wake(clock::now(), [all] { all->arrive_and_wait(); });
+            wake(clock::now(), [all] {
+                all->count_down();
+                EXPECT_TRUE(opens(*all)) << "nobody was started for a task";
+            });
         }
         EXPECT_TRUE(waits(threads));
     }
@@ -107,10 +114,6 @@ class pool_of_lambdas final {
     worker_pool pool;
     // NOLINTEND(misc-non-private-member-variables-in-classes)
 };
-
-[[nodiscard]] bool opens(const std::latch& latch) {
-    return comes_true_soon([&latch] { return latch.try_wait(); });
-}
 
 TEST(worker_pool, runs_what_is_due_while_other_tasks_block) {
     std::latch blocked{3};
@@ -156,18 +159,15 @@ TEST(worker_pool, wakes_a_thread_that_waits) {
 TEST(worker_pool, has_somebody_else_run_what_falls_due_behind_a_task_that_blocks) {
     for (const std::size_t count : {1, 2}) { // a new one has to be started, or one be woken
         std::latch second{1};
-        std::latch first{1};
-        bool in_time = false;
+        std::latch release{1};
         pool_of_lambdas threads{2};
         threads.rest(count);
         const auto when = clock::now() + 50ms;
-        threads.wake(when, [&] {
-            in_time = opens(second);
-            first.count_down();
-        });
+        threads.wake(when, [&] { release.wait(); });
         threads.wake(when + 1ns, [&] { second.count_down(); });
-        first.wait();
-        EXPECT_TRUE(in_time) << "nobody took over from the one of " << count << " that blocked";
+        EXPECT_TRUE(opens(second))
+            << "nobody took over from the one of " << count << " that blocked";
+        release.count_down();
     }
 }
 
