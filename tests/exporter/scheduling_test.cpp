@@ -141,7 +141,7 @@ TEST(worker_pool, runs_what_is_due_while_other_tasks_block) {
 
 // Of the threads that have nothing to do, one waits for the next task, and the others for nothing.
 TEST(worker_pool, wakes_a_thread_that_waits) {
-    for (const std::size_t count : {1, 2, 4}) {
+    for (const std::size_t count : {1U, 2U, 4U}) {
         std::latch now{1};
         std::latch earlier{1};
         pool_of_lambdas threads{count};
@@ -157,7 +157,7 @@ TEST(worker_pool, wakes_a_thread_that_waits) {
 }
 
 TEST(worker_pool, has_somebody_else_run_what_falls_due_behind_a_task_that_blocks) {
-    for (const std::size_t count : {1, 2}) { // a new one has to be started, or one be woken
+    for (const std::size_t count : {1U, 2U}) { // a new one has to be started, or one be woken
         std::latch second{1};
         std::latch release{1};
         pool_of_lambdas threads{2};
