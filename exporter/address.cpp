@@ -3,7 +3,10 @@
 #include "text/number.hpp"
 #include "text/words.hpp"
 
+#include <fnmatch.h>
+
 #include <algorithm>
+#include <regex>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -15,51 +18,21 @@ constexpr std::size_t longest_address = 270; // with brackets and port
 struct host_and_port {
     std::string host;
     std::string port; // empty: none
+    bool is_ipv6;
 };
 
-[[nodiscard]] bool is_host_character(char byte) noexcept {
-    return (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') || byte == '.' ||
-           byte == '-' || byte == '_';
-}
-
-[[nodiscard]] bool is_ipv6_character(char byte) noexcept {
-    return (byte >= 'a' && byte <= 'f') || (byte >= '0' && byte <= '9') || byte == ':' ||
-           byte == '.';
-}
-
-/// @param wild whether "*" may stand in the host
-[[nodiscard]] std::optional<host_and_port> split(std::string_view text, bool wild) {
-    if (text.size() > longest_address) {
+/// @return the parts of an address or a pattern; nothing when it is neither
+[[nodiscard]] std::optional<host_and_port> split(std::string_view text) {
+    static const std::regex form{
+        R"((?:\[([0-9a-f:.]+)\]|([0-9a-z_.*][0-9a-z_.*-]*))(?::([0-9]+|\*))?)"};
+    const std::string lower = lower_case(text.substr(0, longest_address + 1));
+    std::smatch parts;
+    if (lower.size() > longest_address || !std::regex_match(lower, parts, form)) {
         return std::nullopt;
     }
-    host_and_port result;
-    std::string_view rest;
-    if (text.starts_with('[')) {
-        const std::size_t end = text.find(']');
-        if (end == std::string_view::npos) {
-            return std::nullopt;
-        }
-        result.host = lower_case(text.substr(1, end - 1));
-        rest = text.substr(end + 1);
-        if (!std::ranges::all_of(result.host, is_ipv6_character)) {
-            return std::nullopt;
-        }
-    } else {
-        const std::size_t end = std::min(text.find(':'), text.size());
-        result.host = lower_case(text.substr(0, end));
-        rest = text.substr(end);
-        if (!std::ranges::all_of(result.host, [wild](char byte) {
-                return is_host_character(byte) || (wild && byte == '*');
-            })) {
-            return std::nullopt;
-        }
-    }
-    if (result.host.empty() || result.host.size() > longest_host || result.host.front() == '-' ||
-        (!rest.empty() && (rest.front() != ':' || rest.size() == 1))) {
-        return std::nullopt;
-    }
-    result.port = rest.empty() ? "" : std::string{rest.substr(1)};
-    return result;
+    const bool is_ipv6 = parts[1].matched;
+    host_and_port result{parts[is_ipv6 ? 1 : 2], parts[3], is_ipv6};
+    return result.host.size() > longest_host ? std::nullopt : std::optional{result};
 }
 
 [[nodiscard]] std::optional<std::uint16_t> port_of(std::string_view text) {
@@ -70,28 +43,11 @@ struct host_and_port {
     return port == 0 ? std::nullopt : port;
 }
 
-/// "*" matches any characters but points. The pattern's length bounds the work, as each star only
-/// ever moves forward.
-[[nodiscard]] bool host_matches(std::string_view pattern, std::string_view host) {
-    std::size_t at = 0;
-    std::size_t next = 0;
-    std::size_t star = std::string_view::npos;
-    std::size_t resume = 0;
-    while (at < host.size()) {
-        if (next < pattern.size() && pattern[next] == '*') {
-            star = next++;
-            resume = at;
-        } else if (next < pattern.size() && pattern[next] == host[at]) {
-            ++next;
-            ++at;
-        } else if (star != std::string_view::npos && host[resume] != '.') {
-            next = star + 1;
-            at = ++resume;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of('*', next) == std::string_view::npos;
+/// "*" matches any characters but points.
+[[nodiscard]] bool host_matches(std::string pattern, std::string host) {
+    std::ranges::replace(pattern, '.', '/');
+    std::ranges::replace(host, '.', '/');
+    return fnmatch(pattern.c_str(), host.c_str(), FNM_PATHNAME | FNM_NOESCAPE) == 0;
 }
 
 } // namespace
@@ -102,22 +58,20 @@ std::string server_address::text() const {
 }
 
 std::optional<server_address> parse_address(std::string_view text) {
-    const auto parts = split(text, false);
+    const auto parts = split(text);
     const auto port = parts ? port_of(parts->port) : std::nullopt;
-    return port ? std::optional{server_address{parts->host, *port}} : std::nullopt;
+    const bool wild = parts && parts->host.find('*') != std::string::npos;
+    return port && !wild ? std::optional{server_address{parts->host, *port}} : std::nullopt;
 }
 
 bool is_target_pattern(std::string_view pattern) {
-    const auto parts = split(pattern, true);
+    const auto parts = split(pattern);
     return parts && (parts->port == "*" || port_of(parts->port));
 }
 
 bool matches(std::string_view pattern, const server_address& address) {
-    const auto parts = split(pattern, true);
-    const auto is_ipv6 = [](std::string_view host) {
-        return host.find(':') != std::string_view::npos;
-    };
-    return parts && is_ipv6(parts->host) == is_ipv6(address.host) &&
+    const auto parts = split(pattern);
+    return parts && parts->is_ipv6 == (address.host.find(':') != std::string::npos) &&
            host_matches(parts->host, address.host) &&
            (parts->port == "*" || port_of(parts->port) == address.port);
 }

@@ -9,6 +9,7 @@
 #include "text/terminal_text.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 
 namespace tarvik::monitoring_modules::probe {
@@ -25,11 +26,13 @@ constexpr auto usual_interval = 10s;
 constexpr std::uint16_t usual_port = 9840;
 constexpr std::size_t spare_threads = 8; // of the web server, when all others wait for scans
 
-// Settings from which others follow.
-constexpr const char* security_mode = "credentials.connection_security.security_mode";
-constexpr const char* security_policy = "credentials.connection_security.security_policy";
-constexpr const char* user = "credentials.user_authentication.user";
-constexpr const char* user_auth_mode = "credentials.user_authentication.user_auth_mode";
+/// @return "; did you mean a or b?" of the names of a list or map
+[[nodiscard]] std::string
+did_you_mean_one(const std::string& typed, const auto& all, const auto& name_of_each) {
+    std::vector<std::string> names;
+    std::ranges::transform(all, std::back_inserter(names), name_of_each);
+    return did_you_mean(nearest_names(typed, names));
+}
 
 class config_reader final {
   public:
@@ -124,11 +127,9 @@ class config_reader final {
     [[nodiscard]] std::string read_kind(const yaml_value& node) const {
         std::string kind = node.text();
         if (!document_.sensors().empty() && document_.find_sensor(kind) == nullptr) {
-            std::vector<std::string> known;
-            for (const sensor_description& sensor : document_.sensors()) {
-                known.push_back(sensor.kind);
-            }
-            node.fail("there is no such sensor" + did_you_mean(nearest_names(kind, known)));
+            const auto& all = document_.sensors();
+            const auto kind_of = [](const auto& sensor) { return sensor.kind; };
+            node.fail("there is no such sensor" + did_you_mean_one(kind, all, kind_of));
         }
         return kind;
     }
@@ -169,23 +170,21 @@ class config_reader final {
             value.fail(error.what());
         }
         const std::string text =
-            form.is_secret(key) ? values_.secret(value, open_) : values_.read(value).text;
+            form.is_secret(key) ? values_.secret(value, open_) : values_.read(value);
         to.insert_or_assign(std::move(key), text);
-        for (const char* own : {"host", "credentials.connection_opcua.port"}) {
-            if (to.contains(own)) {
-                value.fail("servers are named by targets and sensors");
-            }
+        if (to.contains(keys::host_of_sensor) || to.contains(keys::port)) {
+            value.fail("servers are named by targets and sensors");
         }
     }
 
     /// Adds what follows from what was given.
     static void complete(settings& values) {
-        if (values.contains(user)) {
-            values.emplace(user_auth_mode, "username_password");
+        if (values.contains(keys::user)) {
+            values.emplace(keys::user_mode, "username_password");
         }
-        if (const auto mode = values.find(security_mode);
+        if (const auto mode = values.find(keys::security_mode);
             mode != values.end() && mode->second != "none") {
-            values.emplace(security_policy, "Basic256Sha256");
+            values.emplace(keys::security_policy, "Basic256Sha256");
         }
     }
 
@@ -211,13 +210,9 @@ class config_reader final {
         const yaml_value module = node.required("module");
         const auto found = modules.find(module.text());
         if (found == modules.end()) {
-            std::vector<std::string> known;
-            known.reserve(modules.size());
-            for (const auto& [name, unused] : modules) {
-                known.push_back(name);
-            }
+            const auto name_of = [](const auto& each) { return each.first; };
             module.fail(
-                "there is no such module" + did_you_mean(nearest_names(module.text(), known))
+                "there is no such module" + did_you_mean_one(module.text(), modules, name_of)
             );
         }
         const yaml_value target = node.required("target");
@@ -247,10 +242,7 @@ class config_reader final {
 /// @return "plc-7:4840 (operator, sign_encrypt)"
 [[nodiscard]] std::string connection_name(const server_address& server, const settings& values) {
     std::string details;
-    for (const char* key :
-         {"credentials.connection_opcua.server_name",
-          "credentials.user_authentication.user",
-          "credentials.connection_security.security_mode"}) {
+    for (const char* key : {keys::path, keys::user, keys::security_mode}) {
         const auto found = values.find(key);
         if (found != values.end() && !found->second.empty() && found->second != "none") {
             details += (details.empty() ? "" : ", ") + found->second;
@@ -278,8 +270,8 @@ sensor_plan make_plan(
     std::chrono::milliseconds interval
 ) {
     settings values = module.settings;
-    values.insert_or_assign(host_of_sensor, server.host);
-    values.insert_or_assign("credentials.connection_opcua.port", std::to_string(server.port));
+    values.insert_or_assign(keys::host_of_sensor, server.host);
+    values.insert_or_assign(keys::port, std::to_string(server.port));
     if (server.host.find(':') != std::string::npos) {
         values.insert_or_assign("ipversion", "IPv6");
     }

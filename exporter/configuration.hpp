@@ -30,7 +30,6 @@ struct scan_module {
     std::string kind;
     std::map<std::string, std::string> settings; ///< but for host and port
     std::vector<std::string> targets;            ///< patterns of servers that may be probed
-    bool operator==(const scan_module&) const = default;
 };
 
 struct serve_config {

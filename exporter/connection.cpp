@@ -1,5 +1,7 @@
 #include "exporter/connection.hpp"
 
+#include "exporter/own_metrics.hpp"
+
 #include <algorithm>
 #include <functional>
 
@@ -8,52 +10,69 @@ namespace tarvik::monitoring_modules::probe {
 namespace {
 
 constexpr std::chrono::minutes kept_after_request{5};
+constexpr std::chrono::duration<double> shortest_wait{1};
+constexpr std::chrono::duration<double> longest_wait{60};
+constexpr unsigned most_doublings = 6; // 2^6 s are more than the longest wait
 
 [[nodiscard]] std::uint32_t seed_of(const std::string& name) {
     return static_cast<std::uint32_t>(std::hash<std::string>{}(name));
 }
 
-/// @return the first time after now that is some whole intervals after the anchor
-/// @pre the anchor is not after now
-[[nodiscard]] timed_task::time_point next_slot(
-    timed_task::time_point anchor, std::chrono::milliseconds interval, timed_task::time_point now
-) {
-    return anchor + ((now - anchor) / interval + 1) * interval;
-}
-
 } // namespace
 
-server_connection::server_connection(const connection_context& context, std::string name)
-    : context_{context},
-      status_{std::move(name), context.time} {}
+back_off::back_off(const std::string& name) : random_{seed_of(name)} {}
 
-std::unique_ptr<server_connection::member>
-server_connection::make_member(sensor_plan plan, std::int32_t id) const {
-    const std::uint32_t seed = seed_of(plan.name);
-    const time_point now = context_.time.now();
-    // The first scan comes at once, later ones spread over the interval.
-    const time_point anchor = now - plan.interval * (seed % 1000) / 1000;
-    return std::make_unique<member>(context_, id, std::move(plan), back_off{seed}, anchor, now);
+std::chrono::milliseconds back_off::fail() {
+    const auto doubled =
+        shortest_wait * static_cast<double>(1U << std::min(failures_, most_doublings));
+    ++failures_;
+    std::uniform_real_distribution<double> jitter{0.75, 1.25};
+    return std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::clamp(std::min(doubled, longest_wait) * jitter(random_), shortest_wait, longest_wait)
+    );
 }
+
+struct server_connection::member {
+    member(const scan_context& context, std::int32_t id, sensor_plan plan)
+        : sensor{context, id, std::move(plan)},
+          creation{sensor.plan().name},
+          next{context.time.now()},
+          anchor{next - sensor.plan().interval * (seed_of(sensor.plan().name) % 1000) / 1000} {}
+
+    struct waiting_request {
+        std::promise<scan_outcome> answer;
+        bool keep_log;
+        std::shared_ptr<void> held;
+    };
+
+    scanned_sensor sensor;     // touched by the thread in run() only
+    back_off creation;         // of a sensor that cannot be made although the server is there
+    time_point next;           // scan in its interval, the first one at once
+    time_point anchor;         // later scans come whole intervals after it
+    bool has_interval = false; // since its first scan
+    std::optional<time_point> expires; // of those that are scanned on request only
+    bool leaving = false;
+    std::vector<waiting_request> requests;
+};
+
+server_connection::server_connection(const scan_context& context, std::string name)
+    : context_{context},
+      status_{.name = std::move(name), .since = context.time.wall()},
+      back_off_{status_.name} {}
+
+server_connection::~server_connection() = default;
 
 void server_connection::add(sensor_plan plan, std::int32_t id) {
     const std::lock_guard lock{mutex_};
-    members_.push_back(make_member(std::move(plan), id));
+    members_.push_back(std::make_unique<member>(context_, id, std::move(plan)));
     context_.shown.put(members_.back()->sensor.shown(), false);
     show_connection();
 }
 
-void server_connection::remove(std::int32_t id) {
+void server_connection::remove(const std::optional<std::int32_t>& id) {
     const std::lock_guard lock{mutex_};
     for (const auto& one : members_) {
-        one->leaving = one->leaving || one->sensor.id() == id;
-    }
-}
-
-void server_connection::remove_all() {
-    const std::lock_guard lock{mutex_};
-    for (const auto& one : members_) {
-        one->leaving = true;
+        one->leaving = one->leaving || !id || one->sensor.id() == id;
     }
 }
 
@@ -61,19 +80,16 @@ std::future<scan_outcome> server_connection::request(
     const sensor_plan& plan, std::int32_t id, bool keep_log, std::shared_ptr<void> held
 ) {
     const std::lock_guard lock{mutex_};
-    const auto found = std::ranges::find_if(members_, [&plan](const auto& one) {
+    auto found = std::ranges::find_if(members_, [&plan](const auto& one) {
         return one->expires && !one->leaving && one->sensor.plan() == plan;
     });
-    member* one = found == members_.end() ? nullptr : found->get();
-    if (one == nullptr) {
-        one = members_.emplace_back(make_member(plan, id)).get();
-        one->next = never;
+    if (found == members_.end()) {
+        found = members_.insert(found, std::make_unique<member>(context_, id, plan));
     }
-    one->expires = context_.time.now() + kept_after_request;
-    request_waiting& waiting = one->requests.emplace_back();
-    waiting.keep_log = keep_log;
-    waiting.held = std::move(held);
-    return waiting.answer.get_future();
+    member& one = **found;
+    one.expires = context_.time.now() + kept_after_request;
+    one.requests.push_back({{}, keep_log, std::move(held)});
+    return one.requests.back().answer.get_future();
 }
 
 bool server_connection::empty() const {
@@ -85,7 +101,7 @@ timed_task::time_point server_connection::due_of(const member& one) const {
     if (one.leaving || !one.requests.empty()) {
         return time_point::min();
     }
-    return one.expires ? *one.expires : std::max(one.next, status_.next_attempt());
+    return one.expires ? *one.expires : std::max(one.next, next_attempt_);
 }
 
 timed_task::time_point server_connection::due() const {
@@ -114,7 +130,7 @@ void server_connection::run() noexcept {
         }
     } catch (const std::exception&) { // out of memory: perhaps not at the next time
         const std::lock_guard lock{mutex_};
-        status_.pause();
+        next_attempt_ = context_.time.now() + back_off_.fail();
     }
 }
 
@@ -130,15 +146,11 @@ std::unique_ptr<server_connection::member> server_connection::take_leaving(time_
     return gone;
 }
 
-/// @return the sensor that has waited longest
+/// @return the sensor that has waited longest; null when none is due
 server_connection::member* server_connection::choose(time_point now) {
-    member* first = nullptr;
-    for (const auto& one : members_) {
-        if (due_of(*one) <= now && (first == nullptr || due_of(*one) < due_of(*first))) {
-            first = one.get();
-        }
-    }
-    return first;
+    const auto first =
+        std::ranges::min_element(members_, {}, [this](const auto& one) { return due_of(*one); });
+    return first == members_.end() || due_of(**first) > now ? nullptr : first->get();
 }
 
 /// Destroys the sensor, which may take the time of a good-bye to the server.
@@ -151,32 +163,29 @@ void server_connection::dismiss(std::unique_ptr<member> gone) {
         context_.shown.remove_sensor(id);
     }
     if (members_.empty()) {
-        context_.observer.connection_gone(status_.shown().name);
-        status_.leave();
+        context_.own.connection_gone(status_.name);
+        become(connection_state::connecting, std::nullopt);
+        status_.session = false;
     }
     show_connection();
 }
 
 void server_connection::scan(member& one) {
     const time_point started = context_.time.now();
-    std::vector<request_waiting> requests;
-    bool retry = false;
+    std::vector<member::waiting_request> requests;
     {
         const std::lock_guard lock{mutex_};
         requests = std::exchange(one.requests, {});
-        retry = status_.fault().has_value();
     }
-    if (retry) {
-        context_.observer.retried(status_.shown().name);
-    }
-    const bool keep_log = std::ranges::any_of(requests, &request_waiting::keep_log);
+    const bool keep_log = std::ranges::any_of(requests, &member::waiting_request::keep_log);
     scan_outcome outcome = one.sensor.scan(keep_log);
+    outcome.notes.retries += status_.fault ? 1 : 0; // an attempt after the connection had failed
     if (outcome.fault && outcome.fault->connection) {
         resolve(one.sensor.plan(), *outcome.fault);
     }
-    context_.observer.scanned(one.sensor.plan(), outcome);
+    context_.own.scanned(one.sensor.plan(), outcome);
     settle(one, outcome, started);
-    for (request_waiting& waiting : requests) {
+    for (auto& waiting : requests) {
         waiting.held.reset(); // before its next request
         waiting.answer.set_value(outcome);
     }
@@ -187,8 +196,8 @@ void server_connection::resolve(const sensor_plan& plan, sensor_fault& fault) co
     if (!is_ambiguous(fault.identity)) {
         return;
     }
-    if (status_.fault() && status_.fault()->identity == fault.identity) { // known already
-        fault.connection = status_.fault()->connection;
+    if (status_.fault && status_.fault->identity == fault.identity) { // known already
+        fault.connection = status_.state;
         return;
     }
     if (context_.module.has_matching_endpoint(plan.check) == false) {
@@ -198,66 +207,73 @@ void server_connection::resolve(const sensor_plan& plan, sensor_fault& fault) co
 
 void server_connection::settle(member& one, const scan_outcome& outcome, time_point started) {
     const std::lock_guard lock{mutex_};
-    const bool was_held = status_.fault().has_value();
-    const bool had_session = status_.shown().session;
+    const bool had_session = status_.session;
     if (!one.expires) {
         context_.shown.put(outcome.shown, !outcome.fault);
+        plan_next(one, started);
     }
-    plan_next(one, started, was_held);
     if (outcome.fault && outcome.fault->connection) {
-        status_.failed(*outcome.fault);
-        show_others_as_down(one, *outcome.fault);
+        become(*outcome.fault->connection, outcome.fault);
+        status_.session = false;
+        for (const auto& other : members_) {
+            if (other.get() != &one && !other->expires) {
+                context_.shown.put(other->sensor.not_reached(*outcome.fault), false);
+            }
+        }
     } else {
-        status_.answered(outcome.created);
-        try_again_later(one, outcome.created);
+        become(connection_state::ready, std::nullopt);
+        status_.session = status_.session || outcome.created;
+        if (outcome.created) {
+            one.creation.succeed();
+        } else { // because of a wrong NodeID perhaps
+            one.next = context_.time.now() + one.creation.fail();
+        }
     }
-    if (had_session != status_.shown().session) {
-        context_.observer.session_changed(status_.shown().name, status_.shown().session);
+    if (had_session != status_.session) {
+        context_.own.session_changed(status_.name, status_.session);
     }
     show_connection();
 }
 
-void server_connection::show_others_as_down(const member& one, const sensor_fault& fault) {
-    for (const auto& other : members_) {
-        if (other.get() != &one && !other->expires) {
-            context_.shown.put(other->sensor.not_reached(fault), false);
-        }
-    }
-}
-
-/// A sensor that cannot be made although the server is there, of a wrong NodeID perhaps.
-void server_connection::try_again_later(member& one, bool created) const {
-    if (created) {
-        one.creation.succeed();
-    } else if (one.next != never) {
-        one.next = context_.time.now() + one.creation.fail();
-    }
-}
-
 /// Keeps to the interval, whatever a scan took; a scan that could not begin in time is left out.
-void server_connection::plan_next(member& one, time_point started, bool was_held) {
-    if (one.next == never) {
-        return;
-    }
-    const sensor_plan& plan = one.sensor.plan();
-    if (one.has_interval && !was_held && started >= one.next + plan.interval) {
-        context_.observer.missed_interval(plan);
+void server_connection::plan_next(member& one, time_point started) {
+    const auto interval = one.sensor.plan().interval;
+    if (one.has_interval && !status_.fault && started >= one.next + interval) {
+        context_.own.missed_interval();
     }
     one.has_interval = true;
-    one.next = next_slot(one.anchor, plan.interval, context_.time.now());
+    one.next = one.anchor + ((context_.time.now() - one.anchor) / interval + 1) * interval;
+}
+
+/// @param fault why it is down; nothing: it is not, as far as is known
+void server_connection::become(connection_state state, const std::optional<sensor_fault>& fault) {
+    if (status_.state != state) {
+        status_.since = context_.time.wall();
+    }
+    status_.state = state;
+    status_.fault = fault;
+    if (fault) {
+        const auto wait = back_off_.fail();
+        next_attempt_ = context_.time.now() + wait;
+        status_.next_attempt = context_.time.wall() + wait;
+    } else {
+        back_off_.succeed();
+        next_attempt_ = time_point::min();
+        status_.next_attempt.reset();
+    }
 }
 
 /// A connection that only requests use is theirs to tell about.
 void server_connection::show_connection() {
-    const auto count =
-        std::ranges::count_if(members_, [](const auto& one) { return !one->expires; });
-    if (count == 0) {
-        context_.shown.remove_connection(status_.shown().name);
-        return;
+    connection_snapshot shown = status_;
+    shown.sensors = static_cast<std::size_t>(std::ranges::count_if(members_, [](const auto& one) {
+        return !one->expires;
+    }));
+    if (shown.sensors == 0) {
+        context_.shown.remove_connection(shown.name);
+    } else {
+        context_.shown.put(shown);
     }
-    connection_snapshot shown = status_.shown();
-    shown.sensors = static_cast<std::size_t>(count);
-    context_.shown.put(shown);
 }
 
 } // namespace tarvik::monitoring_modules::probe

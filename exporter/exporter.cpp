@@ -2,7 +2,6 @@
 
 #include "exporter/configuration.hpp"
 #include "exporter/http/http_server.hpp"
-#include "exporter/metrics_answer.hpp"
 #include "exporter/module_access.hpp"
 #include "exporter/own_metrics.hpp"
 #include "exporter/routes.hpp"
@@ -35,9 +34,8 @@ void notify_service_manager(const std::string& lines) {
 }
 
 [[nodiscard]] std::string url_of(const http_settings& listen, std::uint16_t port) {
-    const bool ipv6 = listen.address.find(':') != std::string::npos;
-    return (listen.tls ? "https://" : "http://") +
-           (ipv6 ? "[" + listen.address + "]" : listen.address) + ":" + std::to_string(port) + "/";
+    return (listen.tls ? "https://" : "http://") + server_address{listen.address, port}.text() +
+           "/";
 }
 
 /// Everything that serves, in the order in which it depends on each other.
@@ -47,7 +45,7 @@ class exporter_service final {
         : terminal_{terminal},
           path_{options.config},
           module_{module, terminal_, options.log_level.value_or(severity_warning)},
-          languages_{module_},
+          languages_{module_.own()},
           document_{languages_.find("en")},
           config_{read()} {}
 
@@ -60,11 +58,11 @@ class exporter_service final {
     /// Serves until the program is to end.
     void run(interruption& interrupt) {
         scheduler scans{{module_, *document_, time_, store_, own_}, config_->workers};
-        probe_requests probes{scans, metrics_, config_->requested_scans()};
-        const request_routes routes{store_, languages_, metrics_, probes};
+        probe_requests probes{scans, time_, config_->requested_scans()};
+        const answer_sources sources{store_, own_, time_, languages_, probes};
         http_server server{
             config_->listen,
-            [&routes](const http_request& request) { return routes.answer(request); },
+            [&sources](const http_request& request) { return answer_to(request, sources); },
             [this](const std::string& path, int status) {
                 own_.served(route_class(path), status);
             }};
@@ -100,7 +98,7 @@ class exporter_service final {
     /// Before anything is scanned, so that no scan waits for seconds with its place held.
     void prepare(const serve_config& config) const {
         if (takes_generated_key_pair(config)) {
-            module_.prepare();
+            module_.own().prepare();
         }
     }
 
@@ -138,7 +136,6 @@ class exporter_service final {
     const time_source time_{};
     snapshot_store store_{time_};
     own_metrics own_{PROBE_VERSION};
-    metrics_answer metrics_{store_, own_, time_};
 };
 
 } // namespace

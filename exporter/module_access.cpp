@@ -2,7 +2,6 @@
 
 #include "host/probe_error.hpp"
 
-#include <exception>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
@@ -11,51 +10,28 @@ namespace {
 
 constexpr std::int32_t check_id = 0; // checks have numbers of their own
 
-/// What the calls of a thread tell, until they return: lines and events come on the thread that
-/// calls.
-struct call_recording {
-    bool keep_lines = false;
-    std::uint32_t sessions_opened = 0;
-    std::uint32_t retries = 0;
-    kept_lines lines;
-};
-
-// The module knows no other way back to the caller.
+// Lines and events come on the thread that calls; the module knows no other way back to the caller.
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
-thread_local call_recording* open_recording = nullptr;
+thread_local call_notes* open_notes = nullptr;
 
-/// Listens while it lives.
-class listening final {
+/// Has the calls of this thread noted while it lives.
+class note_taking final {
   public:
-    explicit listening(call_recording& to) noexcept { open_recording = &to; }
-    ~listening() { open_recording = nullptr; }
-    listening(const listening&) = delete;
-    listening& operator=(const listening&) = delete;
+    explicit note_taking(call_notes& to) noexcept { open_notes = &to; }
+    ~note_taking() { open_notes = nullptr; }
+    note_taking(const note_taking&) = delete;
+    note_taking& operator=(const note_taking&) = delete;
 };
 
-[[nodiscard]] std::optional<scan_result>
-last_result(const std::vector<std::string>& messages, std::int32_t id) {
-    auto results = messages_about<scan_result>(id, messages);
-    return results.empty() ? std::nullopt : std::optional{std::move(results.back())};
-}
-
-template <typename Call>
-[[nodiscard]] module_answer recorded(std::int32_t id, bool keep_log, Call call) {
-    call_recording log{.keep_lines = keep_log, .lines = {}};
-    const listening ear{log};
-    const call_result made = call();
-    return {
-        made.status,
-        last_result(made.messages, id),
-        log.sessions_opened,
-        log.retries,
-        lines_of(log.lines.take())};
+[[nodiscard]] module_answer answer_of(std::int32_t id, const call_result& made) {
+    auto results = messages_about<scan_result>(id, made.messages);
+    return {made.status, results.empty() ? std::nullopt : std::optional{std::move(results.back())}};
 }
 
 void take_event(const module_event& event) noexcept {
-    if (open_recording != nullptr) {
-        open_recording->sessions_opened += event.kind == ZUNO_EVENT_SESSION_OPENED ? 1 : 0;
-        open_recording->retries += event.kind == ZUNO_EVENT_RETRYING ? 1 : 0;
+    if (open_notes != nullptr) {
+        open_notes->sessions_opened += event.kind == ZUNO_EVENT_SESSION_OPENED ? 1 : 0;
+        open_notes->retries += event.kind == ZUNO_EVENT_RETRYING ? 1 : 0;
     }
 }
 
@@ -78,30 +54,29 @@ void called_module::take(log_line&& line) const {
     if (line.severity <= shown_) {
         terminal_.line(to_text(line));
     }
-    if (open_recording != nullptr && open_recording->keep_lines) {
-        open_recording->lines.add(std::move(line));
+    if (open_notes != nullptr && open_notes->keep_lines) {
+        open_notes->lines.add(std::move(line));
     }
 }
 
-module_answer called_module::create(std::int32_t id, const std::string& record, bool keep_log) {
-    return recorded(id, keep_log, [&] { return module_.create_sensor(id, record); });
+module_answer called_module::create(std::int32_t id, const std::string& record, call_notes& notes) {
+    const note_taking open{notes};
+    return answer_of(id, module_.create_sensor(id, record));
 }
 
-module_answer called_module::scan(std::int32_t id, bool keep_log) {
-    return recorded(id, keep_log, [&] { return module_.scan_sensor(id); });
+module_answer called_module::scan(std::int32_t id, call_notes& notes) {
+    const note_taking open{notes};
+    return answer_of(id, module_.scan_sensor(id));
 }
 
 std::optional<bool> called_module::has_matching_endpoint(const std::string& record) {
     try {
-        for (const std::string& message : module_.check(check_id, record).messages) {
-            const any_message parsed = parse_message(message);
-            if (const auto* result = std::get_if<check_result>(&parsed)) {
-                return result->success;
-            }
-        }
+        const auto messages = module_.check(check_id, record).messages;
+        const auto results = messages_about<check_result>(check_id, messages);
+        return results.empty() ? std::nullopt : std::optional{results.front().success};
     } catch (const probe_error&) { // then it cannot be known
+        return std::nullopt;
     }
-    return std::nullopt;
 }
 
 } // namespace tarvik::monitoring_modules::probe

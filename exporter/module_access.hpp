@@ -1,7 +1,7 @@
 #pragma once
-// What the exporter asks of the module, in terms of sensors and results, so that tests can stand in
-// for it.
+// What the exporter asks of the module, so that tests can stand in for it.
 
+#include "host/kept_lines.hpp"
 #include "host/kept_state.hpp"
 #include "host/log.hpp"
 #include "host/message.hpp"
@@ -11,18 +11,21 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
 /// What one call for a sensor came to.
 struct module_answer {
     std::uint32_t status = OPCUA_MODULE_DONE;
-    std::optional<scan_result> result; ///< the last one of this sensor
+    std::optional<scan_result> result{}; ///< the last one of this sensor
+};
+
+/// What calls tell beside their answers.
+struct call_notes {
+    bool keep_lines = false; ///< whether lines are wanted
+    kept_lines lines{};
     std::uint32_t sessions_opened = 0;
-    std::uint32_t retries = 0; ///< made by the module itself
-    std::vector<log_line> log; ///< when it was asked for
+    std::uint32_t retries = 0;
 };
 
 /// Any threads may call it at once; calls block until the module has answered.
@@ -37,10 +40,10 @@ class module_access {
 
     /// @param record settings of the sensor
     [[nodiscard]] virtual module_answer
-    create(std::int32_t id, const std::string& record, bool keep_log) = 0;
+    create(std::int32_t id, const std::string& record, call_notes& notes) = 0;
 
     /// @param id of a sensor that was created
-    [[nodiscard]] virtual module_answer scan(std::int32_t id, bool keep_log) = 0;
+    [[nodiscard]] virtual module_answer scan(std::int32_t id, call_notes& notes) = 0;
 
     /// Closes the connection when no other sensor uses it, which may take a moment.
     virtual void destroy(std::int32_t id) noexcept = 0;
@@ -54,20 +57,16 @@ class module_access {
 class called_module final : public module_access {
   public:
     /// @param chosen path; empty: where it usually is
-    /// @param terminal must outlive this object
-    /// @param shown lines of this severity and below go to the terminal
+    /// @param terminal must outlive this object; gets lines of the severity shown and below
     /// @throws probe_error when it cannot be loaded or initialised
     called_module(const std::string& chosen, console& terminal, std::int32_t shown);
 
-    /// @see monitoring_module::information
-    [[nodiscard]] std::string information(bool texts) const { return module_.information(texts); }
-
-    /// Does what takes long and is done once, if it has not been done.
-    void prepare() const noexcept { module_.prepare(); }
+    /// The module itself, for what no test stands in for.
+    [[nodiscard]] const monitoring_module& own() const noexcept { return module_; }
 
     [[nodiscard]] module_answer
-    create(std::int32_t id, const std::string& record, bool keep_log) override;
-    [[nodiscard]] module_answer scan(std::int32_t id, bool keep_log) override;
+    create(std::int32_t id, const std::string& record, call_notes& notes) override;
+    [[nodiscard]] module_answer scan(std::int32_t id, call_notes& notes) override;
     void destroy(std::int32_t id) noexcept override { module_.destroy_sensor(id); }
     [[nodiscard]] std::optional<bool> has_matching_endpoint(const std::string& record) override;
 

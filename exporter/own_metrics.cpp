@@ -1,29 +1,24 @@
 #include "exporter/own_metrics.hpp"
 
-#include "exporter/http/http_message.hpp"
 #include "host/translation.hpp"
+#include "text/number.hpp"
 #include "text/words.hpp"
-#include <prometheus/counter.h>
-#include <prometheus/family.h>
-#include <prometheus/gauge.h>
-#include <prometheus/histogram.h>
-#include <prometheus/registry.h>
+#include <sys/resource.h>
+#include <sys/time.h>
 
-#include <algorithm>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 #include <iterator>
-#include <mutex>
-#include <set>
-#include <utility>
+#include <sstream>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-using counters = prometheus::Family<prometheus::Counter>;
-using gauges = prometheus::Family<prometheus::Gauge>;
-using histograms = prometheus::Family<prometheus::Histogram>;
-
 constexpr std::size_t most_errors = 100;
+constexpr const char* good_letters = "abcdefghijklmnopqrstuvwxyz0123456789_.";
 
 [[nodiscard]] const prometheus::Histogram::BucketBoundaries& scan_buckets() {
     static const prometheus::Histogram::BucketBoundaries bounds{
@@ -34,170 +29,158 @@ constexpr std::size_t most_errors = 100;
 /// @return the key of the error's message in letters that are no surprise in a label
 [[nodiscard]] std::string error_label(const std::string& identity) {
     const auto parsed = parse_identity(identity);
-    std::string label = parsed ? parsed->key : "";
-    for (char& letter : label) {
-        letter = lower_case(letter);
-        const bool good = (letter >= 'a' && letter <= 'z') || (letter >= '0' && letter <= '9') ||
-                          letter == '_' || letter == '.';
-        letter = good ? letter : '_';
+    std::string label = lower_case(parsed ? parsed->key : "");
+    for (std::size_t at = 0;
+         (at = label.find_first_not_of(good_letters, at)) != std::string::npos;) {
+        label[at] = '_';
     }
     return label.empty() ? "other" : label.substr(0, 100);
 }
 
-[[nodiscard]] metric_series
-make_series(const prometheus::ClientMetric& metric, prometheus::MetricType type) {
-    metric_series series;
-    for (const auto& label : metric.label) {
-        series.labels.push_back({label.name, label.value});
+template <typename Metric>
+void remove(prometheus::Family<Metric>& family, const prometheus::Labels& labels) {
+    if (family.Has(labels)) {
+        family.Remove(&family.Add(labels));
     }
-    if (type == prometheus::MetricType::Counter) {
-        series.value = metric.counter.value;
-    } else if (type == prometheus::MetricType::Gauge) {
-        series.value = metric.gauge.value;
-    } else {
-        histogram_value& histogram = series.histogram.emplace();
-        for (const auto& bucket : metric.histogram.bucket) {
-            histogram.buckets.push_back({bucket.upper_bound, bucket.cumulative_count});
-        }
-        histogram.count = metric.histogram.sample_count;
-        histogram.sum = metric.histogram.sample_sum;
-    }
-    return series;
 }
 
-[[nodiscard]] metric_family make_family(const prometheus::MetricFamily& collected) {
-    const bool counter = collected.type == prometheus::MetricType::Counter;
-    const bool histogram = collected.type == prometheus::MetricType::Histogram;
+void add_collected(exposition& metrics, const prometheus::MetricFamily& collected) {
     metric_family family{
-        collected.name,
-        collected.help,
-        collected.name.ends_with("_seconds") ? "seconds" : "",
-        counter     ? metric_kind::counter
-        : histogram ? metric_kind::histogram
-                    : metric_kind::gauge};
+        collected.name, collected.help, collected.name.ends_with("_seconds") ? "seconds" : ""};
     for (const prometheus::ClientMetric& metric : collected.metric) {
-        family.series.push_back(make_series(metric, collected.type));
+        metric_series series{metric.label, metric.gauge.value};
+        if (collected.type == prometheus::MetricType::Counter) {
+            family.kind = metric_kind::counter;
+            series.value = metric.counter.value;
+        } else if (collected.type == prometheus::MetricType::Histogram) {
+            family.kind = metric_kind::histogram;
+            series.histogram = metric.histogram;
+        }
+        metrics.add(family, std::move(series));
     }
-    return family;
 }
 
-[[nodiscard]] const char* outcome_of(const scan_outcome& outcome) {
-    if (outcome.fault) {
-        return "error";
+/// @param begin a text; the last one counts
+/// @return the words that follow it in a file of /proc; none when it is not there
+[[nodiscard]] std::vector<std::string> words_after(std::string_view begin, const char* file) {
+    std::ifstream stream{file};
+    const std::string all{std::istreambuf_iterator<char>{stream}, {}};
+    const std::size_t at = all.rfind(begin);
+    std::istringstream rest{at == std::string::npos ? "" : all.substr(at + begin.size())};
+    return {std::istream_iterator<std::string>{rest}, {}};
+}
+
+/// @return how many descriptors are open; 0: unknown
+[[nodiscard]] double open_files() {
+    std::error_code problem;
+    const std::filesystem::directory_iterator files{"/proc/self/fd", problem};
+    // One is the iterator's own.
+    return problem ? 0 : static_cast<double>(std::distance(begin(files), end(files))) - 1;
+}
+
+void add_process(exposition& metrics) {
+    const auto add =
+        [&metrics](const char* name, const char* help, const char* unit, double value) {
+            const bool counts = std::string_view{name}.ends_with("_total");
+            const metric_kind kind = counts ? metric_kind::counter : metric_kind::gauge;
+            metrics.add({name, help, unit, kind}, {{}, value});
+        };
+    if (rusage usage{}; getrusage(RUSAGE_SELF, &usage) == 0) {
+        const auto seconds = [](const timeval& time) {
+            return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
+        };
+        add("process_cpu_seconds_total",
+            "CPU time of this process.",
+            "seconds",
+            seconds(usage.ru_utime) + seconds(usage.ru_stime));
     }
-    return outcome.shown->state == sensor_state::ok ? "ok" : "warning";
+    // Fields are numbered as in proc(5); before the third one is a name in brackets.
+    constexpr std::size_t first = 3;
+    constexpr std::size_t last = 24;
+    const std::vector<std::string> status = words_after(") ", "/proc/self/stat");
+    const std::vector<std::string> boot = words_after("btime ", "/proc/stat");
+    if (status.size() > last - first) {
+        const auto number = [](const std::string& word) {
+            return parse_number<double>(word).value_or(0);
+        };
+        const auto field = [&](std::size_t which) { return number(status.at(which - first)); };
+        const auto ticks = static_cast<double>(sysconf(_SC_CLK_TCK));
+        const auto page = static_cast<double>(sysconf(_SC_PAGESIZE));
+        add("process_threads", "Threads of this process.", "", field(20));
+        add("process_virtual_memory_bytes", "Address space of this process.", "bytes", field(23));
+        add("process_resident_memory_bytes",
+            "Memory of this process in RAM.",
+            "bytes",
+            field(24) * page);
+        if (!boot.empty()) {
+            add("process_start_time_seconds",
+                "When this process started, since 1970.",
+                "seconds",
+                number(boot.front()) + field(22) / ticks);
+        }
+    }
+    if (const double files = open_files(); files > 0) {
+        add("process_open_fds", "Open file descriptors of this process.", "", files);
+    }
+    if (rlimit limit{}; getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        add("process_max_fds",
+            "Most file descriptors that this process may open.",
+            "",
+            static_cast<double>(limit.rlim_cur));
+    }
 }
 
 } // namespace
 
-struct own_metrics::families {
-    explicit families(std::string program_version) : version{std::move(program_version)} {}
-
-    [[nodiscard]] counters& add_counters(const char* name, const char* help) {
-        return prometheus::BuildCounter().Name(name).Help(help).Register(registry);
-    }
-
-    template <typename Metric>
-    static void remove(prometheus::Family<Metric>& family, const prometheus::Labels& labels) {
-        if (family.Has(labels)) {
-            family.Remove(&family.Add(labels));
-        }
-    }
-
-    // The registry guards itself, but not a series from being removed while it is counted up.
-    std::mutex mutex;
-    const std::string version;
-    prometheus::Registry registry;
-    histograms& durations = prometheus::BuildHistogram()
-                                .Name("opcua_probe_scan_duration_seconds")
-                                .Help("How long scans took.")
-                                .Register(registry);
-    counters& scans = add_counters("opcua_probe_scans_total", "Scans by their outcomes.");
-    counters& connects = add_counters("opcua_probe_connects_total", "Sessions that were opened.");
-    counters& retries = add_counters(
-        "opcua_probe_retries_total", "Attempts to reach a server again after a failure."
-    );
-    counters& failures =
-        add_counters("opcua_probe_failures_total", "Failed scans by their errors.");
-    gauges& sessions = prometheus::BuildGauge()
-                           .Name("opcua_probe_sessions")
-                           .Help("Sessions that are open.")
-                           .Register(registry);
-    counters& requests =
-        add_counters("opcua_probe_http_requests_total", "HTTP requests by their answers.");
-    prometheus::Counter& late =
-        add_counters(
-            "opcua_probe_late_scans_total", "Scans that began an interval or more too late."
-        )
-            .Add({});
-    std::set<std::string> errors;
-};
-
-own_metrics::own_metrics(const std::string& version)
-    : families_{std::make_unique<families>(version)} {}
-
-own_metrics::~own_metrics() = default;
-
 void own_metrics::scanned(const sensor_plan& plan, const scan_outcome& outcome) {
     const prometheus::Labels server{{"server", plan.connection}};
-    const std::lock_guard lock{families_->mutex};
-    families_->durations.Add({{"kind", plan.kind}}, scan_buckets()).Observe(outcome.took.count());
-    families_->scans.Add({{"kind", plan.kind}, {"outcome", outcome_of(outcome)}}).Increment();
-    if (outcome.sessions_opened > 0) {
-        families_->connects.Add(server).Increment(outcome.sessions_opened);
+    const bool good = outcome.shown->state == sensor_state::ok;
+    const char* const result = outcome.fault ? "error" : good ? "ok" : "warning";
+    const std::lock_guard lock{mutex_};
+    durations_.Add({{"kind", plan.kind}}, scan_buckets()).Observe(outcome.took.count());
+    scans_.Add({{"kind", plan.kind}, {"outcome", result}}).Increment();
+    if (outcome.notes.sessions_opened > 0) {
+        connects_.Add(server).Increment(outcome.notes.sessions_opened);
     }
-    if (outcome.retries > 0) {
-        families_->retries.Add(server).Increment(outcome.retries);
+    if (outcome.notes.retries > 0) {
+        retries_.Add(server).Increment(outcome.notes.retries);
     }
     if (outcome.fault) {
         std::string label = error_label(outcome.fault->identity);
-        if (families_->errors.size() >= most_errors && !families_->errors.contains(label)) {
+        if (errors_.size() >= most_errors && !errors_.contains(label)) {
             label = "other";
         }
-        families_->errors.insert(label);
-        families_->failures.Add({{"error", label}}).Increment();
+        errors_.insert(label);
+        failures_.Add({{"error", label}}).Increment();
     }
-}
-
-void own_metrics::retried(const std::string& connection) {
-    const std::lock_guard lock{families_->mutex};
-    families_->retries.Add({{"server", connection}}).Increment();
-}
-
-void own_metrics::missed_interval(const sensor_plan& /*plan*/) {
-    families_->late.Increment();
 }
 
 void own_metrics::session_changed(const std::string& connection, bool open) {
-    const std::lock_guard lock{families_->mutex};
-    families_->sessions.Add({{"server", connection}}).Set(open ? 1 : 0);
+    const std::lock_guard lock{mutex_};
+    sessions_.Add({{"server", connection}}).Set(open ? 1 : 0);
 }
 
 void own_metrics::connection_gone(const std::string& connection) {
-    const std::lock_guard lock{families_->mutex};
+    const std::lock_guard lock{mutex_};
     const prometheus::Labels labels{{"server", connection}};
-    families::remove(families_->connects, labels);
-    families::remove(families_->retries, labels);
-    families::remove(families_->sessions, labels);
+    remove(connects_, labels);
+    remove(retries_, labels);
+    remove(sessions_, labels);
 }
 
 void own_metrics::served(const std::string& path_class, int status) {
-    families_->requests.Add({{"path", path_class}, {"code", std::to_string(status)}}).Increment();
+    requests_.Add({{"path", path_class}, {"code", std::to_string(status)}}).Increment();
 }
 
-std::vector<metric_family> own_metrics::collect() const {
-    std::vector<metric_family> result = process_metrics();
-    for (const prometheus::MetricFamily& collected : families_->registry.Collect()) {
-        result.push_back(make_family(collected));
+void own_metrics::add_to(exposition& metrics) const {
+    add_process(metrics);
+    for (const prometheus::MetricFamily& collected : registry_.Collect()) {
+        add_collected(metrics, collected);
     }
-    result.push_back(
-        {"opcua_probe_build_info",
-         "Version of this program.",
-         "",
-         metric_kind::info,
-         {{{{"version", families_->version}}, 1}}}
+    metrics.add(
+        {"opcua_probe_build_info", "Version of this program.", "", metric_kind::info},
+        {{{"version", version_}}, 1}
     );
-    return result;
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,5 +1,6 @@
 #include "exporter/probe_requests.hpp"
 
+#include "exporter/answers.hpp"
 #include "host/log.hpp"
 #include "text/number.hpp"
 #include "text/terminal_text.hpp"
@@ -7,6 +8,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <future>
+#include <optional>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -29,12 +32,13 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
     return std::chrono::duration_cast<clock::duration>(whole - std::min(way_back, whole / 4));
 }
 
-[[nodiscard]] http_answer with_log(const http_answer& metrics, const scan_outcome* outcome) {
+/// @param outcome null: there was none in time
+[[nodiscard]] http_answer with_log(const http_answer& metrics, scan_outcome* outcome) {
     std::string text = "# What the scan logged\n";
     if (outcome == nullptr) {
         text += "(no result in time)\n";
     } else {
-        for (const log_line& line : outcome->log) {
+        for (const log_line& line : lines_of(outcome->notes.lines.take())) {
             text += sanitise(to_text(line)) + "\n";
         }
         text += "\n# Result\n" + sanitise(outcome->shown->text) + "\n";
@@ -42,15 +46,20 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
     return plain_answer(200, text + "\n# Metrics\n" + metrics.body);
 }
 
-using scan_count = std::shared_ptr<std::atomic<std::size_t>>;
-
-/// @return what counts as long as it lives; null when there are as many already
-[[nodiscard]] std::shared_ptr<void> counted_scan(const scan_count& count, std::size_t most) {
-    if (++*count > most) {
-        --*count;
-        return nullptr;
+/// @return nothing when time is over, or we are stopping
+[[nodiscard]] std::optional<scan_outcome> wait_for(
+    std::future<scan_outcome>& answer, clock::time_point deadline, const std::atomic<bool>& stopping
+) {
+    while (!stopping) {
+        const clock::time_point next = std::min(deadline, clock::now() + look_for_stop);
+        if (answer.wait_until(next) == std::future_status::ready) {
+            return answer.get();
+        }
+        if (clock::now() >= deadline) {
+            break;
+        }
     }
-    return {count.get(), [count](void* /*unused*/) { --*count; }};
+    return std::nullopt;
 }
 
 } // namespace
@@ -88,24 +97,10 @@ http_answer probe_requests::answer(const http_request& request) {
     return scan(request, make_plan(server->text(), module, *server, std::chrono::seconds{0}));
 }
 
-std::optional<scan_outcome>
-probe_requests::wait_for(std::future<scan_outcome>& answer, clock::time_point deadline) const {
-    while (!stopping_) {
-        const clock::time_point next = std::min(deadline, clock::now() + look_for_stop);
-        if (answer.wait_until(next) == std::future_status::ready) {
-            return answer.get();
-        }
-        if (clock::now() >= deadline) {
-            break;
-        }
-    }
-    return std::nullopt;
-}
-
 http_answer probe_requests::scan(const http_request& request, const sensor_plan& plan) {
     const clock::time_point deadline = clock::now() + time_for(request);
-    std::shared_ptr<void> counted = counted_scan(running_, most_);
-    if (counted == nullptr) {
+    std::shared_ptr<void> counted = running_;
+    if (counted.use_count() > static_cast<long>(most_) + 1) {
         return plain_answer(503, "too many servers are being asked at this moment\n");
     }
     const bool debug = request.parameter("debug") == "true";
@@ -113,9 +108,10 @@ http_answer probe_requests::scan(const http_request& request, const sensor_plan&
     if (!answer) {
         return plain_answer(503, "too many servers have been asked in the last minutes\n");
     }
-    const std::optional<scan_outcome> outcome = wait_for(*answer, deadline);
-    const scan_outcome* const result = outcome ? &*outcome : nullptr;
-    http_answer metrics = metrics_.one(plan, result, request.header("Accept").value_or(""));
+    std::optional<scan_outcome> outcome = wait_for(*answer, deadline, stopping_);
+    scan_outcome* const result = outcome ? &*outcome : nullptr;
+    const std::string accept = request.header("Accept").value_or("");
+    http_answer metrics = metrics_of_one(plan, result, time_.wall(), accept);
     return debug ? with_log(metrics, result) : std::move(metrics);
 }
 

@@ -3,28 +3,24 @@
 // now, the configuration says what for and which servers may be asked at all.
 
 #include "exporter/configuration.hpp"
-#include "exporter/http/http_message.hpp"
-#include "exporter/metrics_answer.hpp"
+#include "exporter/http/http_server.hpp"
 #include "exporter/scheduler.hpp"
 
 #include <atomic>
-#include <chrono>
-#include <future>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 namespace tarvik::monitoring_modules::probe {
 
 /// Thread-safe.
 class probe_requests final {
   public:
-    /// Scheduler and metrics must outlive this object.
+    /// Scheduler and time must outlive this object.
     /// @param most scans for requests at one time, also of those whose clients wait no longer: the
     /// others keep their threads
-    probe_requests(scheduler& scans, const metrics_answer& metrics, std::size_t most)
+    probe_requests(scheduler& scans, const time_source& time, std::size_t most)
         : scheduler_{scans},
-          metrics_{metrics},
+          time_{time},
           most_{most} {}
 
     /// Replaces the modules that are answered for.
@@ -42,16 +38,11 @@ class probe_requests final {
   private:
     [[nodiscard]] http_answer scan(const http_request& request, const sensor_plan& plan);
 
-    [[nodiscard]] std::optional<scan_outcome> wait_for(
-        std::future<scan_outcome>& answer, std::chrono::steady_clock::time_point deadline
-    ) const;
-
     scheduler& scheduler_;
-    const metrics_answer& metrics_;
+    const time_source& time_;
     const std::size_t most_;
     std::atomic<bool> stopping_ = false;
-    const std::shared_ptr<std::atomic<std::size_t>> running_ =
-        std::make_shared<std::atomic<std::size_t>>(0);
+    const std::shared_ptr<void> running_ = std::make_shared<char>(); // held by each running scan
     std::mutex mutex_;
     std::shared_ptr<const serve_config> config_; // guarded by mutex_
 };

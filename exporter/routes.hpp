@@ -1,12 +1,12 @@
 #pragma once
 // Which request gets which answer.
 
-#include "exporter/http/http_message.hpp"
-#include "exporter/metrics_answer.hpp"
-#include "exporter/module_access.hpp"
+#include "exporter/http/http_server.hpp"
+#include "exporter/own_metrics.hpp"
 #include "exporter/probe_requests.hpp"
 #include "exporter/snapshot.hpp"
 #include "host/module_document.hpp"
+#include "host/monitoring_module.hpp"
 
 #include <map>
 #include <memory>
@@ -20,48 +20,32 @@ namespace tarvik::monitoring_modules::probe {
 class language_cache final {
   public:
     /// @param module must outlive this object
-    explicit language_cache(const called_module& module) : module_{module} {}
+    explicit language_cache(const monitoring_module& module) : module_{module} {}
 
     /// @param code such as "de"
     /// @return English for a language that the module does not have
     [[nodiscard]] std::shared_ptr<const module_document> find(const std::string& code);
 
   private:
-    const called_module& module_;
+    const monitoring_module& module_;
     std::mutex mutex_;
     std::map<std::string, std::shared_ptr<const module_document>> documents_;
 };
 
+/// What answers are made of.
+struct answer_sources {
+    const snapshot_store& shown;
+    const own_metrics& own;
+    const time_source& time;
+    language_cache& languages;
+    probe_requests& probes;
+};
+
+/// Any threads may call it at once.
+[[nodiscard]] http_answer answer_to(const http_request& request, const answer_sources& sources);
+
 /// @return the path if it is one of ours, "page" for the page's files, else "other"
 [[nodiscard]] std::string route_class(const std::string& path);
-
-/// Thread-safe.
-class request_routes final {
-  public:
-    /// All must outlive this object.
-    request_routes(
-        const snapshot_store& shown,
-        language_cache& languages,
-        const metrics_answer& metrics,
-        probe_requests& probes
-    )
-        : store_{shown},
-          languages_{languages},
-          metrics_{metrics},
-          probes_{probes} {}
-
-    [[nodiscard]] http_answer answer(const http_request& request) const;
-
-  private:
-    [[nodiscard]] http_answer state(const http_request& request) const;
-    [[nodiscard]] http_answer curves(const http_request& request) const;
-    [[nodiscard]] http_answer ready() const;
-
-    const snapshot_store& store_;
-    language_cache& languages_;
-    const metrics_answer& metrics_;
-    probe_requests& probes_;
-};
 
 struct page_asset {
     std::string_view path; ///< "/style.css"

@@ -3,7 +3,6 @@
 #include "host/probe_error.hpp"
 
 #include <algorithm>
-#include <iterator>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -26,87 +25,62 @@ worst_state(scan_state result, const std::vector<channel_view>& channels) {
     return worst;
 }
 
-} // namespace
-
-scanned_sensor::scanned_sensor(
-    module_access& module,
-    const module_document& document,
-    const time_source& time,
-    std::int32_t id,
-    sensor_plan plan
-)
-    : module_{module},
-      document_{document},
-      time_{time},
-      id_{id},
-      plan_{std::move(plan)},
-      memory_{document} {
-    auto first = std::make_shared<sensor_snapshot>();
-    first->id = id_;
-    first->name = plan_.name;
-    first->kind = plan_.kind;
-    first->connection = plan_.connection;
-    first->interval = plan_.interval;
-    shown_ = std::move(first);
-}
-
-scanned_sensor::~scanned_sensor() {
-    if (created_) {
-        module_.destroy(id());
-    }
-}
-
-std::shared_ptr<sensor_snapshot> scanned_sensor::copy_of_shown() const {
-    return std::make_shared<sensor_snapshot>(*shown_);
-}
-
-void scanned_sensor::show_fault(sensor_snapshot& next, const sensor_fault& fault) const {
+void show_fault(sensor_snapshot& next, const sensor_fault& fault) {
     next.state = sensor_state::error;
     next.identity = fault.identity;
     next.text = fault.text;
     next.stale = true;
 }
 
+} // namespace
+
+scanned_sensor::scanned_sensor(const scan_context& context, std::int32_t id, sensor_plan plan)
+    : context_{context},
+      id_{id},
+      plan_{std::move(plan)},
+      memory_{context.document},
+      shown_{std::make_shared<const sensor_snapshot>(sensor_snapshot{
+          id_, plan_.name, plan_.kind, plan_.connection, plan_.interval})} {}
+
+scanned_sensor::~scanned_sensor() {
+    if (created_) {
+        context_.module.destroy(id_);
+    }
+}
+
 scan_outcome scanned_sensor::scan(bool keep_log) {
-    scan_outcome outcome;
-    const auto start = time_.now();
-    const auto next = copy_of_shown();
+    scan_outcome outcome{.notes = {.keep_lines = keep_log}};
+    const auto start = context_.time.now();
+    const auto next = std::make_shared<sensor_snapshot>(*shown_);
     try {
-        outcome.fault = create_and_scan(*next, outcome, keep_log);
+        outcome.fault = create_and_scan(*next, outcome.notes);
     } catch (const probe_error& error) { // a message that makes no sense
         outcome.fault = fault_without_message(error.what());
     }
-    outcome.took = time_.now() - start;
-    next->last_scan = time_.wall();
+    outcome.took = context_.time.now() - start;
+    next->last_scan = context_.time.wall();
     if (outcome.fault) {
         show_fault(*next, *outcome.fault);
     } else {
         next->last_good = next->last_scan;
         next->stale = false;
     }
-    shown_ = next;
-    outcome.shown = shown_;
+    outcome.shown = shown_ = next;
     outcome.created = created_;
     return outcome;
 }
 
 std::optional<sensor_fault>
-scanned_sensor::create_and_scan(sensor_snapshot& next, scan_outcome& outcome, bool keep_log) {
-    const auto noted = [&outcome](module_answer answer) {
-        outcome.sessions_opened += answer.sessions_opened;
-        outcome.retries += answer.retries;
-        std::ranges::move(answer.log, std::back_inserter(outcome.log));
-        return answer;
-    };
+scanned_sensor::create_and_scan(sensor_snapshot& next, call_notes& notes) {
     if (!created_) {
-        const module_answer made = noted(module_.create(id(), plan_.record, keep_log));
+        const module_answer made = context_.module.create(id_, plan_.record, notes);
         created_ = made.status == OPCUA_MODULE_DONE;
         if (!created_) {
             auto fault = take(made, "create the sensor", next);
             return fault ? fault : fault_without_message("The module could not create the sensor");
         }
     }
-    return take(noted(module_.scan(id(), keep_log)), "scan the sensor", next);
+    return take(context_.module.scan(id_, notes), "scan the sensor", next);
 }
 
 std::optional<sensor_fault>
@@ -122,19 +96,19 @@ scanned_sensor::take(const module_answer& answer, const char* what, sensor_snaps
     }
     next.identity = result->identity;
     next.text = result->text;
-    next.channels = memory_.take(*result, time_.now());
+    next.channels = memory_.take(*result, context_.time.now());
     next.state = worst_state(result->state, next.channels);
     if (!result->definitions.empty()) {
         next.definitions = std::make_shared<const channel_definitions>(memory_.definitions());
         next.metrics = std::make_shared<const channel_metrics>(
-            plan_.name, plan_.connection, plan_.kind, *next.definitions, document_.lookups()
+            plan_.name, plan_.connection, plan_.kind, *next.definitions, context_.document.lookups()
         );
     }
     return std::nullopt;
 }
 
 std::shared_ptr<const sensor_snapshot> scanned_sensor::not_reached(const sensor_fault& fault) {
-    const auto next = copy_of_shown();
+    const auto next = std::make_shared<sensor_snapshot>(*shown_);
     show_fault(*next, fault);
     shown_ = next;
     return shown_;

@@ -72,7 +72,7 @@ bool scheduler::stop(std::chrono::steady_clock::time_point deadline) {
         connections = connections_;
     }
     for (const auto& [name, used] : connections) {
-        used->remove_all();
+        used->remove(std::nullopt);
         pool_.wake(used);
     }
     const auto is_empty = [](const auto& each) { return each.second->empty(); };
@@ -86,10 +86,9 @@ bool scheduler::stop(std::chrono::steady_clock::time_point deadline) {
 }
 
 void scheduler::drop_empty_connections() {
-    for (auto at = connections_.begin(); at != connections_.end();) {
-        const bool gone = at->second->empty() && pool_.remove(at->second);
-        at = gone ? connections_.erase(at) : std::next(at);
-    }
+    std::erase_if(connections_, [this](const auto& each) {
+        return each.second->empty() && pool_.remove(each.second);
+    });
 }
 
 } // namespace tarvik::monitoring_modules::probe

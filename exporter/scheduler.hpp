@@ -1,6 +1,5 @@
 #pragma once
-// Keeps all sensors scanned: connections beside each other, on one pool of
-// threads.
+// Keeps all sensors scanned: connections beside each other, on one pool of threads.
 
 #include "exporter/configuration.hpp"
 #include "exporter/connection.hpp"
@@ -22,7 +21,7 @@ namespace tarvik::monitoring_modules::probe {
 class scheduler final {
   public:
     /// @param workers most scans at one time
-    scheduler(const connection_context& context, std::size_t workers)
+    scheduler(const scan_context& context, std::size_t workers)
         : context_{context},
           pool_{workers} {}
 
@@ -51,7 +50,7 @@ class scheduler final {
     [[nodiscard]] const std::shared_ptr<server_connection>& connection_of(const std::string& name);
     void drop_empty_connections();
 
-    const connection_context context_;
+    const scan_context context_;
     std::mutex mutex_; // guards all that follows, but for the pool
     std::int32_t last_id_ = 0;
     connection_map connections_;

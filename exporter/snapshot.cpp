@@ -18,7 +18,6 @@ constexpr std::size_t most_removals = 1'000;
     return static_cast<std::uint64_t>(passed.count());
 }
 
-constexpr float nothing = std::numeric_limits<float>::quiet_NaN();
 constexpr auto points = static_cast<std::int64_t>(curve_points);
 
 [[nodiscard]] std::int64_t step_of(curve_history::time_point when) {
@@ -31,6 +30,7 @@ constexpr auto points = static_cast<std::int64_t>(curve_points);
 
 /// @return what the curve shows: growth of counters, values of others
 [[nodiscard]] float shown_value(const channel_view& channel) {
+    constexpr float nothing = std::numeric_limits<float>::quiet_NaN();
     const double value = channel.difference ? channel.growth.value_or(nothing) : channel.scaled;
     constexpr double largest = std::numeric_limits<float>::max();
     return std::isfinite(value) ? static_cast<float>(std::clamp(value, -largest, largest))
@@ -41,9 +41,8 @@ constexpr auto points = static_cast<std::int64_t>(curve_points);
 
 snapshot_store::snapshot_store(const time_source& time)
     : time_{time},
-      first_revision_{first_revision_at(time.wall())},
-      revision_{first_revision_},
-      forgotten_{first_revision_} {}
+      revision_{first_revision_at(time.wall())},
+      forgotten_{revision_} {}
 
 void snapshot_store::put(std::shared_ptr<const sensor_snapshot> sensor, bool current) {
     const std::lock_guard lock{mutex_};
@@ -114,22 +113,14 @@ std::vector<sensor_curves> snapshot_store::curves(const std::vector<std::int32_t
 void curve_history::add(const std::vector<channel_view>& channels, time_point when) {
     const std::int64_t step = step_of(when);
     for (const channel_view& channel : channels) {
-        const auto [at, is_new] = rings_.try_emplace(channel.id);
-        ring& kept = at->second;
-        if (is_new) {
-            kept.low.fill(nothing);
-            kept.high.fill(nothing);
-            kept.last_step = step;
-        }
+        ring& kept = rings_.try_emplace(channel.id, ring{{}, step}).first->second;
         const std::int64_t first_cleared = std::max(kept.last_step + 1, step - points + 1);
         for (std::int64_t passed = first_cleared; passed <= step; ++passed) {
-            kept.low[place_of(passed)] = nothing;
-            kept.high[place_of(passed)] = nothing;
+            kept.points[place_of(passed)] = {};
         }
         kept.last_step = std::max(kept.last_step, step);
         const float value = shown_value(channel);
-        float& low = kept.low[place_of(step)];
-        float& high = kept.high[place_of(step)];
+        auto& [low, high] = kept.points[place_of(step)];
         low = std::fmin(low, value); // the one that is no NaN
         high = std::fmax(high, value);
     }
@@ -139,12 +130,10 @@ std::vector<curve> curve_history::curves(time_point now) const {
     const std::int64_t newest = step_of(now);
     std::vector<curve> result;
     for (const auto& [channel, kept] : rings_) {
-        curve& made = result.emplace_back();
-        made.channel = channel;
+        curve& made = result.emplace_back(curve{channel, {}});
         for (std::int64_t step = newest - points + 1; step <= newest; ++step) {
             const bool known = step <= kept.last_step && step > kept.last_step - points;
-            made.low.push_back(known ? kept.low[place_of(step)] : nothing);
-            made.high.push_back(known ? kept.high[place_of(step)] : nothing);
+            made.points.push_back(known ? kept.points[place_of(step)] : curve_point{});
         }
     }
     return result;

@@ -3,7 +3,6 @@
 // last hour of the channels.
 
 #include "exporter/metrics/channel_metrics.hpp"
-#include "exporter/time_source.hpp"
 #include "host/channel_memory.hpp"
 #include "host/connection_state.hpp"
 
@@ -11,6 +10,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -21,6 +21,29 @@
 
 namespace tarvik::monitoring_modules::probe {
 
+using wall_time = std::chrono::system_clock::time_point;
+
+/// The machine's clocks; tests set the time themselves. Any threads may ask at once.
+class time_source {
+  public:
+    using time_point = std::chrono::steady_clock::time_point;
+
+    time_source() = default;
+    time_source(const time_source&) = delete;
+    time_source& operator=(const time_source&) = delete;
+    virtual ~time_source() = default;
+
+    [[nodiscard]] virtual time_point now() const noexcept { return time_point::clock::now(); }
+    [[nodiscard]] virtual wall_time wall() const noexcept { return wall_time::clock::now(); }
+};
+
+/// Why a sensor has no values.
+struct sensor_fault {
+    std::optional<connection_state> connection; ///< nothing: the connection is not to blame
+    std::string identity;                       ///< of the error's message
+    std::string text;                           ///< in English
+};
+
 /// The worst of the last result and its channels (limits, lookups).
 enum class sensor_state {
     pending, ///< no result yet
@@ -29,13 +52,14 @@ enum class sensor_state {
     error
 };
 
+inline constexpr std::array all_sensor_states{
+    sensor_state::pending, sensor_state::ok, sensor_state::warning, sensor_state::error};
+
 /// @return "warning"
 [[nodiscard]] constexpr std::string_view name_of(sensor_state state) noexcept {
     constexpr std::array<std::string_view, 4> names{"pending", "ok", "warning", "error"};
     return names[static_cast<std::size_t>(state)];
 }
-
-using channel_definitions = std::map<std::int64_t, channel_definition>;
 
 /// One sensor after its last scan; never changed once it is shown.
 struct sensor_snapshot {
@@ -45,23 +69,22 @@ struct sensor_snapshot {
     std::string connection;
     std::chrono::milliseconds interval{};
     sensor_state state = sensor_state::pending;
-    std::string identity; ///< of the message
-    std::string text;     ///< the message in English
-    std::optional<wall_time> last_scan;
-    std::optional<wall_time> last_good;
+    std::string identity{}; ///< of the message
+    std::string text{};     ///< the message in English
+    std::optional<wall_time> last_scan{};
+    std::optional<wall_time> last_good{};
     bool stale = false; ///< the channels are those of the last good scan, not of the last one
-    std::shared_ptr<const channel_definitions> definitions; ///< null: none yet
-    std::shared_ptr<const channel_metrics> metrics;         ///< made of the definitions
-    std::vector<channel_view> channels;
+    std::shared_ptr<const channel_definitions> definitions{}; ///< null: none yet
+    std::shared_ptr<const channel_metrics> metrics{};         ///< made of the definitions
+    std::vector<channel_view> channels{};
 };
 
 struct connection_snapshot {
     std::string name;
     connection_state state = connection_state::connecting;
-    std::string identity; ///< of the message of the last failure
-    std::string text;     ///< in English; empty while the connection is ready
+    std::optional<sensor_fault> fault{}; ///< nothing: it is not down, as far as is known
     wall_time since;
-    std::optional<wall_time> next_attempt;
+    std::optional<wall_time> next_attempt{};
     std::size_t sensors = 0;
     bool session = false; ///< whether one is open, as far as is known
 };
@@ -69,16 +92,21 @@ struct connection_snapshot {
 inline constexpr std::chrono::seconds curve_step{30};
 inline constexpr std::size_t curve_points = 120;
 
-/// A curve, oldest point first; NaN where there was no value.
+/// The values of one step; NaN where there was none.
+struct curve_point {
+    float low = std::numeric_limits<float>::quiet_NaN();
+    float high = low;
+};
+
+/// Oldest point first.
 struct curve {
     std::int64_t channel = 0;
-    std::vector<float> low;
-    std::vector<float> high;
+    std::vector<curve_point> points;
 };
 
 class curve_history final {
   public:
-    using time_point = std::chrono::steady_clock::time_point;
+    using time_point = time_source::time_point;
 
     /// @param when not before the time of an earlier call
     void add(const std::vector<channel_view>& channels, time_point when);
@@ -89,8 +117,7 @@ class curve_history final {
   private:
     /// A ring: the point of step n stands at n modulo its size.
     struct ring {
-        std::array<float, curve_points> low;
-        std::array<float, curve_points> high;
+        std::array<curve_point, curve_points> points{};
         std::int64_t last_step = 0; // the step of the newest point
     };
 
@@ -142,7 +169,6 @@ class snapshot_store final {
 
     const time_source& time_;
     mutable std::mutex mutex_; // guards all that follows
-    const std::uint64_t first_revision_;
     std::uint64_t revision_;
     std::map<std::int32_t, entry> sensors_;
     std::map<std::string, connection_snapshot> connections_;

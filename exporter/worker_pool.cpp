@@ -45,6 +45,11 @@ bool worker_pool::remove(const std::shared_ptr<timed_task>& task) {
     return true;
 }
 
+std::size_t worker_pool::idle() const {
+    const std::lock_guard lock{mutex_};
+    return idle_;
+}
+
 /// Sees to it that somebody waits for the first task of the queue: one who waits already, or else a
 /// new thread.
 void worker_pool::call_somebody() {

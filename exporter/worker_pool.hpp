@@ -1,6 +1,6 @@
 #pragma once
-// Threads that run tasks when these are due. A task that blocks holds one thread and delays no
-// other task while threads are left.
+// Threads that run tasks when these are due. A task that blocks delays no other one while there are
+// threads left.
 
 #include <chrono>
 #include <condition_variable>
@@ -51,6 +51,9 @@ class worker_pool final {
     /// @return false when it runs at this moment: it stays
     bool remove(const std::shared_ptr<timed_task>& task);
 
+    /// @return how many of the threads that were started wait for something to do
+    [[nodiscard]] std::size_t idle() const;
+
   private:
     using time_point = timed_task::time_point;
     struct place {
@@ -65,7 +68,7 @@ class worker_pool final {
     void call_somebody();
 
     const std::size_t most_;
-    std::mutex mutex_; // guards all that follows
+    mutable std::mutex mutex_; // guards all that follows
     // Of those that have nothing to do, one waits for the next task to become due: were it all of
     // them, all would wake up for each task.
     std::condition_variable leader_called_;

@@ -31,26 +31,23 @@ namespace {
     return parse_number<double>(text);
 }
 
-[[nodiscard]] std::string read_at(const yaml_value& value, const std::string& path) {
-    try {
-        return read_file(path);
-    } catch (const std::exception& error) {
-        value.fail(error.what());
-    }
-}
-
-[[nodiscard]] std::string environment(const yaml_value& value, const char* name) {
-    const char* const text = std::getenv(name);
+[[nodiscard]] std::string environment(const yaml_value& value, const std::string& name) {
+    const char* const text = std::getenv(name.c_str());
     if (text == nullptr) {
-        value.fail(std::string{"the environment has no variable "} + name);
+        value.fail("the environment has no variable " + name);
     }
     return text;
 }
 
 /// Editors end a file with a line end, which is no part of a password; a certificate keeps its own.
-[[nodiscard]] std::string without_last_line_end(std::string text) {
-    const bool several_lines = text.find('\n') != text.rfind('\n');
-    return several_lines ? std::move(text) : without_line_end(std::move(text));
+[[nodiscard]] std::string read_at(const yaml_value& value, const std::string& path) {
+    try {
+        std::string text = read_file(path);
+        const bool several_lines = text.find('\n') != text.rfind('\n');
+        return several_lines ? text : without_line_end(std::move(text));
+    } catch (const std::exception& error) {
+        value.fail(error.what());
+    }
 }
 
 [[nodiscard]] std::string credential_path(const yaml_value& value) {
@@ -144,17 +141,6 @@ std::string yaml_value::text() const {
     return node_.Scalar();
 }
 
-std::int64_t yaml_value::integer(std::int64_t lowest, std::int64_t highest) const {
-    const auto number = parse_number<std::int64_t>(text());
-    if (!number || *number < lowest || *number > highest) {
-        fail(
-            "expected a whole number from " + std::to_string(lowest) + " to " +
-            std::to_string(highest)
-        );
-    }
-    return *number;
-}
-
 std::chrono::milliseconds
 yaml_value::duration(std::chrono::milliseconds shortest, std::chrono::milliseconds longest) const {
     const std::optional<double> seconds = seconds_of(text());
@@ -177,7 +163,17 @@ std::int64_t yaml_value::integer_of(
     const std::string& name, std::int64_t lowest, std::int64_t highest, std::int64_t fallback
 ) const {
     const auto found = find(name);
-    return found ? found->integer(lowest, highest) : fallback;
+    if (!found) {
+        return fallback;
+    }
+    const auto number = parse_number<std::int64_t>(found->text());
+    if (!number || *number < lowest || *number > highest) {
+        found->fail(
+            "expected a whole number from " + std::to_string(lowest) + " to " +
+            std::to_string(highest)
+        );
+    }
+    return *number;
 }
 
 std::vector<std::string> yaml_value::texts_of(const std::string& name) const {
@@ -203,29 +199,28 @@ std::string value_source::path(const std::string& text) const {
     return (folder_ / text).string();
 }
 
-sourced_value value_source::read(const yaml_value& value) const {
+std::string value_source::read(const yaml_value& value) const {
     if (!value.is_mapping()) {
-        return {value.text(), false};
+        return value.text();
     }
-    // An unknown member is not named: it may be a secret that somebody put into braces.
-    const auto members = value.members();
-    const std::string source = members.size() == 1 ? members.front().first : std::string{};
-    if (source != "file" && source != "env" && source != "credential") {
-        value.fail("expected one of file, env and credential");
-    }
-    if (const auto file = value.find("file")) {
-        return {without_last_line_end(read_at(*file, path(file->text()))), true};
-    }
-    if (const auto name = value.find("env")) {
-        return {environment(*name, name->text().c_str()), true};
-    }
-    const yaml_value name = value.required("credential");
-    return {without_last_line_end(read_at(name, credential_path(name))), true};
+    if (const auto members = value.members(); members.size() == 1) {
+        const auto& [source, place] = members.front();
+        if (source == "env") {
+            return environment(place, place.text());
+        }
+        if (source == "file") {
+            return read_at(place, path(place.text()));
+        }
+        if (source == "credential") {
+            return read_at(place, credential_path(place));
+        }
+    } // an unknown member is not named: it may be a secret that somebody put into braces
+    value.fail("expected one of file, env and credential");
 }
 
 std::string value_source::secret(const yaml_value& value, bool open) const {
-    sourced_value result = read(value);
-    if (!result.from_outside && open && !result.text.empty()) {
+    std::string text = read(value);
+    if (!value.is_mapping() && open && !text.empty()) {
         value.fail("everybody can read this file, and it holds a secret: chmod o-rwx, or name a "
                    "{file: PATH}, {env: NAME} or {credential: NAME}");
     }
@@ -233,7 +228,7 @@ std::string value_source::secret(const yaml_value& value, bool open) const {
         is_open_to_all(path(value.required("file").text()))) {
         value.fail("everybody can read the secret in this file: chmod o-rwx");
     }
-    return std::move(result.text);
+    return text;
 }
 
 } // namespace tarvik::monitoring_modules::probe

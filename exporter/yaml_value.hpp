@@ -1,6 +1,6 @@
 #pragma once
-// A value in a YAML file and where it stands, so that every error names the line and the place; and
-// values of settings: a text, or where it comes from.
+// A value in a YAML file and where it stands, so that every error names both; and values of
+// settings: a text, or where it comes from.
 
 #include <yaml-cpp/yaml.h>
 
@@ -19,10 +19,8 @@ namespace tarvik::monitoring_modules::probe {
 class yaml_value final {
   public:
     /// @param file shown in errors
-    /// @param text of the file
     [[nodiscard]] static yaml_value parse(const std::string& text, const std::string& file);
 
-    /// @return whether this is a mapping
     [[nodiscard]] bool is_mapping() const { return node_.IsMap(); }
 
     /// @return nothing when the member is absent or null
@@ -38,7 +36,6 @@ class yaml_value final {
 
     /// @return the text of a scalar, as it was written
     [[nodiscard]] std::string text() const;
-    [[nodiscard]] std::int64_t integer(std::int64_t lowest, std::int64_t highest) const;
 
     /// "500ms", "10s", "2m", "1h", or a number of seconds.
     [[nodiscard]] std::chrono::milliseconds
@@ -63,21 +60,15 @@ class yaml_value final {
     std::string file_;
 };
 
-struct sourced_value {
-    std::string text;
-    bool from_outside = false; ///< of a file, the environment or a systemd credential
-};
-
 class value_source final {
   public:
     /// @param folder where relative paths begin: the configuration's own
     explicit value_source(std::filesystem::path folder) : folder_{std::move(folder)} {}
 
     /// Takes a text, or one of {file: PATH}, {env: NAME} and {credential: NAME}, a file in
-    /// $CREDENTIALS_DIRECTORY. A line end at the end of what comes from outside is no part of it,
-    /// unless it has several lines.
+    /// $CREDENTIALS_DIRECTORY. A line end behind the only line of a file is no part of it.
     /// @throws probe_error (usage) when it is none of these, or what it names is not there
-    [[nodiscard]] sourced_value read(const yaml_value& value) const;
+    [[nodiscard]] std::string read(const yaml_value& value) const;
 
     /// The same for a secret.
     /// @param open whether others than owner and group can read the configuration

@@ -2,7 +2,7 @@
 // What a command line asks for.
 
 #include "explorer/commands.hpp"
-#include "exporter/exporter_options.hpp"
+#include "exporter/exporter.hpp"
 #include "host/probe_error.hpp"
 #include "host/settings_record.hpp"
 #include "terminal/command_context.hpp"

@@ -1,23 +1,21 @@
 #include "exporter/http/access_rules.hpp"
 
-#include "host/probe_error.hpp"
 #include "text/words.hpp"
 #include <arpa/inet.h>
 #include <gnutls/crypto.h>
 #include <gnutls/gnutls.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
+#include <memory>
 #include <new>
-#include <string_view>
-#include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
 constexpr std::string_view scheme = "Basic ";
+constexpr std::string_view open_paths[] = {"/healthz", "/readyz"}; // need no password
 
 /// @return an IP address in its binary form: 4 or 16 bytes
 [[nodiscard]] std::optional<std::string> parse_ip(std::string_view text) {
@@ -25,12 +23,12 @@ constexpr std::string_view scheme = "Basic ";
         return std::nullopt; // would end the text early
     }
     const std::string copy{text};
-    std::array<char, sizeof(in6_addr)> bytes{};
-    if (inet_pton(AF_INET, copy.c_str(), bytes.data()) == 1) {
-        return std::string{bytes.data(), sizeof(in_addr)};
-    }
-    if (inet_pton(AF_INET6, copy.c_str(), bytes.data()) == 1) {
-        return std::string{bytes.data(), sizeof(in6_addr)};
+    for (const auto& [family, size] :
+         {std::pair{AF_INET, sizeof(in_addr)}, std::pair{AF_INET6, sizeof(in6_addr)}}) {
+        std::string bytes(size, '\0');
+        if (inet_pton(family, copy.c_str(), bytes.data()) == 1) {
+            return bytes;
+        }
     }
     return std::nullopt;
 }
@@ -59,22 +57,9 @@ struct named_host {
     return name.empty() || !good_port ? std::nullopt : std::optional{named_host{name, bracketed}};
 }
 
-[[nodiscard]] bool is_loopback(const std::string& ip) {
-    return ip.size() == 4 ? ip.front() == 127 : ip == parse_ip("::1");
-}
-
-[[nodiscard]] bool is_wildcard(const std::string& ip) {
-    return ip.find_first_not_of('\0') == std::string::npos;
-}
-
-[[nodiscard]] std::string encoded(const std::optional<http_credentials>& wanted) {
-    if (!wanted) {
-        return "";
-    }
-    if (wanted->user.find(':') != std::string::npos) {
-        throw probe_error{exit_code::usage, "The user of the web page may not have a colon"};
-    }
-    std::string plain = wanted->user + ":" + wanted->password;
+/// @return user and password as they come in a header
+[[nodiscard]] std::string encoded(const http_credentials& wanted) {
+    std::string plain = wanted.user + ":" + wanted.password;
     const gnutls_datum_t bytes{
         reinterpret_cast<unsigned char*>(plain.data()), static_cast<unsigned>(plain.size())};
     gnutls_datum_t made{};
@@ -83,11 +68,6 @@ struct named_host {
     }
     const std::unique_ptr<unsigned char, decltype(gnutls_free)> owner{made.data, gnutls_free};
     return {reinterpret_cast<const char*>(made.data), made.size};
-}
-
-[[nodiscard]] bool equal_in_constant_time(std::string_view given, std::string_view wanted) {
-    return given.size() == wanted.size() &&
-           gnutls_memcmp(given.data(), wanted.data(), wanted.size()) == 0;
 }
 
 /// A name that has other characters than RFC 9110 lets it have, or a line end within a value, can
@@ -139,24 +119,25 @@ struct named_host {
 
 } // namespace
 
-host_rule::host_rule(
-    const std::string& address, const std::string& bound, std::vector<std::string> names
-)
-    : names_{std::move(names)},
-      ip_{parse_ip(bound)} {
-    if (!parse_ip(address)) {
-        names_.push_back(address);
+access_rules::access_rules(const http_settings& settings, const std::string& bound)
+    : names_{settings.allowed_hosts},
+      ip_{parse_ip(bound)},
+      credentials_{settings.basic_auth ? encoded(*settings.basic_auth) : ""} {
+    if (!parse_ip(settings.address)) {
+        names_.push_back(settings.address);
     }
-    const bool wildcard = ip_ && is_wildcard(*ip_);
-    if (wildcard || (ip_ && is_loopback(*ip_))) {
+    const bool is_wildcard = ip_ && ip_->find_first_not_of('\0') == std::string::npos;
+    const bool is_loopback =
+        ip_ && (ip_->size() == sizeof(in_addr) ? ip_->front() == 127 : ip_ == parse_ip("::1"));
+    if (is_wildcard || is_loopback) {
         names_.emplace_back("localhost");
     }
-    if (wildcard) {
+    if (is_wildcard) {
         ip_.reset();
     }
 }
 
-bool host_rule::allows(std::string_view host) const {
+bool access_rules::is_our_name(std::string_view host) const {
     const std::optional<named_host> called = without_port(host);
     if (!called) {
         return false;
@@ -173,11 +154,6 @@ bool host_rule::allows(std::string_view host) const {
     });
 }
 
-access_rules::access_rules(const http_settings& settings, const std::string& bound)
-    : hosts_{settings.address, bound, settings.allowed_hosts},
-      credentials_{encoded(settings.basic_auth)},
-      open_paths_{settings.open_paths} {}
-
 std::optional<int> access_rules::refusal(const http_request& request) const {
     if (request.method != "GET" && request.method != "HEAD") {
         return 405;
@@ -189,7 +165,7 @@ std::optional<int> access_rules::refusal(const http_request& request) const {
     if (!host || !request.path.starts_with('/') || has_odd_header(request)) {
         return 400;
     }
-    if (!hosts_.allows(*host)) {
+    if (!is_our_name(*host)) {
         return 421;
     }
     if (is_of_other_page(request, *host)) {
@@ -199,13 +175,16 @@ std::optional<int> access_rules::refusal(const http_request& request) const {
 }
 
 bool access_rules::knows_password(const http_request& request) const {
-    if (credentials_.empty() || std::ranges::count(open_paths_, request.path) > 0) {
+    if (credentials_.empty() || contains(open_paths, request.path)) {
         return true;
     }
-    const std::string given = only(request, "Authorization").value_or("");
-    return given.size() > scheme.size() &&
-           same_in_any_case(std::string_view{given}.substr(0, scheme.size()), scheme) &&
-           equal_in_constant_time(std::string_view{given}.substr(scheme.size()), credentials_);
+    const std::string header = only(request, "Authorization").value_or("");
+    if (!same_in_any_case(header.substr(0, scheme.size()), scheme)) {
+        return false;
+    }
+    const std::string given = header.substr(scheme.size());
+    return given.size() == credentials_.size() && // compared in constant time
+           gnutls_memcmp(given.data(), credentials_.data(), given.size()) == 0;
 }
 
 } // namespace tarvik::monitoring_modules::probe

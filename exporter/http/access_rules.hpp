@@ -10,41 +10,28 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-/// By which names the server may be called. A web page can have its own name bound to our address
-/// and would then be allowed by its browser to read what we answer; but it cannot do so with an IP
-/// address, with "localhost" or with a name that only we give away.
-class host_rule final {
-  public:
-    /// @param address as configured: an IP address or a name
-    /// @param bound the IP address that is listened on
-    /// @param names further ones, in any case
-    host_rule(const std::string& address, const std::string& bound, std::vector<std::string> names);
-
-    /// @param host of a request's header: name, IPv4 address or IPv6 address in brackets, perhaps
-    /// with a port, which is not looked at
-    /// @return whether that is us
-    [[nodiscard]] bool allows(std::string_view host) const;
-
-  private:
-    std::vector<std::string> names_;
-    std::optional<std::string> ip_; // the only one; nothing: any, since all are listened on
-};
-
 class access_rules final {
   public:
     /// @param bound the IP address that is listened on
-    /// @throws probe_error (usage) for a user's name with ":"
     access_rules(const http_settings& settings, const std::string& bound);
 
     /// @return the status of the refusal; nothing: the request is welcome
     [[nodiscard]] std::optional<int> refusal(const http_request& request) const;
 
+    /// A web page can have its own name bound to our address and would then be allowed by its
+    /// browser to read what we answer; but it cannot do so with an IP address, with "localhost" or
+    /// with a name that only we give away.
+    /// @param host of a request's header: name, IPv4 address or IPv6 address in brackets, perhaps
+    /// with a port, which is not looked at
+    /// @return whether that is us
+    [[nodiscard]] bool is_our_name(std::string_view host) const;
+
   private:
     [[nodiscard]] bool knows_password(const http_request& request) const;
 
-    host_rule hosts_;
-    std::string credentials_; // as they come, in base 64; empty: nobody is asked
-    std::vector<std::string> open_paths_;
+    std::vector<std::string> names_;
+    std::optional<std::string> ip_; // the only one; nothing: any, since all are listened on
+    std::string credentials_;       // as they come, in base 64; empty: nobody is asked
 };
 
 } // namespace tarvik::monitoring_modules::probe

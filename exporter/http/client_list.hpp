@@ -27,7 +27,6 @@ class client_list final {
         phase state = phase::receiving;
         clock::time_point since;
         bool dismissed = false;
-        std::list<client>::iterator self;
     };
 
     explicit client_list(const http_limits& limits) : limits_{limits} {}
@@ -35,9 +34,7 @@ class client_list final {
     /// @return lives until it is removed
     [[nodiscard]] client* add(int socket) {
         make_room(clock::now());
-        clients_.push_front({socket, phase::receiving, clock::now(), false, {}});
-        clients_.front().self = clients_.begin();
-        return &clients_.front();
+        return &clients_.emplace_front(client{socket, phase::receiving, clock::now()});
     }
 
     void enter(client& one, phase state) {
@@ -51,7 +48,7 @@ class client_list final {
     void remove(client* one) {
         if (one != nullptr) {
             enter(*one, phase::receiving);
-            clients_.erase(one->self);
+            clients_.remove_if([one](const client& each) { return &each == one; });
         }
     }
 

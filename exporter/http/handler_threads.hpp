@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <mutex>
+#include <stop_token>
 #include <thread>
 #include <vector>
 
@@ -19,7 +20,7 @@ class handler_threads final {
     /// @param count at least 1
     explicit handler_threads(std::size_t count) {
         for (std::size_t i = 0; i < count; ++i) {
-            threads_.emplace_back([this] { work(); });
+            threads_.emplace_back([this](const std::stop_token& stop) { work(stop); });
         }
     }
 
@@ -46,22 +47,13 @@ class handler_threads final {
             const std::lock_guard lock{mutex_};
             stopping_ = true;
         }
-        changed_.notify_all();
-        for (std::thread& thread : threads_) {
-            if (thread.joinable()) {
-                thread.join();
-            }
-        }
+        threads_.clear();
     }
 
   private:
-    void work() {
+    void work(const std::stop_token& stop) {
         std::unique_lock lock{mutex_};
-        while (true) {
-            changed_.wait(lock, [this] { return stopping_ || !waiting_.empty(); });
-            if (waiting_.empty()) {
-                return;
-            }
+        while (changed_.wait(lock, stop, [this] { return !waiting_.empty(); })) {
             const job taken = std::move(waiting_.front());
             waiting_.pop_front();
             lock.unlock();
@@ -71,10 +63,10 @@ class handler_threads final {
     }
 
     std::mutex mutex_; // guards all that follows
-    std::condition_variable changed_;
+    std::condition_variable_any changed_;
     std::deque<job> waiting_;
     bool stopping_ = false;
-    std::vector<std::thread> threads_;
+    std::vector<std::jthread> threads_; // stops and joins each
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,6 +1,5 @@
 #include "exporter/http/http_response.hpp"
 
-#include "exporter/http/http_message.hpp"
 #include "text/number.hpp"
 #include "text/words.hpp"
 
@@ -29,46 +28,10 @@ void release_body(void* body) {
 
 constexpr std::size_t smallest_body = 1024;
 
-/// Takes what stands before the next separator away from the text.
-/// @return it, in lower case and without blanks around it
-[[nodiscard]] std::string next_part(std::string_view& text, char separator) {
-    std::string_view part = text.substr(0, text.find(separator));
-    text.remove_prefix(std::min(part.size() + 1, text.size()));
-    part.remove_prefix(std::min(part.find_first_not_of(" \t"), part.size()));
-    return lower_case(part.substr(0, part.find_last_not_of(" \t") + 1));
+[[nodiscard]] std::string_view trimmed(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    return text.substr(0, text.find_last_not_of(" \t") + 1);
 }
-
-[[nodiscard]] double read_weight(const std::string& text) {
-    const double weight = parse_number<double>(text).value_or(0);
-    return weight >= 0 && weight <= 1 ? weight : 0;
-}
-
-/// A running compressor.
-class gzip_stream final {
-  public:
-    gzip_stream() {
-        constexpr int largest_window_with_gzip_head = 15 + 16; // as zlib numbers them
-        constexpr int usual_memory = 8;
-        if (deflateInit2(
-                &state_,
-                Z_DEFAULT_COMPRESSION,
-                Z_DEFLATED,
-                largest_window_with_gzip_head,
-                usual_memory,
-                Z_DEFAULT_STRATEGY
-            ) != Z_OK) {
-            throw std::bad_alloc{};
-        }
-    }
-    ~gzip_stream() { deflateEnd(&state_); }
-    gzip_stream(const gzip_stream&) = delete;
-    gzip_stream& operator=(const gzip_stream&) = delete;
-
-    [[nodiscard]] z_stream& state() noexcept { return state_; }
-
-  private:
-    z_stream state_{};
-};
 
 [[nodiscard]] bool is_worth_compressing(const http_answer& answer) {
     const std::string type = answer.content_type.substr(0, answer.content_type.find(';'));
@@ -77,13 +40,17 @@ class gzip_stream final {
             type == "application/json" || type == "image/svg+xml");
 }
 
-[[nodiscard]] std::string gzipped(const std::string& body) {
-    gzip_stream stream;
-    z_stream& state = stream.state();
+[[nodiscard]] std::string gzipped(std::string body) {
+    constexpr int window = 15 + 16; // the largest, with the head of gzip, as zlib numbers them
+    constexpr int usual_memory = 8;
+    constexpr int level = Z_DEFAULT_COMPRESSION;
+    z_stream state{};
+    if (deflateInit2(&state, level, Z_DEFLATED, window, usual_memory, Z_DEFAULT_STRATEGY) != Z_OK) {
+        throw std::bad_alloc{};
+    }
+    const std::unique_ptr<z_stream, releaser<deflateEnd>> owner{&state};
     std::string result(deflateBound(&state, body.size()), '\0');
-    // zlib takes bytes as not constant, but leaves them as they are.
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast)
-    state.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(body.data()));
+    state.next_in = reinterpret_cast<Bytef*>(body.data());
     state.avail_in = static_cast<uInt>(body.size());
     state.next_out = reinterpret_cast<Bytef*>(result.data());
     state.avail_out = static_cast<uInt>(result.size());
@@ -98,12 +65,7 @@ class gzip_stream final {
     return bytes == nullptr ? std::string{} : std::string{bytes, size};
 }
 
-/// Headers or parameters, and whether one was lost.
-struct collected {
-    http_headers values;
-    bool lost = false;
-};
-
+/// Adds a header or parameter; ends the collection when there is no memory for it.
 MHD_Result collect(
     void* to,
     MHD_ValueKind /*kind*/,
@@ -112,22 +74,23 @@ MHD_Result collect(
     const char* value,
     std::size_t size
 ) noexcept {
-    auto& all = *static_cast<collected*>(to);
     try {
-        all.values.emplace_back(text_of(name, name_size), text_of(value, size));
-    } catch (const std::exception&) { // out of memory
-        all.lost = true;
+        static_cast<http_headers*>(to)->emplace_back(
+            text_of(name, name_size), text_of(value, size)
+        );
+        return MHD_YES;
+    } catch (const std::exception&) {
+        return MHD_NO;
     }
-    return MHD_YES;
 }
 
 [[nodiscard]] http_headers values_of(MHD_Connection* connection, MHD_ValueKind kind) {
-    collected all;
-    MHD_get_connection_values_n(connection, kind, collect, &all);
-    if (all.lost) {
+    http_headers values;
+    const int count = MHD_get_connection_values_n(connection, kind, nullptr, nullptr);
+    if (count < 0 || MHD_get_connection_values_n(connection, kind, collect, &values) != count) {
         throw std::bad_alloc{};
     }
-    return std::move(all.values);
+    return values;
 }
 
 } // namespace
@@ -165,12 +128,9 @@ http_headers fixed_headers(bool secure) {
 }
 
 http_answer refusal(int status) {
-    http_answer answer{
-        status,
-        "text/plain; charset=utf-8",
-        std::to_string(status) + " " + MHD_get_reason_phrase_for(static_cast<unsigned>(status)) +
-            "\n",
-        {{"Connection", "close"}}};
+    const std::string reason = MHD_get_reason_phrase_for(static_cast<unsigned>(status));
+    http_answer answer = plain_answer(status, std::to_string(status) + " " + reason + "\n");
+    answer.headers.emplace_back("Connection", "close");
     if (status == 401) {
         answer.headers.emplace_back(
             "WWW-Authenticate", R"(Basic realm="opcua-probe", charset="UTF-8")"
@@ -205,17 +165,17 @@ response_owner make_response(http_answer answer, http_headers fixed) {
 
 std::vector<accepted_choice> accepted_choices(std::string_view header) {
     std::vector<accepted_choice> choices;
-    while (!header.empty()) {
-        std::string_view range = header.substr(0, header.find(','));
-        header.remove_prefix(std::min(range.size() + 1, header.size()));
+    for (const std::string& range : split_at(',', lower_case(header))) {
+        const std::vector<std::string> parts = split_at(';', range);
         accepted_choice& choice = choices.emplace_back();
-        choice.name = next_part(range, ';');
-        while (!range.empty()) {
-            const std::string parameter = next_part(range, ';');
-            if (parameter.starts_with("q=")) {
-                choice.weight = read_weight(parameter.substr(2));
-            } else if (parameter.starts_with("version=")) {
-                choice.version = parameter.substr(8);
+        choice.name = trimmed(parts.front());
+        for (const std::string_view parameter : parts) {
+            const std::string_view text = trimmed(parameter);
+            if (text.starts_with("q=")) {
+                const double weight = parse_number<double>(text.substr(2)).value_or(0);
+                choice.weight = weight >= 0 && weight <= 1 ? weight : 0;
+            } else if (text.starts_with("version=")) {
+                choice.version = text.substr(8);
                 std::erase(choice.version, '"');
             }
         }

@@ -1,7 +1,7 @@
 #pragma once
 // Requests and answers as libmicrohttpd has them, and what a client accepts.
 
-#include "exporter/http/http_message.hpp"
+#include "exporter/http/http_server.hpp"
 #include "exporter/http/listening.hpp"
 
 #include <microhttpd.h>
@@ -19,12 +19,11 @@ using response_owner = std::unique_ptr<MHD_Response, releaser<MHD_destroy_respon
 [[nodiscard]] http_request
 read_request(MHD_Connection* connection, const char* path, const char* method);
 
-/// @param secure whether it goes over TLS
+/// @param secure over TLS
 /// @return what each answer tells browsers
 [[nodiscard]] http_headers fixed_headers(bool secure);
 
-/// @return the answer to a request that is not welcome, after which the connection is closed; it
-/// holds nothing of the request
+/// @return an answer that holds nothing of the request and closes the connection
 [[nodiscard]] http_answer refusal(int status);
 
 /// @param fixed the answer's own headers replace those of the same names

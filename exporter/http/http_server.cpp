@@ -64,7 +64,7 @@ class http_server::parts final {
              this},
             number(MHD_OPTION_CONNECTION_LIMIT, settings_.limits.connections + margin),
             number(MHD_OPTION_CONNECTION_MEMORY_LIMIT, settings_.limits.head_size + head_of_answer),
-            number(MHD_OPTION_CONNECTION_TIMEOUT, seconds(settings_.limits.silence)),
+            number(MHD_OPTION_CONNECTION_TIMEOUT, settings_.limits.silence.count()),
         };
         unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
         if (tls_) {
@@ -75,16 +75,9 @@ class http_server::parts final {
             options.push_back(text(MHD_OPTION_HTTPS_PRIORITIES, priorities_));
         }
         options.push_back({MHD_OPTION_END, 0, nullptr});
+        const auto array = MHD_OPTION_ARRAY;
         daemon_.reset(MHD_start_daemon(
-            flags,
-            0,
-            nullptr,
-            nullptr,
-            &serve,
-            this,
-            MHD_OPTION_ARRAY,
-            options.data(),
-            MHD_OPTION_END
+            flags, 0, nullptr, nullptr, &serve, this, array, options.data(), MHD_OPTION_END
         ));
         if (daemon_ == nullptr) {
             throw probe_error{exit_code::not_loaded, "The web server could not be started"};
@@ -109,10 +102,7 @@ class http_server::parts final {
     }
 
   private:
-    [[nodiscard]] static unsigned seconds(std::chrono::seconds time) {
-        return static_cast<unsigned>(time.count());
-    }
-    [[nodiscard]] static MHD_OptionItem number(MHD_OPTION option, std::size_t value) {
+    [[nodiscard]] static MHD_OptionItem number(MHD_OPTION option, auto value) {
         return {option, static_cast<std::intptr_t>(value), nullptr};
     }
     [[nodiscard]] static MHD_OptionItem text(MHD_OPTION option, std::string& value) {
@@ -187,9 +177,7 @@ class http_server::parts final {
             return MHD_YES; // and we are called again
         }
         clients_.enter(client, client_list::phase::sending);
-        if (observer_) {
-            observer_(request.path, *refused);
-        }
+        observer_(request.path, *refused);
         return send(connection, refusal(*refused));
     }
 
@@ -228,16 +216,11 @@ class http_server::parts final {
         http_answer answer;
         try {
             answer = handler_(request);
-            if (answer.content_type.empty()) {
-                answer.content_type = "text/plain";
-            }
             compress(answer, request.header("Accept-Encoding").value_or(""));
         } catch (...) {
             answer = refusal(500);
         }
-        if (observer_) {
-            observer_(request.path, answer.status);
-        }
+        observer_(request.path, answer.status);
         return answer;
     }
 

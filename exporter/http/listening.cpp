@@ -2,6 +2,7 @@
 
 #include "host/probe_error.hpp"
 #include "host/secret_file.hpp"
+#include "text/number.hpp"
 #include <gnutls/abstract.h>
 #include <gnutls/gnutls.h>
 #include <netinet/in.h>
@@ -22,10 +23,7 @@ namespace {
 
 constexpr int backlog = 128;
 
-struct address_list_deleter {
-    void operator()(addrinfo* list) const noexcept { freeaddrinfo(list); }
-};
-using address_list = std::unique_ptr<addrinfo, address_list_deleter>;
+using address_list = std::unique_ptr<addrinfo, releaser<freeaddrinfo>>;
 
 [[nodiscard]] address_list resolve(const std::string& address, std::uint16_t port) {
     addrinfo hints{};
@@ -40,26 +38,6 @@ using address_list = std::unique_ptr<addrinfo, address_list_deleter>;
             "Cannot listen on \"" + address + "\": " + std::string{gai_strerror(result)}};
     }
     return address_list{found};
-}
-
-/// @return the IP address as text, with its port
-[[nodiscard]] std::pair<std::string, std::uint16_t>
-name_of(const sockaddr_storage& address, socklen_t size) {
-    std::array<char, NI_MAXHOST> host{};
-    std::array<char, NI_MAXSERV> port{};
-    const int result = getnameinfo(
-        reinterpret_cast<const sockaddr*>(&address),
-        size,
-        host.data(),
-        host.size(),
-        port.data(),
-        port.size(),
-        NI_NUMERICHOST | NI_NUMERICSERV
-    );
-    if (result != 0) {
-        return {};
-    }
-    return {host.data(), static_cast<std::uint16_t>(std::stoi(port.data()))};
 }
 
 void switch_option(int socket, int level, int option, int value) noexcept {
@@ -116,8 +94,16 @@ listening_socket::listening_socket(const std::string& address, std::uint16_t por
     check(::listen(made.get(), backlog) == 0);
     sockaddr_storage bound{};
     socklen_t size = sizeof bound;
-    check(getsockname(made.get(), reinterpret_cast<sockaddr*>(&bound), &size) == 0);
-    std::tie(address_, port_) = name_of(bound, size);
+    auto* const raw = reinterpret_cast<sockaddr*>(&bound);
+    check(getsockname(made.get(), raw, &size) == 0);
+    std::array<char, NI_MAXHOST> host{};
+    std::array<char, NI_MAXSERV> digits{};
+    constexpr int numeric = NI_NUMERICHOST | NI_NUMERICSERV;
+    const int result =
+        getnameinfo(raw, size, host.data(), host.size(), digits.data(), digits.size(), numeric);
+    check(result == 0);
+    address_ = host.data();
+    port_ = parse_number<std::uint16_t>(digits.data()).value_or(0);
     socket_.swap(made);
 }
 

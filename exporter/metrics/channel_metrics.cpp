@@ -34,22 +34,19 @@ channel_metrics::channel_metrics(
     const std::string& sensor,
     const std::string& server,
     std::string_view kind,
-    const definitions& channels,
+    const channel_definitions& channels,
     const std::vector<lookup_description>& lookups
 ) {
     std::set<std::string> names;
     for (const auto& [id, definition] : channels) {
-        auto states = states_of(definition.lookup, lookups);
-        metric_descriptor descriptor = describe(kind, definition, !states.empty());
-        std::vector<metric_label> labels{
+        described_channel& added = channels_[id];
+        added.states = states_of(definition.lookup, lookups);
+        added.descriptor = describe(kind, definition, !added.states.empty());
+        added.multiplier = definition.multiplier;
+        added.labels = {
             {"sensor", sensor},
             {"server", server},
             {"channel", unique_name(definition.name, names)}};
-        channels_.emplace(
-            id,
-            described_channel{
-                std::move(descriptor), definition.multiplier, std::move(labels), std::move(states)}
-        );
     }
 }
 
@@ -58,32 +55,25 @@ void channel_metrics::add(exposition& metrics, std::int64_t id, const channel_nu
     if (found == channels_.end()) {
         return;
     }
-    const described_channel& channel = found->second;
-    if (!channel.states.empty()) {
-        add_states(metrics, channel, raw);
-        return;
-    }
-    const double value = channel.descriptor.value(as_double(raw) * channel.multiplier);
-    if (channel.descriptor.head.kind == metric_kind::counter && !(value >= 0)) {
-        return;
-    }
-    metrics.add(channel.descriptor.head, {channel.labels, value});
-}
-
-void channel_metrics::add_states(
-    exposition& metrics, const described_channel& channel, const channel_number& raw
-) const {
-    const metric_family& head = channel.descriptor.head;
-    const double code = as_double(raw);
-    for (const auto& [text, numbers] : channel.states) {
-        const bool holds = std::ranges::any_of(numbers, [code](std::int64_t number) {
-            return static_cast<double>(number) == code;
+    const auto& [descriptor, multiplier, labels, states] = found->second;
+    const metric_family& head = descriptor.head;
+    const double number = as_double(raw);
+    for (const auto& [text, numbers] : states) {
+        const bool holds = std::ranges::any_of(numbers, [number](std::int64_t each) {
+            return static_cast<double>(each) == number;
         });
-        metric_series series{channel.labels, holds ? 1.0 : 0.0};
-        series.labels.push_back({head.name, text});
-        metrics.add(head, std::move(series));
+        metric_labels with_state = labels;
+        with_state.push_back({head.name, text});
+        metrics.add(head, {std::move(with_state), holds ? 1.0 : 0.0});
     }
-    metrics.add(code_of(head), {channel.labels, code});
+    if (!states.empty()) {
+        metrics.add({head.name + "_code", head.help + " (number)", ""}, {labels, number});
+        return;
+    }
+    const double value = descriptor.value(number * multiplier);
+    if (head.kind != metric_kind::counter || value >= 0) {
+        metrics.add(head, {labels, value});
+    }
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,9 +1,7 @@
 #pragma once
 // The channels of one sensor as metrics, with labels sensor, server and channel.
 
-#include "exporter/metrics/exposition.hpp"
 #include "exporter/metrics/metric_name.hpp"
-#include "host/message.hpp"
 #include "host/module_document.hpp"
 
 #include <cstdint>
@@ -14,11 +12,11 @@
 
 namespace tarvik::monitoring_modules::probe {
 
+using channel_definitions = std::map<std::int64_t, channel_definition>;
+
 /// Made once for the definitions of a sensor; does not change afterwards.
 class channel_metrics final {
   public:
-    using definitions = std::map<std::int64_t, channel_definition>;
-
     /// @param sensor unique among all sensors of an exposition
     /// @param kind as the module calls it
     /// @param channels with English names; of those that share one, all but the first get a number:
@@ -28,7 +26,7 @@ class channel_metrics final {
         const std::string& sensor,
         const std::string& server,
         std::string_view kind,
-        const definitions& channels,
+        const channel_definitions& channels,
         const std::vector<lookup_description>& lookups
     );
 
@@ -40,13 +38,9 @@ class channel_metrics final {
     struct described_channel {
         metric_descriptor descriptor;
         double multiplier = 1;
-        std::vector<metric_label> labels;
+        metric_labels labels;
         std::map<std::string, std::vector<std::int64_t>> states; // texts and their numbers
     };
-
-    void add_states(
-        exposition& metrics, const described_channel& channel, const channel_number& raw
-    ) const;
 
     std::map<std::int64_t, described_channel> channels_;
 };

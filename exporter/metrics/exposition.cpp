@@ -1,60 +1,37 @@
 #include "exporter/metrics/exposition.hpp"
 
 #include "exporter/http/http_response.hpp"
-#include "text/terminal_text.hpp"
+#include "text/utf8.hpp"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstddef>
-#include <iterator>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-constexpr std::string_view total = "_total";
+struct kind_names {
+    std::string_view openmetrics;
+    std::string_view prometheus;
+    std::string_view suffix; // of samples, which OpenMetrics leaves out of the family's name
+};
 
-[[nodiscard]] std::string_view type_name(metric_kind kind, bool openmetrics) {
-    switch (kind) {
-    case metric_kind::gauge:
-        return "gauge";
-    case metric_kind::counter:
-        return "counter";
-    case metric_kind::histogram:
-        return "histogram";
-    case metric_kind::info:
-        return openmetrics ? "info" : "gauge";
-    case metric_kind::state_set:
-        return openmetrics ? "stateset" : "gauge";
-    case metric_kind::unknown:
-        break;
-    }
-    return openmetrics ? "unknown" : "untyped";
+[[nodiscard]] const kind_names& names_of(metric_kind kind) {
+    static constexpr std::array<kind_names, 6> names{
+        {{"gauge", "gauge", ""},
+         {"counter", "counter", "_total"},
+         {"histogram", "histogram", ""},
+         {"info", "gauge", "_info"},
+         {"stateset", "gauge", ""},
+         {"unknown", "untyped", ""}}};
+    return names.at(static_cast<std::size_t>(kind));
 }
 
-/// OpenMetrics names a family without what its kind adds to the names of its samples.
-[[nodiscard]] std::string_view openmetrics_name(std::string_view name, metric_kind kind) {
-    const std::string_view suffix = kind == metric_kind::counter ? "_total"
-                                    : kind == metric_kind::info  ? "_info"
-                                                                 : "";
+[[nodiscard]] std::string_view without(std::string_view suffix, std::string_view name) {
     return name.ends_with(suffix) ? name.substr(0, name.size() - suffix.size()) : name;
-}
-
-/// @return the text with U+FFFD in place of each byte that is no UTF-8
-[[nodiscard]] std::string repaired(std::string_view text) {
-    std::string result;
-    while (!text.empty()) {
-        std::size_t size = std::min<std::size_t>(4, text.size());
-        while (size > 0 && !is_utf8(text.substr(0, size))) {
-            --size;
-        }
-        result += size == 0 ? "\xef\xbf\xbd" : text.substr(0, size);
-        text.remove_prefix(std::max<std::size_t>(size, 1));
-    }
-    return result;
 }
 
 /// @return the shortest text that reads back to the same number; "+Inf", "-Inf", "NaN"
@@ -70,173 +47,124 @@ constexpr std::string_view total = "_total";
     return {digits.data(), result.ptr};
 }
 
+/// @return the text with a backslash before each special character, and U+FFFD in place of each
+/// byte that is no UTF-8
+[[nodiscard]] std::string escaped(std::string_view text, std::string_view special = "\\\n\"") {
+    if (is_utf8(text) && text.find_first_of(special) == std::string_view::npos) {
+        return std::string{text};
+    }
+    std::string result;
+    while (!text.empty()) {
+        const auto [character, size] = decode(text);
+        if (character == invalid_character) {
+            result += "\xef\xbf\xbd";
+        } else if (special.find(text.front()) == std::string_view::npos) {
+            result += text.substr(0, size);
+        } else {
+            result.append("\\").append(character == '\n' ? "n" : text.substr(0, 1));
+        }
+        text.remove_prefix(size);
+    }
+    return result;
+}
+
+/// Appends families to a text.
 class family_writer final {
   public:
-    explicit family_writer(exposition_format format) : format_{format} {}
+    family_writer(std::string& text, exposition_format format)
+        : text_{text},
+          openmetrics_{format == exposition_format::openmetrics} {}
 
     /// @param kind to write it as
-    void write(const metric_family& family, metric_kind kind);
+    void write_head(const metric_family& family, metric_kind kind) {
+        const kind_names& names = names_of(kind);
+        const std::string name{openmetrics_ ? without(names.suffix, family.name) : family.name};
+        if (!openmetrics_) {
+            write_comment("HELP", name, escaped(family.help, "\\\n"));
+        }
+        write_comment("TYPE", name, openmetrics_ ? names.openmetrics : names.prometheus);
+        const bool may_have_unit = kind != metric_kind::info && kind != metric_kind::state_set;
+        if (openmetrics_ && may_have_unit && name.ends_with("_" + family.unit)) {
+            write_comment("UNIT", name, family.unit);
+        }
+        if (openmetrics_) {
+            write_comment("HELP", name, escaped(family.help));
+        }
+    }
 
-    /// Ends the text; only once.
-    [[nodiscard]] std::string finished();
+    void write(const std::string& name, const metric_series& series) {
+        if (!series.histogram) {
+            write_sample(name, series.labels, metric_number(series.value));
+            return;
+        }
+        metric_labels with_bound = series.labels;
+        with_bound.push_back({"le", ""});
+        for (const auto& bucket : series.histogram->bucket) {
+            std::string& bound = with_bound.back().value = metric_number(bucket.upper_bound);
+            if (bound.find_first_not_of("-0123456789") == std::string::npos) {
+                bound += ".0"; // the same label in both formats: OpenMetrics writes bounds this way
+            }
+            write_sample(name + "_bucket", with_bound, std::to_string(bucket.cumulative_count));
+        }
+        const auto& [count, sum, buckets] = *series.histogram;
+        write_sample(name + "_count", series.labels, std::to_string(count));
+        write_sample(name + "_sum", series.labels, metric_number(sum));
+    }
 
   private:
-    void write_head(const metric_family& family, metric_kind kind);
-    void write_histogram(const std::string& name, const metric_series& series);
-    void write_labels(const metric_series& series, std::string_view upper_bound = {});
-    void write_escaped(std::string_view text, bool quotes);
+    void write_comment(std::string_view what, std::string_view name, std::string_view content) {
+        if (!content.empty()) {
+            text_.append("# ").append(what).append(" ").append(name);
+            text_.append(" ").append(content).append("\n");
+        }
+    }
 
-    const exposition_format format_;
-    std::string text_;
+    void write_sample(std::string_view name, const metric_labels& labels, std::string_view number) {
+        text_ += name;
+        char separator = '{';
+        for (const auto& [label, value] : labels) {
+            text_ += std::exchange(separator, ',');
+            text_.append(label).append("=\"").append(escaped(value)).append("\"");
+        }
+        text_.append(labels.empty() ? " " : "} ").append(number).append("\n");
+    }
+
+    std::string& text_;
+    const bool openmetrics_;
 };
-
-void family_writer::write(const metric_family& family, metric_kind kind) {
-    write_head(family, kind);
-    for (const metric_series& series : family.series) {
-        if (series.histogram) {
-            write_histogram(family.name, series);
-            continue;
-        }
-        text_ += family.name;
-        write_labels(series);
-        text_.append(" ").append(metric_number(series.value)).append("\n");
-    }
-}
-
-void family_writer::write_head(const metric_family& family, metric_kind kind) {
-    const bool openmetrics = format_ == exposition_format::openmetrics;
-    const std::string_view name =
-        openmetrics ? openmetrics_name(family.name, kind) : std::string_view{family.name};
-    const auto begin_line = [this, name](std::string_view what) -> std::string& {
-        return text_.append("# ").append(what).append(" ").append(name).append(" ");
-    };
-    if (!openmetrics && !family.help.empty()) {
-        begin_line("HELP");
-        write_escaped(family.help, false);
-        text_ += '\n';
-    }
-    begin_line("TYPE").append(type_name(kind, openmetrics)).append("\n");
-    const bool may_have_unit = kind != metric_kind::info && kind != metric_kind::state_set;
-    if (openmetrics && may_have_unit && !family.unit.empty() && name.ends_with("_" + family.unit)) {
-        begin_line("UNIT").append(family.unit).append("\n");
-    }
-    if (openmetrics && !family.help.empty()) {
-        begin_line("HELP");
-        write_escaped(family.help, true);
-        text_ += '\n';
-    }
-}
-
-void family_writer::write_histogram(const std::string& name, const metric_series& series) {
-    const histogram_value& histogram = *series.histogram;
-    for (const histogram_bucket& bucket : histogram.buckets) {
-        std::string bound = metric_number(bucket.upper_bound);
-        if (bound.find_first_not_of("-0123456789") == std::string::npos) {
-            bound += ".0"; // the same label in both formats: OpenMetrics writes bounds this way
-        }
-        text_.append(name).append("_bucket");
-        write_labels(series, bound);
-        text_.append(" ").append(std::to_string(bucket.count)).append("\n");
-    }
-    text_.append(name).append("_count");
-    write_labels(series);
-    text_.append(" ").append(std::to_string(histogram.count)).append("\n");
-    text_.append(name).append("_sum");
-    write_labels(series);
-    text_.append(" ").append(metric_number(histogram.sum)).append("\n");
-}
-
-void family_writer::write_labels(const metric_series& series, std::string_view upper_bound) {
-    char separator = '{';
-    for (const metric_label& label : series.labels) {
-        text_ += separator;
-        text_.append(label.name).append("=\"");
-        write_escaped(label.value, true);
-        text_ += '"';
-        separator = ',';
-    }
-    if (!upper_bound.empty()) {
-        text_ += separator;
-        text_.append("le=\"").append(upper_bound).append("\"");
-        separator = ',';
-    }
-    if (separator == ',') {
-        text_ += '}';
-    }
-}
-
-void family_writer::write_escaped(std::string_view text, bool quotes) {
-    if (!is_utf8(text)) {
-        write_escaped(repaired(text), quotes);
-        return;
-    }
-    const std::string_view special = quotes ? "\\\n\"" : "\\\n";
-    for (std::size_t end = text.find_first_of(special); end != std::string_view::npos;
-         end = text.find_first_of(special)) {
-        text_.append(text.substr(0, end)).append("\\");
-        text_ += text[end] == '\n' ? 'n' : text[end];
-        text.remove_prefix(end + 1);
-    }
-    text_ += text;
-}
-
-std::string family_writer::finished() {
-    if (format_ == exposition_format::openmetrics) {
-        text_ += "# EOF\n";
-    }
-    return std::move(text_);
-}
 
 } // namespace
 
-metric_family& exposition::family_for(const metric_family& head) {
-    const auto [at, is_new] = families_.try_emplace(head.name);
-    metric_family& family = at->second;
-    if (is_new) {
-        family = {head.name, head.help, head.unit, head.kind};
-        return family;
+void exposition::add(const metric_family& family, metric_series series) {
+    auto& [head, all] =
+        families_.try_emplace(family.name, collected_family{family, {}}).first->second;
+    if (family.kind != head.kind) {
+        head.kind = metric_kind::unknown;
     }
-    if (head.kind != family.kind) {
-        family.kind = metric_kind::unknown;
+    if (family.unit != head.unit) {
+        head.unit.clear();
     }
-    if (head.unit != family.unit) {
-        family.unit.clear();
-    }
-    // One of them, but always the same one.
-    if (head.help < family.help) {
-        family.help = head.help;
-    }
-    return family;
-}
-
-void exposition::add(metric_family family) {
-    std::vector<metric_series> series = std::exchange(family.series, {});
-    std::vector<metric_series>& all = family_for(family).series;
-    std::ranges::move(series, std::back_inserter(all));
-}
-
-void exposition::add(std::vector<metric_family> families) {
-    for (metric_family& family : families) {
-        add(std::move(family));
-    }
-}
-
-void exposition::add(const metric_family& head, metric_series series) {
-    family_for(head).series.push_back(std::move(series));
+    head.help = std::min(head.help, family.help); // one of them, but always the same one
+    all.push_back(std::move(series));
 }
 
 std::string exposition::write(exposition_format format) const {
-    family_writer writer{format};
+    std::string text;
+    family_writer writer{text, format};
+    const bool openmetrics = format == exposition_format::openmetrics;
     for (const auto& [name, family] : families_) {
-        if (family.series.empty()) {
-            continue;
+        const metric_kind kind = family.head.kind;
+        const bool clashes = openmetrics && kind == metric_kind::counter &&
+                             families_.contains(without(names_of(kind).suffix, name));
+        writer.write_head(family.head, clashes ? metric_kind::unknown : kind);
+        for (const metric_series& series : family.series) {
+            writer.write(name, series);
         }
-        const bool clashes =
-            format == exposition_format::openmetrics && family.kind == metric_kind::counter &&
-            families_.contains(std::string_view{name}.substr(0, name.size() - total.size()));
-        writer.write(family, clashes ? metric_kind::unknown : family.kind);
     }
-    return writer.finished();
+    if (openmetrics) {
+        text += "# EOF\n";
+    }
+    return text;
 }
 
 exposition_format choose_format(std::string_view accept) {

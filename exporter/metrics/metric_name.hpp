@@ -1,8 +1,6 @@
 #pragma once
-// Texts of people as parts of metrics' names.
-// Units of channels as base units, which metrics are to be in: seconds, bytes, celsius, ratio.
-// How channels are called as metrics. The name follows from the channel's definition alone, so it
-// stays when other sensors come and go:
+// How channels are called as metrics, and what their numbers become. The name follows from the
+// channel's definition alone, so it stays when other sensors come and go:
 //
 //   opcua_ <kind of sensor> _ <name of the channel> [_ <base unit>] [_total]
 //
@@ -11,7 +9,8 @@
 // - Channels whose growth counts are counters, "..._total"; the others are gauges. Endings that
 //   mean something to Prometheus are taken off a channel's name: "Session Count" is
 //   opcua_server_sessions, "Requests Total" opcua_custom_requests.
-// - Numbers are in base units; a unit that the name ends with already is not said twice.
+// - Numbers are in base units: seconds, bytes, celsius, ratio; a unit that the name ends with
+//   already is not said twice. An unknown unit keeps its numbers and lends its text to the name.
 // - Channels with states (lookups) are state sets: one series for each state, whose label of the
 //   metric's own name is the state's text, and 1 for the one that holds. The number itself is
 //   beside it as "..._code", for states that have no text.
@@ -29,20 +28,9 @@ namespace tarvik::monitoring_modules::probe {
 /// languages become their nearest ones, "ä" two of them. Empty when nothing is left.
 [[nodiscard]] std::string slug(std::string_view text);
 
-/// What the numbers of a unit become: × multiply ÷ divide. Two numbers, because both can be exact
-/// where their quotient is not.
-struct metric_unit {
-    std::string name; ///< with which the metric's name ends; empty: numbers of no unit
-    double multiply = 1;
-    double divide = 1;
-};
-
-/// A unit that is not known keeps its numbers and lends its text, as far as names can have it.
-[[nodiscard]] metric_unit base_unit(const channel_unit& unit);
-
 struct metric_descriptor {
-    metric_family head; ///< without series
-    double multiply = 1;
+    metric_family head;
+    double multiply = 1; ///< two numbers, because both can be exact where their quotient is not
     double divide = 1;
 
     /// @param scaled raw value × multiplier of the channel
@@ -53,9 +41,5 @@ struct metric_descriptor {
 /// @param has_states whether its lookup is known
 [[nodiscard]] metric_descriptor
 describe(std::string_view kind, const channel_definition& channel, bool has_states = false);
-
-/// @param states a descriptor of a state set
-/// @return the gauge beside it
-[[nodiscard]] metric_family code_of(const metric_family& states);
 
 } // namespace tarvik::monitoring_modules::probe

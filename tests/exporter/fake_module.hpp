@@ -2,6 +2,7 @@
 // A module and a time that do what the test says.
 
 #include "exporter/connection.hpp"
+#include "exporter/own_metrics.hpp"
 
 #include <atomic>
 #include <functional>
@@ -68,20 +69,20 @@ class fake_module final : public module_access {
     std::optional<bool> endpoint;
     // NOLINTEND(misc-non-private-member-variables-in-classes)
 
-    module_answer create(std::int32_t id, const std::string& record, bool /*log*/) override {
+    module_answer
+    create(std::int32_t id, const std::string& record, call_notes& /*notes*/) override {
         const std::lock_guard lock{mutex_};
         calls_.push_back("create " + record);
         records_[id] = record;
         return when_created ? when_created(id, record) : module_answer{};
     }
-    module_answer scan(std::int32_t id, bool keep_log) override {
+    module_answer scan(std::int32_t id, call_notes& notes) override {
         const std::lock_guard lock{mutex_};
         calls_.push_back("scan " + records_.at(id));
-        module_answer made = when_scanned ? when_scanned(id, records_.at(id)) : answer_of(id);
-        if (keep_log) {
-            made.log.push_back({"runtime", 7, "line"});
+        if (notes.keep_lines) {
+            notes.lines.add(log_line{"runtime", 7, "line"});
         }
-        return made;
+        return when_scanned ? when_scanned(id, records_.at(id)) : answer_of(id);
     }
     void destroy(std::int32_t id) noexcept override {
         const std::lock_guard lock{mutex_};
@@ -105,33 +106,17 @@ class fake_module final : public module_access {
     std::map<std::int32_t, std::string> records_;
 };
 
-/// Writes down what is observed.
-class fake_observer final : public scan_observer {
-  public:
-    void scanned(const sensor_plan& plan, const scan_outcome& outcome) override {
-        note((outcome.fault ? "failed " : "scanned ") + plan.name);
-    }
-    void retried(const std::string& connection) override { note("retried " + connection); }
-    void missed_interval(const sensor_plan& plan) override { note("missed " + plan.name); }
-    void session_changed(const std::string& /*connection*/, bool open) override {
-        note(open ? "session" : "no session");
-    }
-    void connection_gone(const std::string& connection) override { note("gone " + connection); }
-
-    [[nodiscard]] std::ptrdiff_t count(const std::string& what) const {
-        const std::lock_guard lock{mutex_};
-        return std::ranges::count(notes_, what);
-    }
-
-  private:
-    void note(const std::string& what) {
-        const std::lock_guard lock{mutex_};
-        notes_.push_back(what);
-    }
-
-    mutable std::mutex mutex_;
-    std::vector<std::string> notes_;
-};
+/// @param series such as "opcua_probe_late_scans_total"
+/// @return its value; nothing when it is not there
+[[nodiscard]] inline std::optional<int>
+value_of(const std::string& series, const own_metrics& metrics) {
+    exposition all;
+    metrics.add_to(all);
+    const std::string text = all.write(exposition_format::prometheus_text);
+    const std::size_t at = text.find("\n" + series + " ");
+    return at == std::string::npos ? std::nullopt
+                                   : std::optional{std::stoi(text.substr(at + series.size() + 2))};
+}
 
 [[nodiscard]] inline sensor_plan
 plan_of(const std::string& name, std::chrono::milliseconds interval = std::chrono::seconds{10}) {

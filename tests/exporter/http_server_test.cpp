@@ -191,7 +191,7 @@ TEST_F(http_test, finishes_answers_under_way_when_it_stops) {
     http_server server{{}, [&asked](const http_request&) {
                            asked = true;
                            std::this_thread::sleep_for(200ms);
-                           return http_answer{200, "", "late"};
+                           return plain_answer(200, "late");
                        }};
     http_client client{server.start()};
     client.send(get("/"));

@@ -43,29 +43,22 @@ TEST(metrics_format, is_the_one_that_the_client_wants) {
 }
 
 TEST(metrics_exposition, is_written_in_both_formats) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    const metric_family state{"s", "State.", "", metric_kind::state_set};
     exposition metrics;
-    metrics.add({"b_seconds", "zeit", "seconds", metric_kind::gauge, {{{{"s", "2"}}, 0.1}}});
-    metrics.add({"a_total", "Back\\slash \"and\"\nline", "", metric_kind::counter, {{{}, 1e16}}});
+    metrics.add({"b_seconds", "zeit", "seconds"}, {{{"s", "2"}}, 0.1});
+    metrics.add({"a_total", "Back\\slash \"and\"\nline", "", metric_kind::counter}, {{}, 1e16});
     metrics.add(
-        {"h_seconds",
-         "",
-         "seconds",
-         metric_kind::histogram,
-         {{{{"k", "x"}},
-           0,
-           {{{{0.5, 1}, {1, 3}, {std::numeric_limits<double>::infinity(), 4}}, 4, 9.25}}}}}
+        {"h_seconds", "", "seconds", metric_kind::histogram},
+        {{{"k", "x"}},
+         0,
+         prometheus::ClientMetric::Histogram{4, 9.25, {{1, 0.5}, {3, 1}, {4, infinity}}}}
     );
-    metrics.add({"e", "without series", "", metric_kind::gauge});
-    metrics.add({"i_info", "Version.", "", metric_kind::info, {{{{"v", "1"}}, 1}}});
+    metrics.add({"i_info", "Version.", "", metric_kind::info}, {{{"v", "1"}}, 1});
+    metrics.add(state, {{{"s", "On"}}, 1});
+    metrics.add(state, {{{"s", "Off"}}, 0});
     metrics.add(
-        {"s", "State.", "", metric_kind::state_set, {{{{"s", "On"}}, 1}, {{{"s", "Off"}}, 0}}}
-    );
-    metrics.add(
-        {"b_seconds",
-         "Zeit",
-         "seconds",
-         metric_kind::gauge,
-         {{{{"s", "a\"b\\c\nd\xff\xc3\xa4\xf0\x9f"}}, -std::numeric_limits<double>::infinity()}}}
+        {"b_seconds", "Zeit", "seconds"}, {{{"s", "a\"b\\c\nd\xff\xc3\xa4\xf0\x9f"}}, -infinity}
     );
     EXPECT_EQ(metrics.write(prometheus_text), R"(# HELP a_total Back\\slash "and"\nline
 # TYPE a_total counter
@@ -116,10 +109,10 @@ s{s="Off"} 0
 
 TEST(metrics_exposition, keeps_the_names_of_series_that_clash) {
     exposition metrics;
-    metrics.add({"x_total", "", "", metric_kind::counter, {{{{"s", "1"}}, 1}}});
-    metrics.add({"x", "", "", metric_kind::gauge, {{{{"s", "2"}}, 2}}});
-    metrics.add({"y_bytes", "", "bytes", metric_kind::gauge, {{{{"s", "1"}}, 1}}});
-    metrics.add({"y_bytes", "", "", metric_kind::state_set, {{{{"s", "2"}}, 2}}});
+    metrics.add({"x_total", "", "", metric_kind::counter}, {{{"s", "1"}}, 1});
+    metrics.add({"x", "", "", metric_kind::gauge}, {{{"s", "2"}}, 2});
+    metrics.add({"y_bytes", "", "bytes", metric_kind::gauge}, {{{"s", "1"}}, 1});
+    metrics.add({"y_bytes", "", "", metric_kind::state_set}, {{{"s", "2"}}, 2});
     EXPECT_EQ(
         metrics.write(openmetrics),
         "# TYPE x gauge\nx{s=\"2\"} 2\n"
@@ -134,8 +127,8 @@ TEST(metrics_exposition, keeps_the_names_of_series_that_clash) {
 TEST(metrics_exposition, does_not_depend_on_the_locale) {
     const std::locale former = std::locale::global(std::locale{"de_DE.UTF-8"});
     exposition metrics;
-    metrics.add({"a", "", "", metric_kind::gauge, {{{}, 1234567.5}}});
-    metrics.add(own_metrics{"1"}.collect());
+    metrics.add({"a", "", ""}, {{}, 1234567.5});
+    own_metrics{"1"}.add_to(metrics);
     const std::string text = metrics.write(prometheus_text);
     std::locale::global(former);
     EXPECT_THAT(text, HasSubstr("\na 1234567.5\n"));
@@ -143,7 +136,7 @@ TEST(metrics_exposition, does_not_depend_on_the_locale) {
 }
 
 TEST(metrics_channels, become_series_of_their_sensor) {
-    const channel_metrics::definitions definitions{
+    const channel_definitions definitions{
         {1, {1, "Speed", {0, "", "km/h"}, false, "", 0.1, {}}},
         {2, {2, "Speed", {0, "", "km/h"}, false, "", 1, {}}},
         {3, {3, "Parts", {10, "", ""}, true, "", 1, {}}},
@@ -203,8 +196,8 @@ TEST(own_metrics, count_what_the_exporter_does) {
         outcome.shown = shown;
         outcome.took = std::chrono::duration<double>{took};
         if (fault.empty()) {
-            outcome.sessions_opened = 2;
-            outcome.retries = 3;
+            outcome.notes.sessions_opened = 2;
+            outcome.notes.retries = 4;
         } else {
             outcome.fault.emplace().identity = fault;
         }
@@ -213,19 +206,17 @@ TEST(own_metrics, count_what_the_exporter_does) {
     scanned("plc", "", 0.07);
     scanned("gone", "", 0.07);
     scanned("plc", "#:error.Opcua \"x\"[]", 100);
-    own.retried("plc");
-    own.retried("gone");
     own.session_changed("gone", true);
     own.connection_gone("gone");
     own.connection_gone("never seen");
-    own.missed_interval({});
+    own.missed_interval();
     scanned("plc", "no identity", 1);
     for (int i = 0; i < 300; ++i) {
         scanned("plc", "#:error." + std::to_string(i) + "[]", 1);
     }
     own.served("/metrics", 200);
     exposition metrics;
-    metrics.add(own.collect());
+    own.add_to(metrics);
     const std::string text = "\n" + metrics.write(openmetrics);
     for (const char* const line : {
              R"(opcua_probe_scan_duration_seconds_bucket{kind="custom_sensor",le="0.05"} 0)",

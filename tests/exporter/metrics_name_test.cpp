@@ -194,8 +194,6 @@ TEST(metrics_name, makes_state_sets_of_lookups) {
     );
     EXPECT_EQ(made.head.name, "opcua_server_status");
     EXPECT_EQ(made.head.kind, metric_kind::state_set);
-    EXPECT_EQ(code_of(made.head).name, "opcua_server_status_code");
-    EXPECT_EQ(code_of(made.head).kind, metric_kind::gauge);
 }
 
 } // namespace

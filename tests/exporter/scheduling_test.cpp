@@ -1,6 +1,5 @@
 // When what is run again, and who runs it.
 
-#include "exporter/connection_status.hpp"
 #include "exporter/scheduler.hpp"
 #include "host/connection_state.hpp"
 #include "tests/exporter/fake_module.hpp"
@@ -19,8 +18,8 @@ using namespace std::chrono_literals;
 using clock = std::chrono::steady_clock;
 
 TEST(back_off, doubles_with_jitter_between_one_second_and_one_minute) {
-    back_off one{1};
-    back_off other{2};
+    back_off one{"one"};
+    back_off other{"other"};
     bool differs = false;
     for (const std::chrono::milliseconds middle : {1s, 2s, 4s, 8s, 16s, 32s, 60s, 60s, 60s}) {
         const auto wait = one.fail();
@@ -79,91 +78,133 @@ class counting_task final : public timed_task {
     std::function<void()> work_;
 };
 
+[[nodiscard]] bool opens(const std::latch& latch) {
+    return comes_true_soon([&latch] { return latch.try_wait(); });
+}
+
+/// A pool with tasks that are lambdas; ends before what they refer to, when it is declared after
+/// it.
+class pool_of_lambdas final {
+  public:
+    /// @param most threads
+    explicit pool_of_lambdas(std::size_t most) : pool{most} {}
+
+    /// Has the pool start so many threads, 1 or all, and waits until they have nothing to do.
+    void rest(std::size_t threads) {
+        const auto all = std::make_shared<std::latch>(static_cast<std::ptrdiff_t>(threads));
+        for (std::size_t i = 0; i < threads; ++i) {
+            wake(clock::now(), [all] {
+                all->count_down();
+                EXPECT_TRUE(opens(*all)) << "nobody was started for a task";
+            });
+        }
+        EXPECT_TRUE(waits(threads));
+    }
+    [[nodiscard]] bool waits(std::size_t threads) const {
+        return comes_true_soon([&] { return pool.idle() == threads; });
+    }
+    std::shared_ptr<counting_task> wake(clock::time_point due, std::function<void()> work) {
+        tasks.push_back(std::make_shared<counting_task>(due, std::move(work)));
+        pool.wake(tasks.back());
+        return tasks.back();
+    }
+
+    // NOLINTBEGIN(misc-non-private-member-variables-in-classes)
+    std::vector<std::shared_ptr<counting_task>> tasks;
+    worker_pool pool;
+    // NOLINTEND(misc-non-private-member-variables-in-classes)
+};
+
 TEST(worker_pool, runs_what_is_due_while_other_tasks_block) {
     std::latch blocked{3};
     std::latch release{1};
     std::latch done{1};
-    std::vector<std::shared_ptr<counting_task>> tasks;
     std::atomic<bool> early = false;
+    pool_of_lambdas threads{4};
+    for (int i = 0; i < 3; ++i) {
+        threads.wake(clock::now(), [&] {
+            blocked.count_down();
+            release.wait();
+        });
+    }
+    EXPECT_TRUE(opens(blocked)) << "not each task that blocks got a thread";
+    EXPECT_FALSE(threads.pool.remove(threads.tasks.front())) << "it runs";
     const auto later = clock::now() + 50ms;
-    const auto last = std::make_shared<counting_task>(later, [&] {
+    threads.wake(later, [&] {
         early = clock::now() < later;
         done.count_down();
     });
-    worker_pool pool{4};
-    for (int i = 0; i < 3; ++i) {
-        tasks.push_back(std::make_shared<counting_task>(clock::now(), [&] {
-            blocked.count_down();
-            release.wait();
-        }));
-        pool.wake(tasks.back());
-    }
-    EXPECT_TRUE(comes_true_soon([&blocked] { return blocked.try_wait(); }));
-    EXPECT_FALSE(pool.remove(tasks.front())); // it runs
-    pool.wake(last);
-    EXPECT_TRUE(comes_true_soon([&done] { return done.try_wait(); }));
+    EXPECT_TRUE(opens(done)) << "nobody was started for the fourth task";
     EXPECT_FALSE(early);
     release.count_down();
 }
 
-TEST(worker_pool, has_somebody_else_run_what_is_due_behind_a_task_that_blocks) {
-    std::latch second_ran{1};
-    bool in_time = false;
-    const auto when = clock::now() + 30ms;
-    const auto first = std::make_shared<counting_task>(when, [&] {
-        in_time = comes_true_soon([&] { return second_ran.try_wait(); });
-    });
-    const auto second =
-        std::make_shared<counting_task>(when + 1ns, [&] { second_ran.count_down(); });
-    {
-        worker_pool pool{2};
-        pool.wake(first);
-        std::this_thread::sleep_for(10ms); // somebody waits for it
-        pool.wake(second);
-        EXPECT_TRUE(comes_true_soon([&] { return second_ran.try_wait(); }));
+// Of the threads that have nothing to do, one waits for the next task, and the others for nothing.
+TEST(worker_pool, wakes_a_thread_that_waits) {
+    for (const std::size_t count : {1U, 2U, 4U}) {
+        std::latch now{1};
+        std::latch earlier{1};
+        pool_of_lambdas threads{count};
+        threads.rest(count);
+        threads.wake(clock::now(), [&now] { now.count_down(); });
+        EXPECT_TRUE(opens(now)) << "nobody of " << count << " was woken for a new task";
+        const auto late = threads.wake(clock::now() + 1h, [&earlier] { earlier.count_down(); });
+        EXPECT_TRUE(threads.waits(count));
+        late->want(clock::now());
+        threads.pool.wake(late);
+        EXPECT_TRUE(opens(earlier)) << "nobody of " << count << " was told of the earlier time";
     }
-    EXPECT_TRUE(in_time);
+}
+
+TEST(worker_pool, has_somebody_else_run_what_falls_due_behind_a_task_that_blocks) {
+    for (const std::size_t count : {1U, 2U}) { // a new one has to be started, or one be woken
+        std::latch second{1};
+        std::latch release{1};
+        pool_of_lambdas threads{2};
+        threads.rest(count);
+        const auto when = clock::now() + 50ms;
+        threads.wake(when, [&] { release.wait(); });
+        threads.wake(when + 1ns, [&] { second.count_down(); });
+        EXPECT_TRUE(opens(second))
+            << "nobody took over from the one of " << count << " that blocked";
+        release.count_down();
+    }
 }
 
 TEST(worker_pool, takes_a_task_up_again_while_another_one_waits_long) {
     std::latch done{5};
     std::shared_ptr<counting_task> again;
+    pool_of_lambdas threads{2};
+    threads.rest(2);
+    threads.wake(clock::now() + 1h, [] {});
     again = std::make_shared<counting_task>(clock::now(), [&] {
-        std::this_thread::sleep_for(5ms); // in which the other thread begins to wait
-        again->want(clock::now() + 1ms);
-        done.count_down(done.try_wait() ? 0 : 1);
+        if (!done.try_wait()) {
+            EXPECT_TRUE(threads.waits(1)) << "nobody waits for the late one";
+            again->want(clock::now() + 1ms);
+            done.count_down();
+        }
     });
-    const auto late = std::make_shared<counting_task>(clock::now() + 1h, [] {});
-    worker_pool pool{2};
-    pool.wake(late);
-    pool.wake(again);
-    EXPECT_TRUE(comes_true_soon([&done] { return done.try_wait(); }));
-}
-
-TEST(worker_pool, notices_that_a_task_is_due_earlier) {
-    std::latch done{1};
-    const auto task =
-        std::make_shared<counting_task>(clock::now() + 1h, [&] { done.count_down(); });
-    worker_pool pool{2};
-    pool.wake(task);
-    std::this_thread::sleep_for(10ms); // somebody waits for it
-    task->want(clock::now());
-    pool.wake(task);
-    EXPECT_TRUE(comes_true_soon([&done] { return done.try_wait(); }));
+    threads.pool.wake(again);
+    EXPECT_TRUE(opens(done)) << "who waits for the late one was not told of what comes before it";
 }
 
 class scheduler_test : public testing::Test {
   protected:
-    [[nodiscard]] bool comes(const std::string& call, std::ptrdiff_t count = 1) const {
-        return comes_true_soon([&] { return module_.count(call) >= count; });
+    [[nodiscard]] testing::AssertionResult
+    comes(const std::string& call, std::ptrdiff_t count = 1) const {
+        if (comes_true_soon([&] { return module_.count(call) >= count; })) {
+            return testing::AssertionSuccess();
+        }
+        return testing::AssertionFailure() << "nobody was woken for \"" << call << "\": it came "
+                                           << module_.count(call) << " times, not " << count;
     }
 
     const time_source time_{};
     fake_module module_;
     const module_document document_{};
     snapshot_store store_{time_};
-    fake_observer observer_;
-    scheduler scheduler_{{module_, document_, time_, store_, observer_}, 2};
+    own_metrics own_{"1"};
+    scheduler scheduler_{{module_, document_, time_, store_, own_}, 2};
 };
 
 TEST_F(scheduler_test, begins_with_what_it_is_given_and_ends_with_nothing) {
@@ -181,7 +222,7 @@ TEST_F(scheduler_test, begins_with_what_it_is_given_and_ends_with_nothing) {
     EXPECT_TRUE(comes("destroy a"));
     auto asked = scheduler_.request(plan_of("asked"), false, nullptr);
     ASSERT_TRUE(asked);
-    EXPECT_EQ(asked->wait_for(20s), std::future_status::ready);
+    EXPECT_EQ(asked->wait_for(20s), std::future_status::ready) << "nobody was woken for a request";
     EXPECT_TRUE(scheduler_.stop(clock::now() + 20s));
     EXPECT_EQ(module_.count("destroy asked"), 1);
 }
@@ -194,13 +235,16 @@ TEST_F(scheduler_test, scans_in_intervals_by_itself) {
 }
 
 TEST_F(scheduler_test, does_not_wait_for_ever_for_a_scan) {
+    std::latch begun{1};
     std::latch release{1};
-    module_.when_created = [&release](std::int32_t, const std::string&) {
+    module_.when_created = [&](std::int32_t, const std::string&) {
+        begun.count_down();
         release.wait();
         return module_answer{};
     };
     auto asked = scheduler_.request(plan_of("asked"), false, nullptr);
     ASSERT_TRUE(asked);
+    EXPECT_TRUE(opens(begun)) << "nobody was woken for a request";
     EXPECT_EQ(asked->wait_for(10ms), std::future_status::timeout);
     EXPECT_FALSE(scheduler_.stop(clock::now() + 10ms));
     release.count_down();

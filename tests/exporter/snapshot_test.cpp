@@ -1,6 +1,6 @@
 // What is remembered of scans, and what of it is given away as current.
 
-#include "exporter/metrics_answer.hpp"
+#include "exporter/answers.hpp"
 #include "exporter/own_metrics.hpp"
 #include "exporter/snapshot.hpp"
 #include "tests/exporter/fake_module.hpp"
@@ -27,10 +27,9 @@ TEST(metrics_answer, has_values_only_while_they_are_current) {
     const module_document document{};
     snapshot_store store{time};
     own_metrics own{"1"};
-    const metrics_answer metrics{store, own, time};
     server_connection connection{{module, document, time, store, own}, "plc:4840"};
     const std::string labels = R"({sensor="a",server="plc:4840",kind="custom_sensor")";
-    const auto text = [&] { return metrics.all("").body; };
+    const auto text = [&] { return metrics_of_all(store.view(), own, time.wall(), "").body; };
     connection.add(plan_of("a", 10s), 1);
     EXPECT_THAT(text(), HasSubstr("opcua_up" + labels + "} 0\n"));
     EXPECT_THAT(
@@ -84,19 +83,19 @@ TEST(curve_history, keeps_the_range_of_each_half_minute_of_the_last_hour) {
     const auto now = start + 100s;
     ASSERT_EQ(history.curves(now).size(), 1U);
     curve shown = history.curves(now).front();
-    ASSERT_EQ(shown.low.size(), curve_points);
-    EXPECT_EQ(shown.low[curve_points - 4], 3);
-    EXPECT_EQ(shown.high[curve_points - 4], 9);
-    EXPECT_TRUE(std::isnan(shown.low[curve_points - 3]));
-    EXPECT_EQ(shown.high[curve_points - 1], 1);
-    EXPECT_TRUE(std::isnan(shown.low[0]));
+    ASSERT_EQ(shown.points.size(), curve_points);
+    EXPECT_EQ(shown.points[curve_points - 4].low, 3);
+    EXPECT_EQ(shown.points[curve_points - 4].high, 9);
+    EXPECT_TRUE(std::isnan(shown.points[curve_points - 3].low));
+    EXPECT_EQ(shown.points[curve_points - 1].high, 1);
+    EXPECT_TRUE(std::isnan(shown.points[0].low));
     shown = history.curves(start + 59min + 59s).front(); // only what is left of the hour
-    EXPECT_EQ(shown.low[0], 3);
-    EXPECT_TRUE(std::isnan(shown.low[curve_points - 1]));
+    EXPECT_EQ(shown.points[0].low, 3);
+    EXPECT_TRUE(std::isnan(shown.points[curve_points - 1].low));
     at(2, 3h); // after which nothing old is left
     shown = history.curves(start + 3h).front();
-    EXPECT_TRUE(std::isnan(shown.low[0]));
-    EXPECT_EQ(shown.low[curve_points - 1], 2);
+    EXPECT_TRUE(std::isnan(shown.points[0].low));
+    EXPECT_EQ(shown.points[curve_points - 1].low, 2);
 }
 
 [[nodiscard]] std::shared_ptr<const sensor_snapshot> sensor(std::int32_t id) {
