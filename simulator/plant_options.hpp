@@ -57,6 +57,8 @@ struct plant_options {
     std::chrono::milliseconds security_token_lifetime{600'000}; ///< longest a client gets
     std::chrono::milliseconds session_timeout{3'600'000};       ///< longest a client gets
     std::uint16_t max_sessions = 100;
+    std::uint32_t max_nodes_per_read = 0; ///< 0: any number
+    std::uint32_t max_message_bytes = 0;  ///< in chunks of 8192 bytes; 0: the stack's own limits
 
     log_sink log{};                           ///< empty: nothing is logged anywhere
     log_level lowest_level = log_level::info; ///< what is below does not reach the sink

@@ -98,6 +98,13 @@ void limit(UA_ServerConfig& config, const plant_options& options) {
         static_cast<UA_UInt32>(options.security_token_lifetime.count());
     config.maxSessionTimeout = static_cast<UA_Double>(options.session_timeout.count());
     config.maxSessions = options.max_sessions;
+    config.maxNodesPerRead = options.max_nodes_per_read;
+    if (options.max_message_bytes != 0) {
+        constexpr std::uint32_t smallest_chunk = 8192; // of the protocol
+        config.tcpBufSize = smallest_chunk;
+        config.tcpMaxMsgSize = options.max_message_bytes;
+        config.tcpMaxChunks = options.max_message_bytes / smallest_chunk;
+    }
     config.allowEmptyVariables = UA_RULEHANDLING_ACCEPT;
 }
 

@@ -22,13 +22,13 @@ struct login {
     std::string key_password{}; ///< encrypts the client's key, unless it is empty
 };
 
-/// A host, for cases that run at the servers of both makers.
+/// A host, for cases that run at the servers of all makers.
 class by_maker : public testing::TestWithParam<maker> {
   protected:
     recording_host host_;
 };
 
-inline const auto both_makers = testing::Values(maker::open62541, maker::node_opcua);
+inline const auto all_makers = testing::ValuesIn(makers);
 
 inline std::string name_of_maker(const testing::TestParamInfo<maker>& info) {
     return name_of(info.param);

@@ -5,13 +5,16 @@
 
 #include <array>
 #include <chrono>
+#include <filesystem>
 #include <iomanip>
 #include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
+#include <nlohmann/json.hpp>
 #include <openssl/evp.h>
 
 namespace tarvik::monitoring_modules::tests {
@@ -20,9 +23,59 @@ namespace {
 
 constexpr std::chrono::seconds patience{60}; // a loaded machine takes its time
 
-class node_server final : public tested_server {
+/// How a maker's program is started, with the options behind it.
+struct foreign_maker {
+    const char* name;
+    std::vector<std::string> program;
+    certificate_facts certificate;
+};
+
+const std::string build_folder = INTEROP_FOLDER;
+
+const foreign_maker& foreign(maker value) {
+    // The classes of its many small jars are loaded each time: compiling them well is not worth it.
+    static const std::map<maker, foreign_maker> all{
+        {maker::node_opcua,
+         {"node_opcua",
+          {"node", build_folder + "/node_opcua/server.mjs"},
+          {"Interop Plant", 3072, 400}}},
+        {maker::asyncua,
+         {"asyncua",
+          {build_folder + "/asyncua/venv/bin/python", build_folder + "/asyncua/server.py"},
+          {"Interop Plant", 3072, 400}}},
+        {maker::milo,
+         {"milo",
+          {"java",
+           "-XX:TieredStopAtLevel=1",
+           "-XX:+UseSerialGC",
+           "-cp",
+           build_folder + "/milo/target/classes:" + build_folder + "/milo/target/dependency/*",
+           "InteropServer"},
+          {"Interop Plant", 2048, 400}}},
+    };
+    return all.at(value);
+}
+
+/// Where a maker's servers keep their keys during this run; empty at its beginning.
+const std::string& state_folder(maker value) {
+    static std::map<maker, std::string> folders;
+    std::string& folder = folders[value];
+    if (folder.empty()) {
+        folder = build_folder + "/state/" + foreign(value).name;
+        std::filesystem::remove_all(folder);
+        std::filesystem::create_directories(folder);
+    }
+    return folder;
+}
+
+/// A server of another maker, driven as servers.md says.
+class foreign_server final : public tested_server {
   public:
-    explicit node_server(const server_options& options) : options_{options} { start(); }
+    foreign_server(maker made_by, const server_options& options)
+        : made_by_{made_by},
+          options_{options} {
+        start();
+    }
 
     [[nodiscard]] std::uint16_t port() const override { return port_; }
     [[nodiscard]] std::string node_id(const std::string& name) const override {
@@ -35,11 +88,13 @@ class node_server final : public tested_server {
         if (process_) {
             return;
         }
-        auto process = std::make_unique<child_process>(command());
+        auto command = foreign(made_by_).program;
+        command.push_back(options_text());
+        auto process = std::make_unique<child_process>(std::move(command));
         const std::string line = process->read_line(patience);
         const std::string expected = "Endpoint: opc.tcp://127.0.0.1:";
         if (!line.starts_with(expected)) {
-            throw std::runtime_error{"server.mjs began with: " + line};
+            throw std::runtime_error{name_of(made_by_) + " began with: " + line};
         }
         port_ = static_cast<std::uint16_t>(std::stoul(line.substr(expected.size())));
         process_ = std::move(process);
@@ -58,28 +113,31 @@ class node_server final : public tested_server {
     }
 
   private:
-    [[nodiscard]] std::vector<std::string> command() const {
-        const std::pair<const char*, bool> flags[] = {
-            {"--no-none", !options_.none},
-            {"--sign", options_.sign},
-            {"--sign-encrypt", options_.sign_encrypt},
-            {"--users", options_.users},
-            {"--no-anonymous", !options_.anonymous},
-            {"--strict", !options_.trust_clients},
-            {"--no-diagnostics", !options_.diagnostics},
-            {"--no-raid", !options_.raid_controller},
-        };
-        std::vector<std::string> words{
-            "node",
-            INTEROP_SERVER,
-            "--port=" + std::to_string(port_),
-            "--key-bits=" + std::to_string(options_.key_bits)};
-        for (const auto& [flag, wanted] : flags) {
-            if (wanted) {
-                words.emplace_back(flag);
+    [[nodiscard]] std::string options_text() const {
+        auto modes = nlohmann::json::array();
+        for (const auto& [mode, offered] :
+             {std::pair{"none", options_.none},
+              {"sign", options_.sign},
+              {"sign_encrypt", options_.sign_encrypt}}) {
+            if (offered) {
+                modes.push_back(mode);
             }
         }
-        return words;
+        return nlohmann::json{
+            {"port", port_},
+            {"restarted", port_ != 0},
+            {"folder", state_folder(made_by_)},
+            {"nodes", build_folder + "/nodes.json"},
+            {"key_bits", foreign(made_by_).certificate.key_bits},
+            {"modes", modes},
+            {"anonymous", options_.anonymous},
+            {"users", options_.users},
+            {"trust", options_.trust_clients},
+            {"raid", options_.raid_controller},
+            {"max_sessions", options_.max_sessions},
+            {"max_nodes_per_read", options_.max_nodes_per_read},
+            {"max_message", options_.max_message}}
+            .dump();
     }
 
     [[nodiscard]] std::string ask(const std::string& question) {
@@ -87,9 +145,22 @@ class node_server final : public tested_server {
         return process_->read_line(patience);
     }
 
+    maker made_by_;
     server_options options_;
     std::uint16_t port_ = 0; // any, until the first start
     std::unique_ptr<child_process> process_;
+};
+
+/// A node of the plant that stands in for one that the other servers have.
+struct stand_in {
+    const char* node_id;
+    double value;
+    UA_StatusCode status;
+};
+const std::map<std::string, stand_in> stand_ins{
+    {"Value.Bad", {"ns=2;i=1001", 0, UA_STATUSCODE_BADSENSORFAILURE}},
+    {"Value.Uncertain", {"ns=2;i=1002", 3.5, UA_STATUSCODE_UNCERTAINLASTUSABLEVALUE}},
+    {"Value.NoDisplayName", {"ns=2;s=Text.NoDisplayName", 1.25, UA_STATUSCODE_GOOD}},
 };
 
 class simulated_plant final : public tested_server {
@@ -103,17 +174,24 @@ class simulated_plant final : public tested_server {
                    {.none = options.none,
                     .sign = options.sign,
                     .sign_encrypt = options.sign_encrypt},
-               .certificate = {.key_bits = options.key_bits},
                .trust_clients = options.trust_clients,
-               .diagnostics = options.diagnostics,
                .raid_controller = options.raid_controller,
-               .auto_change = false}} {
+               .auto_change = false,
+               .max_sessions =
+                   options.max_sessions != 0 ? options.max_sessions : std::uint16_t{100},
+               .max_nodes_per_read = options.max_nodes_per_read,
+               .max_message_bytes = options.max_message}} {
+        for (const auto& [name, node] : stand_ins) {
+            plant_.set_value(node.node_id, node.value);
+            plant_.set_read_status(node.node_id, node.status);
+        }
         start();
     }
 
     [[nodiscard]] std::uint16_t port() const override { return plant_.port(); }
     [[nodiscard]] std::string node_id(const std::string& name) const override {
-        return "ns=2;s=" + name;
+        const auto found = stand_ins.find(name);
+        return found == stand_ins.end() ? "ns=2;s=" + name : found->second.node_id;
     }
     [[nodiscard]] std::string thumbprint() override {
         const auto der = plant_.certificate();
@@ -142,19 +220,28 @@ class simulated_plant final : public tested_server {
 
 } // namespace
 
+std::string name_of(maker value) {
+    return value == maker::open62541 ? "open62541" : foreign(value).name;
+}
+
+certificate_facts certificate_of(maker value) {
+    return value == maker::open62541 ? certificate_facts{"Tarvik plant simulator", 2048, 365}
+                                     : foreign(value).certificate;
+}
+
 tested_server& running_server(maker made_by, const server_options& options, bool fresh) {
     struct running {
         server_options options;
         std::unique_ptr<tested_server> server;
     };
-    static std::map<maker, running> servers;
-    running& kept = servers[made_by];
+    static std::map<std::pair<maker, bool>, running> servers;
+    running& kept = servers[{made_by, options == all_modes}];
     if (fresh || !kept.server || kept.options != options) {
         kept.server.reset();
-        if (made_by == maker::node_opcua) {
-            kept.server = std::make_unique<node_server>(options);
-        } else {
+        if (made_by == maker::open62541) {
             kept.server = std::make_unique<simulated_plant>(options);
+        } else {
+            kept.server = std::make_unique<foreign_server>(made_by, options);
         }
         kept.options = options;
     }

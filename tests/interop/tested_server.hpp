@@ -1,22 +1,23 @@
 #pragma once
 
-// The servers that the module is tried on: node-opcua in a process of its own, and the simulated
-// plant, which stands on the same stack as the module.
+// The servers that the module is tried on: those of other makers, each in a process of its own, and
+// the simulated plant, which stands on the same stack as the module.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
 namespace tarvik::monitoring_modules::tests {
 
-enum class maker { open62541, node_opcua };
+enum class maker { open62541, node_opcua, asyncua, milo };
+inline constexpr std::array makers{
+    maker::open62541, maker::node_opcua, maker::asyncua, maker::milo};
 
-[[nodiscard]] inline std::string name_of(maker value) {
-    return value == maker::open62541 ? "open62541" : "node_opcua";
-}
+[[nodiscard]] std::string name_of(maker value);
 
 /// Secured endpoints have policy Basic256Sha256. The only user is user1 with password1; passwords
-/// are encrypted with that policy on unsecured endpoints too.
+/// are encrypted with that policy on unsecured endpoints too, where the server can.
 struct server_options {
     bool none = true;
     bool sign = false;
@@ -24,15 +25,32 @@ struct server_options {
     bool anonymous = true;
     bool users = false;
     bool trust_clients = true;   ///< false: refuses all certificates of clients
-    bool diagnostics = true;     ///< the server's EnabledFlag
     bool raid_controller = true; ///< of the industrial PC whose nodes the server has, too
-    unsigned key_bits = 2048;
+    // Limits; 0: the maker's own.
+    std::uint16_t max_sessions = 0;
+    std::uint32_t max_nodes_per_read = 0;
+    std::uint32_t max_message = 0; ///< bytes, in pieces of 8192
 
     [[nodiscard]] bool operator==(const server_options&) const = default;
 };
+/// What most tests use: it stays while there is none or another one beside it.
 inline constexpr server_options all_modes{.sign = true, .sign_encrypt = true, .users = true};
 
-/// Both servers have the same nodes with the same values, but for those of types that one of them
+/// Nothing is secured, and the industrial PC has no RAID controller.
+inline constexpr server_options unsecured{.users = true, .raid_controller = false};
+/// A small device: all limits are low.
+inline constexpr server_options limited{
+    .users = true, .max_sessions = 1, .max_nodes_per_read = 12, .max_message = 16384};
+
+/// What is known of a server's certificate before it is read.
+struct certificate_facts {
+    const char* common_name;
+    int key_bits;
+    int valid_days;
+};
+[[nodiscard]] certificate_facts certificate_of(maker value);
+
+/// All servers have the same nodes with the same values, but for those of types that one of them
 /// cannot hold.
 class tested_server {
   public:
@@ -62,7 +80,8 @@ class tested_server {
 };
 
 /// A running server with these options, from an earlier call with the same unless a fresh one is
-/// wanted. There is one of each maker at a time; asking for another ends it.
+/// wanted. Of each maker there is one at a time beside the one with all_modes; asking for another
+/// ends it.
 /// @throws std::exception when it does not start.
 [[nodiscard]] tested_server&
 running_server(maker made_by, const server_options& options, bool fresh = false);
