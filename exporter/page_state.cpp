@@ -39,6 +39,14 @@ using nlohmann::json;
     return result;
 }
 
+/// @return what limits are compared with and curves are made of; null: a growth that is not known
+[[nodiscard]] json judged_number(const channel_view& channel) {
+    if (!channel.difference) {
+        return finite(channel.scaled);
+    }
+    return channel.growth ? finite(*channel.growth) : json();
+}
+
 [[nodiscard]] json channel_json(const channel_view& channel, const channel_definitions* known) {
     json result{
         {"id", channel.id},
@@ -46,6 +54,7 @@ using nlohmann::json;
         {"value", channel.value.number},
         {"unit", channel.value.unit},
         {"raw", finite(as_double(channel.raw))},
+        {"scaled", judged_number(channel)},
         {"state", name_of(channel.state)},
         {"lookup", channel.lookup_text.has_value()},
         {"difference", channel.difference}};

@@ -15,7 +15,7 @@ function step_for(span, time_span) {
     return spans.find(step => step >= least) ?? round_steps.map(step => step * power).find(step => step >= least);
 }
 
-// @return (lowest, highest) => raw values that are round where the channel's values are shown
+// @return (lowest, highest) => numbers of the curve that are round where the channel's values are shown
 export function ticks_for(channel) {
     if (channel.lookup) {
         return () => []; // its numbers stand for words

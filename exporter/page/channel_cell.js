@@ -24,7 +24,7 @@ function broken_limit(channel) {
         ([name, state, sign]) =>
             state === channel.state &&
             Number.isFinite(given[name]) &&
-            (sign === '>' ? channel.raw > given[name] : channel.raw < given[name])
+            (sign === '>' ? channel.scaled > given[name] : channel.scaled < given[name])
     );
 }
 

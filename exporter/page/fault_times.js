@@ -12,8 +12,8 @@ const beyond = {
 };
 
 // @return value => whether it is at fault as the channel is now
-function same_fault({limits = {}, state, raw}, newest) {
-    if (beyond[state](raw, limits) || beyond[state](newest, limits)) {
+function same_fault({limits = {}, state, scaled}, newest) {
+    if (beyond[state](scaled, limits) || beyond[state](newest, limits)) {
         return value => beyond[state](value, limits);
     }
     return value => value === newest; // a lookup tells the state: only this value has it for sure

@@ -25,17 +25,17 @@ function format_time_span(seconds, texts) {
     return (seconds < 0 ? '-' : '') + words.join(' ');
 }
 
-// What the raw value was multiplied with to become the one that is shown: raw 8295157937 as "7.7" GiB by 1 / 1024³,
-// raw 725 as "72.5" by 0.1. The roundest factor wins that explains the shown value within its rounding.
+// What the number that limits and curves are in was multiplied with to become the one that is shown: 8295157937 as
+// "7.7" GiB by 1 / 1024³. The roundest factor wins that explains the shown value within its rounding.
 // @return NaN when there is none
 function factor_of(channel, shown, decimals) {
-    if (shown === 0 || !Number.isFinite(channel.raw)) {
-        return shown === channel.raw ? 1 : NaN;
+    if (shown === 0 || !Number.isFinite(channel.scaled)) {
+        return shown === channel.scaled ? 1 : NaN;
     }
     const rounding = 0.505 * 10 ** -decimals;
-    const ratio = shown / channel.raw;
-    const rounded = channel.difference ? [] : powers.slice(0, 3).map(digits => Number(ratio.toPrecision(digits)));
-    return [...usual_factors, ...rounded].find(factor => Math.abs(channel.raw * factor - shown) <= rounding) ?? NaN;
+    const ratio = shown / channel.scaled;
+    const rounded = powers.slice(0, 3).map(digits => Number(ratio.toPrecision(digits)));
+    return [...usual_factors, ...rounded].find(factor => Math.abs(channel.scaled * factor - shown) <= rounding) ?? NaN;
 }
 
 // Cuts the decimals that nobody reads at a glance; digits before the point stay, however many.
@@ -61,7 +61,7 @@ export function value_text({value, lookup}, texts, exactly = false) {
     return texts.decimal(exactly ? value : shortened(value));
 }
 
-// How a channel's raw values become the ones that are shown.
+// How a channel's numbers, as its limits and curves have them, become the ones that are shown.
 // @return {factor, decimals, unit}: factor 1 and no unit when it could not be found
 export function scale_of(channel) {
     const shown = channel.lookup || channel.value.trim() === '' ? NaN : Number(channel.value);
@@ -70,14 +70,14 @@ export function scale_of(channel) {
     return Number.isFinite(factor) ? {factor, decimals, unit: channel.unit} : {factor: 1, decimals, unit: ''};
 }
 
-// @return raw value => text, with the unit where the scale of the shown value could be found
+// @return number of a limit or curve => text, with the unit where the scale of the shown value could be found
 export function number_format(channel, texts) {
     if (is_time_span(channel)) {
-        return raw => format_time_span(raw, texts);
+        return number => format_time_span(number, texts);
     }
     const {factor, decimals, unit} = scale_of(channel);
-    return raw => {
-        const value = raw * factor;
+    return number => {
+        const value = number * factor;
         const rounded = Math.abs(value) < 1 ? value.toPrecision(3) : value.toFixed(Math.max(decimals, 2));
         return texts.decimal(String(Number(rounded))) + (unit ? `\u00a0${unit}` : '');
     };

@@ -124,6 +124,24 @@ TEST_F(serving, scans_sensors_over_one_session_and_shows_them) {
     EXPECT_THAT(probe.ask("/../probe.yaml"), HasSubstr("404"));
 }
 
+TEST_F(serving, tells_the_page_numbers_in_the_scale_of_limits_and_curves) {
+    const std::string scaled = "  tenths: {kind: custom_sensor, channels: "
+                               "[\"ns=2;s=Boiler.Temperature\"], scales: {1: 0.1}, "
+                               "settings: {user: user1, password: password1}}\n";
+    const serving_probe probe{
+        modules + scaled + "sensors:\n  - {name: a, module: tenths, target: \"127.0.0.1:" +
+        std::to_string(plant_.port()) + "\", interval: 200ms}\n"};
+    plant_.set_value("ns=2;s=Boiler.Temperature", 725.0);
+    auto channel = nlohmann::json::object();
+    EXPECT_TRUE(comes_true([&] {
+        const auto channels = probe.json("/api/state").at("sensors").at(0).at("channels");
+        channel = channels.empty() ? channel : channels.at(0);
+        return channel.value("raw", 0.0) == 725.0;
+    }));
+    EXPECT_EQ(channel.at("value"), "72.5");
+    EXPECT_EQ(channel.at("scaled"), 72.5);
+}
+
 TEST_F(serving, has_the_key_pair_that_it_needs_before_it_serves) {
     const state_for_tests kept;
     const auto has_pair = [&kept] {

@@ -132,7 +132,7 @@ class FakeProbe:
         channels = [] if new else [self.channel(id, number, now) for number in range(1, 2 + id % 5)]
         if id == 9:
             channels.append({"id": 0, "name": "RAID controller", "value": "Bus degraded", "unit": "", "raw": 2,
-                             "state": "warning", "lookup": True, "difference": False})
+                             "scaled": 2, "state": "warning", "lookup": True, "difference": False})
         worst = [state for state in ("error", "warning") if any(channel["state"] == state for channel in channels)]
         fine = FINE if id in self.hot or id % 6 == 0 else "OK"
         made_up = f"{['boiler', 'pump', 'tank', 'press'][id % 4]}-{id}"
@@ -159,8 +159,8 @@ class FakeProbe:
             raw = 187200 + now % 3600
             value, unit = f"2 d {int(raw % 86400 // 3600)} h", ""
         name, unit = (HOSTILE, HOSTILE) if self.hostile and id == 2 else (NAMES[number - 1], unit)
-        return {"id": number, "name": name, "value": value, "unit": unit, "raw": raw, "state": state, "lookup": False,
-                "difference": number == 5, **limits}
+        return {"id": number, "name": name, "value": value, "unit": unit, "raw": 10 * raw, "scaled": raw, "state": state,
+                "lookup": False, "difference": number == 5, **limits}
 
     def curves(self, query):
         end = time.time() // STEP * STEP

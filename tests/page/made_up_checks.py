@@ -107,9 +107,12 @@ def check_curves(_):
         gaps = page.run("shown()[0].querySelector('.trace').getAttribute('d').split('M').length - 2")
         expect(gaps == 1, f"{gaps} gaps for one gap in the scans")
         temperature, memory = page.run("[...shown()[0].querySelectorAll('title')].slice(0, 2).map(t => t.textContent)")
-        value = r"[\d.]+\s°C"
+        value = r"([\d.]+)\s°C"
         said = rf"Boiler Temperature, last hour: minimum {value}, maximum {value}, now {value}"
-        expect(re.fullmatch(said, temperature), f"label {temperature!r}")
+        told = re.fullmatch(said, temperature)
+        expect(told, f"label {temperature!r}")
+        lowest, highest, now = map(float, told.groups())
+        expect(lowest - 0.01 <= now <= highest + 0.01 and lowest > 40, f"curve and value differ in scale: {temperature!r}")
         expect(re.search(r"minimum \d\.\d+\sGiB", memory), f"bytes are not shown as the value is: {memory!r}")
 
 
