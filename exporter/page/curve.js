@@ -56,37 +56,42 @@ function points(run, values, y) {
 
 // @return an empty picture; its title is what a screen reader says
 export function new_curve() {
-    const parts = ['band', 'limit error', 'limit warning', 'line'].map(name => svg_element('path', {class: name}));
+    const parts = ['grid', 'band', 'limit error', 'limit warning', 'trace'].map(name => svg_element('path', {class: name}));
     const attributes = {class: 'curve', role: 'img', preserveAspectRatio: 'none'};
     return svg_element('svg', attributes, svg_element('title'), ...parts);
 }
 
 // @param curve {low, high}: as many values each, oldest first; null: no good scan
 // @param limits as the probe sends them, maybe empty
-export function draw_curve(picture, curve, limits) {
+// @param ticks (lowest, highest) => values to draw lines at
+// @return [value, its height as a share of the picture's, from the top] for each tick
+export function draw_curve(picture, curve, limits, ticks) {
     const [, ...parts] = picture.children;
     const steps = curve.low.length;
     set_attribute(picture, 'viewBox', `0 0 ${steps} ${height}`);
     const range = extremes(curve);
     if (range === null) {
         parts.forEach(part => set_attribute(part, 'd', ''));
-        return;
+        return [];
     }
     const scale = scale_of(range, limits);
     const unit = (height - 2 * margin) / (scale.high - scale.low);
     const y = value => (height - margin - (value - scale.low) * unit).toFixed(1);
+    const level = value => `M0 ${y(value)}H${steps}`;
     const limit_lines = kind =>
         Object.entries(limits)
             .filter(([name, value]) => limit_kinds[name] === kind && value >= scale.low && value <= scale.high)
-            .map(([, value]) => `M0 ${y(value)}H${steps}`)
+            .map(([, value]) => level(value))
             .join('');
+    const marked = ticks(scale.low - margin / unit, scale.high + margin / unit);
     const runs = runs_of(curve);
     const middle = curve.low.map((low, step) => (low + curve.high[step]) / 2);
     const band = run => [...points(run, curve.high, y), ...points(run, curve.low, y).reverse()];
     const bands = runs.map(run => `M${band(run).join('L')}Z`);
     const lines = runs.map(run => `M${points(run, middle, y).join('L')}`);
-    const paths = [bands.join(''), limit_lines('error'), limit_lines('warning'), lines.join('')];
+    const paths = [marked.map(level).join(''), bands.join(''), limit_lines('error'), limit_lines('warning'), lines.join('')];
     parts.forEach((part, index) => set_attribute(part, 'd', paths[index]));
+    return marked.map(value => [value, y(value) / height]);
 }
 
 export function label_curve(picture, text) {

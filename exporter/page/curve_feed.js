@@ -39,7 +39,7 @@ export class curve_feed {
 
     #due() {
         const now = Date.now();
-        return this.#list.rows_seen().filter(row => now - row.curves_at >= lifetime && !row.node.hidden);
+        return this.#list.rows_with_curves().filter(row => now - row.curves_at >= lifetime);
     }
 
     async #fetch_batch(rows) {
@@ -48,7 +48,7 @@ export class curve_feed {
             row.curves_at = Date.now();
         }
         for (const sensor of answer.sensors) {
-            this.#list.row(sensor.id)?.show_curves(sensor, answer.step, answer.end);
+            this.#list.show_curves(sensor, answer.step, answer.end);
         }
     }
 }

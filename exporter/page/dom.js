@@ -57,57 +57,57 @@ export function fill_facts(list, facts) {
     });
 }
 
-// The children of a list, one view for each item: kept as long as the item is there, moved only when its place changes.
-export class keyed_views {
-    #list;
-    #key;
+// Puts nodes into a list, in this order, and nothing else. Leaves those alone that stay, so that the browser can hold the
+// reader's place, and gives the focus back to a node that had to move.
+export function arrange(list, nodes) {
+    const focused = document.activeElement;
+    let place = list.firstElementChild;
+    for (const node of nodes) {
+        if (place && place !== node && place.nextElementSibling === node) {
+            list.append(place); // it is the one that moved, further down
+            place = node;
+        }
+        if (place === node) {
+            place = node.nextElementSibling;
+        } else {
+            list.insertBefore(node, place);
+        }
+    }
+    while (place) {
+        const next = place.nextElementSibling;
+        place.remove();
+        place = next;
+    }
+    if (focused !== document.activeElement && list.contains(focused)) {
+        focused.focus({preventScroll: true});
+    }
+}
+
+// Views by the keys of what they show: made once, kept as long as their keys are there.
+export class view_pool {
     #create;
     views = new Map(); // key -> view
 
-    // @param key item => what tells it from the others
-    // @param create key => a new view; its node becomes a child of the list
-    constructor(list, key, create) {
-        this.#list = list;
-        this.#key = key;
+    // @param create key => a new view
+    constructor(create) {
         this.#create = create;
     }
 
-    // @param items in their order
-    // @param update (view, item) brings a view up to date
-    show(items, update) {
-        const former = new Set(this.views.keys());
-        const nodes = items.map(item => {
-            const key = this.#key(item);
-            former.delete(key);
-            const view = this.views.get(key) ?? this.#create(key);
-            this.views.set(key, view);
-            update(view, item);
-            return view.node;
-        });
-        for (const key of former) {
-            this.views.get(key).node.remove();
-            this.views.delete(key);
+    get(key) {
+        if (!this.views.has(key)) {
+            this.views.set(key, this.#create(key));
         }
-        this.#arrange(nodes);
+        return this.views.get(key);
     }
 
-    // Leaves those alone that stay, so that the browser can hold the reader's place.
-    #arrange(nodes) {
-        const focused = document.activeElement;
-        let place = this.#list.firstElementChild;
-        for (const node of nodes) {
-            if (place && place !== node && place.nextElementSibling === node) {
-                this.#list.append(place); // it is the one that moved, further down
-                place = node;
+    // Forgets the views of all other keys and takes them out of the document.
+    // @param keys a Set or Map
+    keep(keys) {
+        for (const [key, view] of this.views) {
+            if (!keys.has(key)) {
+                view.node.remove();
+                this.views.delete(key);
             }
-            if (place === node) {
-                place = node.nextElementSibling;
-            } else {
-                this.#list.insertBefore(node, place);
-            }
-        }
-        if (focused !== document.activeElement && this.#list.contains(focused)) {
-            focused.focus({preventScroll: true});
         }
     }
 }

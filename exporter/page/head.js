@@ -60,7 +60,10 @@ export class freshness {
     // @param answered_at the probe's clock at its last answer, seconds; 0: none yet
     update(poller, answered_at, texts) {
         const late = Date.now() - Math.max(poller.last_answer, this.#seen_since) > late_after || poller.failures > 1;
-        set_text(this.#fresh, answered_at ? texts.get('page.as_of', {time: texts.clock(answered_at)}) : '');
+        const [long, short] = this.#fresh.children;
+        const time = answered_at ? texts.clock(answered_at) : '';
+        set_text(long, time && texts.get('page.as_of', {time}));
+        set_text(short, time);
         document.body.classList.toggle('away', late);
         const [title, detail] = this.#banner.children;
         this.#banner.hidden = !late;

@@ -3,11 +3,13 @@
 import {read_address, store_language, stored_language, write_address} from './address.js';
 import {curve_feed} from './curve_feed.js';
 import {element, set_attribute, set_text} from './dom.js';
+import {fault_times} from './fault_times.js';
+import {is_filtered} from './filter.js';
 import {counts_bar, freshness} from './head.js';
 import {model} from './model.js';
+import {news} from './news.js';
 import {fetch_json, poller} from './poller.js';
 import {sensor_list} from './sensor_list.js';
-import {server_list} from './server_list.js';
 import {choose_language, languages, texts} from './texts.js';
 
 const tick = 1000;        // ms between two looks at the ages that are shown
@@ -19,10 +21,23 @@ const known = new model();
 let view = read_address();
 let words = null; // the texts of the language that is shown
 
-const sensors = new sensor_list(part('sensor-list'), () => curves.refresh(), () => known.now());
+const times = new fault_times();
+const sensors = new sensor_list(
+    {area: part('sensors'), down: part('down'), faults: part('faults'), groups: part('groups')},
+    times,
+    () => known.now(),
+    {
+        seen: () => curves.refresh(),
+        only: key => set_search(view.search === key ? '' : key),
+        still_end: () => show(),
+        fold: () => show(),
+    }
+);
 const curves = new curve_feed(sensors);
-const servers = new server_list(part('server-list'), part('fold'), address => {
-    set_search(view.search === address ? '' : address);
+const missed = new news(part('news'), part('attention'), () => {
+    show(true);
+    scrollTo(0, 0);
+    part('sensors').focus({preventScroll: true});
 });
 const counts = new counts_bar(part('counts'), toggle_state);
 const fresh = new freshness(part('fresh'), part('banner'));
@@ -36,11 +51,13 @@ async function ask(signal) {
     if (language !== words.language) {
         return; // the question in the other language is on its way
     }
-    const turned = known.merge(answer);
+    const changed = known.merge(answer);
     if (version !== null && version !== answer.version) {
         location.reload(); // this page is the former program's
     }
-    announce(turned);
+    times.note(changed);
+    missed.note(changed);
+    announce(changed.filter(([sensor, before]) => sensor.state !== before.state).map(([sensor]) => sensor));
     show();
     curves.refresh();
 }
@@ -58,30 +75,29 @@ function announce(turned) {
     }
 }
 
-function show() {
+// @param anew whether the reader asked for another view
+function show(anew = false) {
     const number = known.counts();
     const all = known.sensors.size;
     counts.update(number, view.states, words);
-    servers.update(known.sorted_servers(words), words, known.now(), view.search);
-    sensors.update(known.sorted_sensors(words), words);
-    const shown = sensors.filter(view.search, view.states);
-    const filtered = view.search !== '' || view.states.size > 0;
+    const shown = sensors.update(known, view, words, anew);
+    const filtered = is_filtered(view);
     const numbers = {n: words.number(shown), all: words.number(all)};
     set_text(part('shown'), filtered ? words.get('filter.shown', numbers) : '');
     part('clear').hidden = !filtered;
     part('no-match').hidden = shown > 0;
     const answered = known.version !== null;
-    part('servers').hidden = known.servers.length === 0;
     part('sensors').hidden = all === 0;
     part('empty').hidden = !answered || all > 0;
     set_text(part('version'), answered ? `opcua-probe ${known.version}` : '');
     document.title = (number.error > 0 ? `(${words.number(number.error)}) ` : '') + words.get('page.title');
     fresh.update(polling, known.answered_at, words);
+    missed.update(sensors.holds, words);
 }
 
 function show_filter() {
     write_address(view);
-    show();
+    show(true);
     curves.refresh();
 }
 

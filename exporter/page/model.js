@@ -4,9 +4,21 @@
 export const states = ['error', 'warning', 'pending', 'ok'];
 const ranks = Object.fromEntries(states.map((state, rank) => [state, rank]));
 
+// @param thing a sensor or a channel
+export const is_faulty = ({state}) => state === 'error' || state === 'warning';
+
 // How a server's state is shown among those of sensors.
 const server_marks = {ready: 'ok', connecting: 'pending'};
 export const server_mark = server => server_marks[server.state] ?? 'error';
+
+// @return state -> number of sensors
+export function count_states(sensors) {
+    const counts = Object.fromEntries(states.map(state => [state, 0]));
+    for (const sensor of sensors) {
+        counts[sensor.state] += 1;
+    }
+    return counts;
+}
 
 export class model {
     servers = [];
@@ -15,25 +27,35 @@ export class model {
     version = null;      // of the probe
     answered_at = 0;     // the probe's clock at its last answer, seconds since 1970; 0: none yet
     #clock_lead = 0;     // of the probe's clock before this one's, seconds
+    #by_name = null;     // all sensors' ids; null: some are new, gone or named anew
+    #compare = null;     // what the names are in order by
 
     // @param answer the probe's state, complete or what changed since this revision
-    // @return sensors that were known in another state
+    // @return [sensor, what it was before] for each that was known with other values
     merge(answer) {
-        const turned = answer.sensors.filter(sensor => {
-            const before = this.sensors.get(sensor.id);
-            return before && before.state !== sensor.state;
-        });
+        const changed = answer.sensors
+            .map(sensor => [sensor, this.sensors.get(sensor.id)])
+            .filter(([sensor, before]) => {
+                if (before?.name !== sensor.name) {
+                    this.#by_name = null;
+                }
+                return before;
+            });
         if (answer.complete) {
             this.sensors.clear();
+            this.#by_name = null;
         }
         answer.sensors.forEach(sensor => this.sensors.set(sensor.id, sensor));
-        answer.removed?.forEach(id => this.sensors.delete(id));
+        for (const id of answer.removed ?? []) {
+            this.sensors.delete(id);
+            this.#by_name = null;
+        }
         this.servers = answer.servers;
         this.revision = answer.revision;
         this.version = answer.version;
         this.answered_at = answer.now;
         this.#clock_lead = answer.now - Date.now() / 1000;
-        return turned;
+        return changed;
     }
 
     // @return the probe's clock now, seconds since 1970
@@ -41,39 +63,23 @@ export class model {
         return Date.now() / 1000 + this.#clock_lead;
     }
 
-    // @return state -> number of sensors
+    server(address) {
+        return this.servers.find(server => server.address === address);
+    }
+
     counts() {
-        const counts = Object.fromEntries(states.map(state => [state, 0]));
-        this.sensors.forEach(sensor => (counts[sensor.state] += 1));
-        return counts;
+        return count_states(this.sensors.values());
     }
 
     // @return all sensors, the worst first, then by name
     sorted_sensors({compare}) {
-        return [...this.sensors.values()].sort(
-            (left, right) =>
-                ranks[left.state] - ranks[right.state] || compare(left.name, right.name) || left.id - right.id
-        );
+        if (this.#by_name === null || this.#compare !== compare) {
+            const all = [...this.sensors.values()];
+            all.sort((left, right) => compare(left.name, right.name) || left.id - right.id);
+            this.#by_name = all.map(({id}) => id);
+            this.#compare = compare;
+        }
+        const sorted = this.#by_name.map(id => this.sensors.get(id));
+        return sorted.sort((left, right) => ranks[left.state] - ranks[right.state]);
     }
-
-    // @return all servers, the worst first, then by address
-    sorted_servers({compare}) {
-        const rank = server => ranks[server_mark(server)];
-        return [...this.servers].sort(
-            (left, right) => rank(left) - rank(right) || compare(left.address, right.address)
-        );
-    }
-}
-
-// @return what a search looks into, in lower case
-export function searchable_text({name, server, kind, kind_name, message, channels}) {
-    return [name, server, kind, kind_name, message, ...channels.map(channel => channel.name)].join('\n').toLowerCase();
-}
-
-// @param text as searchable_text() makes it
-// @param search words that all have to occur
-// @param shown_states Set; empty: all
-export function matches(text, state, search, shown_states) {
-    const words = search.toLowerCase().split(/\s+/);
-    return (shown_states.size === 0 || shown_states.has(state)) && words.every(word => text.includes(word));
 }

@@ -49,6 +49,7 @@ export class texts {
         // Each takes seconds since 1970.
         this.clock = time_format({timeStyle: 'medium'});
         this.hour_and_minute = time_format({timeStyle: 'short'});
+        this.day_and_minute = time_format({month: 'short', day: 'numeric', hour: 'numeric', minute: '2-digit'});
         this.moment = time_format({dateStyle: 'medium', timeStyle: 'medium'});
         this.number = new Intl.NumberFormat(this.tag).format;
         this.compare = new Intl.Collator(this.tag, {numeric: true}).compare;
@@ -66,6 +67,12 @@ export class texts {
     // @param text a number as the probe and JavaScript write it; it keeps its digits
     decimal(text) {
         return text.replace('.', this.#decimal_sign);
+    }
+
+    // The time of day, with the date unless that is today's.
+    short_moment(time, now) {
+        const day_of = moment => new Date(moment * 1000).toDateString();
+        return day_of(time) === day_of(now) ? this.hour_and_minute(time) : this.day_and_minute(time);
     }
 
     // @param unit day, hour, minute or second

@@ -23,17 +23,21 @@ modules:
     targets: ["127.0.0.1:*"]
     channels: ["Boiler=ns=2;s=Boiler.Temperature"]
     units: {1: "°C"}
-    settings: {logging: enabled, user: user1, password: password1}
+    settings: &user1 {logging: enabled, user: user1, password: password1}
+  tenths: {kind: custom_sensor, channels: ["ns=2;s=Boiler.Temperature"], scales: {1: 0.1}, settings: *user1}
   closed: {kind: server_status_sensor}
   wrong: {kind: custom_sensor, channels: ["ns=2;s=Nowhere"]}
 )";
 
 [[nodiscard]] std::string sensor(
-    const std::string& name, const simulator::plant_server& plant, const std::string& more = ""
+    const std::string& name,
+    const simulator::plant_server& plant,
+    const std::string& more = "",
+    const std::string& module = "plant"
 ) {
-    return "  - {name: " + name +
-           ", module: plant, target: \"127.0.0.1:" + std::to_string(plant.port()) +
-           "\", interval: 200ms" + more + "}\n";
+    return "  - {name: " + name + ", module: " + module +
+           ", target: \"127.0.0.1:" + std::to_string(plant.port()) + "\", interval: 200ms" + more +
+           "}\n";
 }
 
 /// What a service manager is told.
@@ -122,6 +126,13 @@ TEST_F(serving, scans_sensors_over_one_session_and_shows_them) {
     EXPECT_THAT(probe.ask("/"), HasSubstr("<html"));
     EXPECT_THAT(probe.ask("/texts/ja.json"), HasSubstr("200 OK"));
     EXPECT_THAT(probe.ask("/../probe.yaml"), HasSubstr("404"));
+}
+
+TEST_F(serving, tells_the_page_numbers_in_the_scale_of_limits_and_curves) {
+    const serving_probe probe{modules + ("sensors:\n" + sensor("a", plant_, "", "tenths"))};
+    plant_.set_value("ns=2;s=Boiler.Temperature", 725.0);
+    const std::string both = R"("raw":725.0,"scaled":72.5,)";
+    EXPECT_TRUE(comes_true([&] { return probe.ask("/api/state").find(both) != both.npos; }));
 }
 
 TEST_F(serving, has_the_key_pair_that_it_needs_before_it_serves) {

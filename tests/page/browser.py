@@ -10,6 +10,8 @@ import time
 import urllib.error
 import urllib.request
 
+import picture
+
 ELEMENT = "element-6066-11e4-a52e-4f735466cecf"  # the key of an element's id, fixed by the WebDriver standard
 KEYS = {"tab": "\ue004", "enter": "\ue007", "escape": "\ue00c"}
 
@@ -88,6 +90,11 @@ class Browser:
         strokes = [{"type": kind, "value": key} for key in text for kind in ("keyDown", "keyUp")]
         self.ask("POST", "/actions", {"actions": [{"type": "key", "id": "keyboard", "actions": strokes}]})
 
+    def point(self, x, y):
+        """Moves the mouse there."""
+        move = {"type": "pointerMove", "duration": 0, "x": round(x), "y": round(y)}
+        self.ask("POST", "/actions", {"actions": [{"type": "pointer", "id": "mouse", "actions": [move]}]})
+
     def until(self, what, script, *arguments, seconds=15):
         """Waits until the expression is truthy and returns it; fails after the deadline, naming what was awaited."""
         deadline = time.monotonic() + seconds
@@ -103,4 +110,4 @@ class Browser:
         return [line["message"] for line in lines if line["level"] == "SEVERE"]
 
     def screenshot(self, path):
-        pathlib.Path(path).write_bytes(base64.b64decode(self.ask("GET", "/screenshot")))
+        pathlib.Path(path).write_bytes(picture.small(base64.b64decode(self.ask("GET", "/screenshot"))))

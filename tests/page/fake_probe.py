@@ -1,7 +1,7 @@
 """A probe that is none: serves the page with made-up sensors, for what no real plant shows on demand, such as hundreds
 of sensors and names that are meant to break out.
 
-    with FakeProbe(sensors=500) as probe: ...        its page is at probe.url, until the block is left
+    with FakeProbe(sensors=500, servers=40) as probe: ...        its page is at probe.url, until the block is left
 """
 import http.server
 import json
@@ -20,23 +20,32 @@ HEADERS = {
     "Cache-Control": "no-store",
 }
 STEPS, STEP = 120, 30
+RAID = [{"id": 0, "low": [1] * (STEPS - 40) + [2] * 40, "high": [1] * (STEPS - 40) + [2] * 40}]  # the lookup's curve
 LIMITS = {"lower_error": 7, "lower_warning": 28, "upper_warning": 80, "upper_error": 90}
 BYTES = 1e8  # of memory in one unit of a wave
 DOWN = "The sensor could not connect to the OPC UA server (BadConnectionClosed)."
+UNKNOWN = "The node ns=2;s=Press.Force could not be read (BadNodeIdUnknown)."
+FINE = "All systems normal"
 NAMES = ["Boiler Temperature", "Available Memory", "Uptime", "Return flow of the secondary circuit", "Requests"]
 HOSTILE = "<img src=x onerror=\"document.title='broken'\">{name}</li>\u202e"
 
 
-def wave(sensor, channel, moment):
-    """A made-up measurement; every eleventh sensor reaches its limits."""
-    swing = 24 if sensor % 11 == 3 else 9
-    return 60 + channel + swing * math.sin(moment / (400 + 37 * (sensor % 7)) + sensor + channel)
-
-
 class FakeProbe:
-    def __init__(self, sensors=60, servers=6, port=0):
+    """What is wrong can be changed while the page looks on:
+
+    down     numbers of servers that are not reached
+    failing  ids of sensors whose scans fail
+    hot      id of a sensor -> (since when, state): its first channel is beyond the limit of that state
+    names    id of a sensor -> its name, in place of a made-up one
+
+    Sensor 9 warns by a lookup, 12 was never scanned, and the names and texts of 2 are hostile unless told otherwise.
+    """
+
+    def __init__(self, sensors=63, servers=7, port=0, hostile=True):
+        now = time.time()
         self.count, self.servers, self.revision, self.requests = sensors, servers, 1, []
-        self.failing = {5, 17}  # ids of sensors that are down; sensor 9 warns by a lookup, 12 was never scanned
+        self.down, self.failing, self.hostile, self.names = {6}, {17}, hostile, {}
+        self.hot = {25: (now - 5400, "error"), 47: (now - 130, "error"), 8: (now - 2400, "warning")}
         self.delay = 0  # of answers about the state, seconds
         self.at_once = self.most_at_once = 0  # such requests
         probe = self
@@ -98,57 +107,74 @@ class FakeProbe:
         }
 
     def server_state(self, number):
-        down = any(id % self.servers == number for id in self.failing)
+        down = number in self.down
         return {
-            "address": f"plc-{number}.plant.example:4840", "state": "unreachable" if down else "ready",
+            "address": self.address(number), "state": "unreachable" if down else "ready",
             "message": DOWN if down else "",
-            "since": time.time() - (95 if down else 90000), "next_attempt": time.time() + 7 if down else None,
-            "sensors": self.count // max(self.servers, 1), "sessions": 0 if down else 1,
+            "since": time.time() - (940 if down else 90000), "next_attempt": time.time() + 7 if down else None,
+            "sensors": sum(id % self.servers == number for id in range(1, self.count + 1)), "sessions": 0 if down else 1,
         }
 
+    def wave(self, id, number, moment):
+        """A made-up measurement."""
+        since, state = self.hot.get(id, (math.inf, ""))
+        turn = math.sin(moment / (400 + 37 * (id % 7)) + id + number)
+        if number == 1 and moment >= since:
+            return (94 if state == "error" else 84) + 3 * turn
+        return 60 + number + 9 * turn
+
+    def fault(self, id):
+        """Why the scans of a sensor fail; None when they do not."""
+        return DOWN if id % self.servers in self.down else UNKNOWN if id in self.failing else None
+
     def sensor(self, id):
-        now, down, new, hostile = time.time(), id in self.failing, id == 12, id == 2
+        now, fault, new, hostile = time.time(), self.fault(id), id == 12, self.hostile and id == 2
         channels = [] if new else [self.channel(id, number, now) for number in range(1, 2 + id % 5)]
         if id == 9:
             channels.append({"id": 0, "name": "RAID controller", "value": "Bus degraded", "unit": "", "raw": 2,
-                             "state": "warning", "lookup": True, "difference": False})
+                             "scaled": 2, "state": "warning", "lookup": True, "difference": False})
         worst = [state for state in ("error", "warning") if any(channel["state"] == state for channel in channels)]
-        message = "" if new else DOWN if down else HOSTILE if hostile else "OK" if id % 6 else "All systems normal"
+        fine = FINE if id in self.hot or id % 6 == 0 else "OK"
+        made_up = f"{['boiler', 'pump', 'tank', 'press'][id % 4]}-{id}"
         return {
-            "id": id, "name": HOSTILE if hostile else f"{['boiler', 'pump', 'tank', 'press'][id % 4]}-{id}",
-            "kind": "custom_sensor", "kind_name": "OPC UA Custom", "message": message, "interval": 10.0, "stale": down,
-            "server": f"plc-{id % self.servers}.plant.example:4840", "channels": channels,
-            "state": "error" if down else "pending" if new else worst[0] if worst else "ok",
-            "last_scan": None if new else now, "last_good": None if new else now - (95 if down else 1),
+            "id": id, "name": self.names.get(id, HOSTILE if hostile else made_up), "kind": "custom_sensor",
+            "kind_name": "OPC UA Custom", "message": "" if new else fault or (HOSTILE if hostile else fine),
+            "interval": 10.0, "stale": bool(fault), "channels": channels, "server": self.address(id % self.servers),
+            "state": "error" if fault else "pending" if new else worst[0] if worst else "ok",
+            "last_scan": None if new else now, "last_good": None if new else now - (950 if fault else 1),
         }
 
+    @staticmethod
+    def address(number):
+        return f"plc-{number}.plant.example:4840"
+
     def channel(self, id, number, now):
-        raw = wave(id, number, now)
+        raw = self.wave(id, number, now)
         state = "none" if number != 1 or 28 <= raw <= 80 else "warning" if 7 <= raw <= 90 else "error"
-        value, unit, limits = f"{raw:.2f}", "/s" if number == 5 else "°C", {"limits": LIMITS} if number == 1 else {}
+        value, unit, limits = f"{raw:.3f}", "/s" if number == 5 else "°C", {"limits": LIMITS} if number == 1 else {}
         if number == 2:
             raw *= BYTES
             value, unit = f"{raw / 1024 ** 3:.1f}", "GiB"
         elif number == 3:
             raw = 187200 + now % 3600
             value, unit = f"2 d {int(raw % 86400 // 3600)} h", ""
-        name, unit = (HOSTILE, HOSTILE) if id == 2 else (NAMES[number - 1], unit)
-        return {"id": number, "name": name, "value": value, "unit": unit, "raw": raw, "state": state, "lookup": False,
-                "difference": number == 5, **limits}
+        name, unit = (HOSTILE, HOSTILE) if self.hostile and id == 2 else (NAMES[number - 1], unit)
+        return {"id": number, "name": name, "value": value, "unit": unit, "raw": 10 * raw, "scaled": raw, "state": state,
+                "lookup": False, "difference": number == 5, **limits}
 
     def curves(self, query):
         end = time.time() // STEP * STEP
         return {"step": STEP, "end": end, "sensors": [
-            {"id": id, "channels": [self.curve(id, number, end) for number in range(1, 2 + id % 5)]}
+            {"id": id, "channels": [self.curve(id, number, end) for number in range(1, 2 + id % 5)] + RAID * (id == 9)}
             for id in map(int, query["sensors"].split(","))]}
 
     def curve(self, id, number, end):
         factor = BYTES if number == 2 else 1
-        middle = [wave(id, number, end - STEP * (STEPS - step)) * factor for step in range(STEPS)]
+        middle = [self.wave(id, number, end - STEP * (STEPS - step)) * factor for step in range(STEPS)]
         for gap in range(40, 52) if id % 4 == 1 else []:
             middle[gap] = None
-        if id in self.failing:
-            middle[117:] = [None] * 3
+        if self.fault(id):
+            middle[88:] = [None] * 32
         spread = (0.5 + id % 3) * factor
         low, high = ([value and value + side * spread for value in middle] for side in (-1, 1))
         return {"id": number, "low": low, "high": high}

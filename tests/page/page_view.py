@@ -8,10 +8,17 @@ HELPERS = """
     const all = selector => [...document.querySelectorAll(selector)];
     const one = selector => document.querySelector(selector);
     const named = name => all('.sensor').find(row => row.querySelector('.name').textContent === name);
-    const server = address => all('.server').find(tile => tile.value.startsWith(address)).parentNode;
-    const shown = () => all('.sensor').filter(row => !row.hidden);
+    const group = title => all('.group').find(group => text(group, '.fold') === title);
+    const shown = () => all('.sensor').filter(row => row.checkVisibility());
+    const names = selector => all(selector + ' .name').map(name => name.textContent);
+    const count = state => Number(text(one(`.count[data-state='${state}']`), '.number'));
+    const screens = () => document.documentElement.scrollHeight / innerHeight;
+    const box = node => {
+        const {top, height} = node.getBoundingClientRect();
+        return {top: Math.round(top), height: Math.round(height)};
+    };
     const text = (node, selector) => node.querySelector(selector).textContent;
-    const drawn = node => (node.querySelector('.line').getAttribute('d') ?? '') !== '';
+    const drawn = node => Boolean(node.querySelector('.trace')?.getAttribute('d'));
     // The lowest contrast of any text in sight with what is behind it, as WCAG 2 defines it, and that text.
     const lowest_contrast = () => {
         const parts = colour => colour.match(/[\\d.]+/g).map(Number);
@@ -49,7 +56,7 @@ class PageView(Browser):
         self.open("about:blank")
         self.open(url)
         if rows:
-            self.until("sensors", "all('.sensor').length > 3")
+            self.until("sensors", "all('.sensor').length > 0")
 
     def choose_language(self, language):
         self.run("((part, code) => { part.value = code; part.dispatchEvent(new Event('change')); })"

@@ -33,7 +33,7 @@ def values_move(context, page):
 
 def server_goes(context, page, plant):
     plant.simulators[1].end()
-    page.until("server unreachable", "text(server(a[0]), '.word') === 'Unreachable'", plant.addresses[1], seconds=40)
+    page.until("server unreachable", "text(group(a[0]), '.word') === 'Unreachable'", plant.addresses[1], seconds=40)
     page.until("its sensor fails, first in the list", "one('.sensor').dataset.state === 'error'", seconds=20)
     expect(page.run("text(one('.sensor'), '.name')") == "boiler-2", "another sensor failed")
     expect(page.run("one('.sensor').matches('.stale')"), "old values look like new ones")
@@ -41,13 +41,13 @@ def server_goes(context, page, plant):
     expect(page.run("document.title").startswith("(1)"), "the window's title has no count")
     for language, message in MESSAGES.items():
         page.choose_language(language)
-        page.until(f"message in {language}", "text(one('.sensor'), '.message').startsWith(a[0])", message)
+        page.until(f"message in {language}", "text(one('.down'), '.message').startsWith(a[0])", message)
         context.shot(page, f"plant-server-down-{language}")
 
 
 def server_returns(page, plant):
     plant.simulators[1].start()
-    page.until("server ready again", "server(a[0]).dataset.state === 'ok'", plant.addresses[1], seconds=90)
+    page.until("server ready again", "group(a[0]).dataset.state === 'ok'", plant.addresses[1], seconds=90)
     page.until("its sensor is good again", "named('boiler-2').matches('[data-state=ok]:not(.stale)')", seconds=30)
 
 
