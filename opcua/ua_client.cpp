@@ -144,8 +144,14 @@ ua_get_endpoints_response ua_client::get_endpoints(const std::string& url) {
         if (status != UA_STATUSCODE_GOOD) {
             response->responseHeader.serviceResult = explained(status);
         }
-        const bool begins_anew =
-            response->responseHeader.serviceResult == UA_STATUSCODE_BADSECURECHANNELCLOSED;
+        UA_StatusCode& result = response->responseHeader.serviceResult;
+        // The answer to the stack's own question tells another URL, so it closes the channel; the
+        // answer to ours came in the same bytes, finds it closing, and lets the stack give up.
+        if (result == UA_STATUSCODE_BADINVALIDSTATE &&
+            UA_Client_connectSecureChannelAsync(client_.get(), url.c_str()) == UA_STATUSCODE_GOOD) {
+            result = UA_STATUSCODE_BADSECURECHANNELCLOSED;
+        }
+        const bool begins_anew = result == UA_STATUSCODE_BADSECURECHANNELCLOSED;
         if (!begins_anew || clock::now() >= deadline) {
             return response;
         }

@@ -1,4 +1,4 @@
-// What the host's judge is asked about at servers of both makers, and what they notice of his
+// What the host's judge is asked about at servers of all makers, and what they notice of his
 // refusal: nothing that is worth a session.
 
 #include "tests/interop/interop_support.hpp"
@@ -77,7 +77,7 @@ TEST_P(server_trust, decides_in_every_mode_for_every_identity) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(servers, server_trust, both_makers, name_of_maker);
+INSTANTIATE_TEST_SUITE_P(servers, server_trust, all_makers, name_of_maker);
 
 } // namespace
 } // namespace tarvik::monitoring_modules::tests

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -234,6 +235,11 @@ TEST(refused_login, leaves_no_session_however_often_it_is_tried) {
             logged_client checked{with_user(secured(*server, mode), "wrong")};
             ASSERT_EQ(error_of([&] { checked->ensure_connected(); }), denied) << i;
         }
+    }
+    // The last goodbye may still be under way.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{10};
+    while (server->session_count() > 0 && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds{5});
     }
     EXPECT_EQ(server->session_count(), 0U);
     logged_client right{with_user(settings_for(*server), "password1")};

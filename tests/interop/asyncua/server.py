@@ -114,7 +114,7 @@ async def make_server(options):
     server = Server(user_manager=Users())
     await server.init()
     await server.set_application_uri(APPLICATION_URI)
-    server.set_endpoint(f"opc.tcp://127.0.0.1:{options['port']}/")  # as clients write it
+    server.set_endpoint(f"opc.tcp://127.0.0.1:{options['port']}")
     key_file, certificate_file = make_certificate(options)
     await server.load_certificate(certificate_file)
     await server.load_private_key(key_file)
