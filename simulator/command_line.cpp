@@ -47,8 +47,7 @@ void add_options(CLI::App& app, given_options& chosen) {
     app.add_option(
            "--trusted-clients",
            plant.trusted_clients,
-           "Folder with the certificates (DER) of the only clients whose secured connections are "
-           "accepted; files may be added at any time"
+           "Accept secured connections only from clients whose certificate (DER) is in this folder"
     )
         ->type_name("DIR");
     app.add_option("--certificate-bits", plant.certificate.key_bits, "Size of the RSA key")

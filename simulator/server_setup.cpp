@@ -116,8 +116,10 @@ void add_policies(
     };
     UA_CertificateVerification_AcceptAll(&config.secureChannelPKI);
     config.secureChannelPKI.logging = config.logging;
-    config.secureChannelPKI.verifyCertificate = verify_client;
-    config.secureChannelPKI.context = const_cast<plant_options*>(&options); // which is only read
+    if (!options.trust_clients || !options.trusted_clients.empty()) {
+        config.secureChannelPKI.verifyCertificate = verify_client;
+        config.secureChannelPKI.context = const_cast<plant_options*>(&options); // only read
+    }
     const UA_ByteString certificate = borrow_bytes(identity.certificate);
     const bool secured = needs_certificate(options);
     // Always there: endpoints are looked up over it, even where nobody may log in without security.

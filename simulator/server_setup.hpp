@@ -17,7 +17,8 @@ namespace tarvik::simulator {
 /// Makes a server that does not listen yet and has namespace 0 only.
 /// @param port on 127.0.0.1
 /// @param identity empty unless needs_certificate()
-/// @param options, logger, sessions must outlive the server; sessions becomes the configuration's
+/// @param options must outlive the server where it does not trust all clients
+/// @param logger, sessions must outlive the server; sessions becomes the configuration's
 /// context
 /// @throws plant_error when the stack refuses
 [[nodiscard]] server_ptr make_server(
