@@ -1,6 +1,7 @@
 // The operators' page: asks the probe for its state and shows it.
 
 import {read_address, store_language, stored_language, write_address} from './address.js';
+import {certificates} from './certificates.js';
 import {curve_feed} from './curve_feed.js';
 import {element, set_attribute, set_text} from './dom.js';
 import {fault_times} from './fault_times.js';
@@ -41,6 +42,7 @@ const missed = new news(part('news'), part('attention'), () => {
 });
 const counts = new counts_bar(part('counts'), toggle_state);
 const fresh = new freshness(part('fresh'), part('banner'));
+const lasting = new certificates(part('certificates'));
 const polling = new poller(ask);
 
 async function ask(signal) {
@@ -93,6 +95,7 @@ function show(anew = false) {
     document.title = (number.error > 0 ? `(${words.number(number.error)}) ` : '') + words.get('page.title');
     fresh.update(polling, known.answered_at, words);
     missed.update(sensors.holds, words);
+    lasting.update(known.certificates, words);
 }
 
 function show_filter() {

@@ -20,8 +20,12 @@ export function count_states(sensors) {
     return counts;
 }
 
+// What to do stands behind what is wrong.
+const with_hint = thing => (thing.hint ? {...thing, message: `${thing.message} ${thing.hint}`} : thing);
+
 export class model {
     servers = [];
+    certificates = [];
     sensors = new Map(); // id -> sensor; another object as soon as anything of it differs
     revision = null;     // null: nothing known, or not in this language
     version = null;      // of the probe
@@ -33,7 +37,8 @@ export class model {
     // @param answer the probe's state, complete or what changed since this revision
     // @return [sensor, what it was before] for each that was known with other values
     merge(answer) {
-        const changed = answer.sensors
+        const sensors = answer.sensors.map(with_hint);
+        const changed = sensors
             .map(sensor => [sensor, this.sensors.get(sensor.id)])
             .filter(([sensor, before]) => {
                 if (before?.name !== sensor.name) {
@@ -45,12 +50,13 @@ export class model {
             this.sensors.clear();
             this.#by_name = null;
         }
-        answer.sensors.forEach(sensor => this.sensors.set(sensor.id, sensor));
+        sensors.forEach(sensor => this.sensors.set(sensor.id, sensor));
         for (const id of answer.removed ?? []) {
             this.sensors.delete(id);
             this.#by_name = null;
         }
-        this.servers = answer.servers;
+        this.servers = answer.servers.map(with_hint);
+        this.certificates = answer.certificates ?? [];
         this.revision = answer.revision;
         this.version = answer.version;
         this.answered_at = answer.now;

@@ -37,6 +37,8 @@ class FakeProbe:
     failing  ids of sensors whose scans fail
     hot      id of a sensor -> (since when, state): its first channel is beyond the limit of that state
     names    id of a sensor -> its name, in place of a made-up one
+    hint     what to do about servers that are down
+    certificates  as the probe tells them
 
     Sensor 9 warns by a lookup, 12 was never scanned, and the names and texts of 2 are hostile unless told otherwise.
     """
@@ -46,6 +48,7 @@ class FakeProbe:
         self.count, self.servers, self.revision, self.requests = sensors, servers, 1, []
         self.down, self.failing, self.hostile, self.names = {6}, {17}, hostile, {}
         self.hot = {25: (now - 5400, "error"), 47: (now - 130, "error"), 8: (now - 2400, "warning")}
+        self.hint, self.certificates = "", []
         self.delay = 0  # of answers about the state, seconds
         self.at_once = self.most_at_once = 0  # such requests
         probe = self
@@ -103,6 +106,7 @@ class FakeProbe:
         return {
             "revision": self.revision, "now": time.time(), "version": "1.18.0", "complete": complete, "removed": [],
             "servers": [self.server_state(number) for number in range(self.servers)],
+            "certificates": self.certificates,
             "sensors": [self.sensor(id) for id in range(1, self.count + 1) if complete or id % 5 == self.revision % 5],
         }
 
@@ -110,7 +114,7 @@ class FakeProbe:
         down = number in self.down
         return {
             "address": self.address(number), "state": "unreachable" if down else "ready",
-            "message": DOWN if down else "",
+            "message": DOWN if down else "", "hint": self.hint if down else "",
             "since": time.time() - (940 if down else 90000), "next_attempt": time.time() + 7 if down else None,
             "sensors": sum(id % self.servers == number for id in range(1, self.count + 1)), "sessions": 0 if down else 1,
         }

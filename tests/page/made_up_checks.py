@@ -139,6 +139,21 @@ def check_languages(_):
                     expect(words.endswith(span), f"{language}: {uptime!r}")
 
 
+def check_trust(_):
+    """What to do about a server stands behind what is wrong; certificates are listed, the one that ends first on top."""
+    with FakeProbe() as probe, PageView() as page:
+        page.show(probe.url)
+        expect(page.run("one('#certificates').hidden"), "there are no certificates, but they are shown")
+        probe.hint = "If it is the right one: opcua-probe trust accept plc"
+        probe.certificates = [
+            {"server": "plc-1:4840", "name": "PLC <b>1</b>", "days": 200}, {"server": "", "name": "opcua-probe", "days": 12}]
+        page.until("the hint", "one('#down').textContent.includes('(BadConnectionClosed). If it is the right one')")
+        page.until("certificates", "!one('#certificates').hidden")
+        shown = page.run("one('#certificates').textContent")
+        expect("12 days" in shown and shown.index("This probe") < shown.index("plc-1:4840"), shown)
+        expect("PLC <b>1</b>" in shown and page.run("one('#certificates').dataset.state") == "warning", shown)
+
+
 def check_slow_probe(_):
     """Requests do not pile up before a probe that answers slowly."""
     with FakeProbe() as probe, PageView() as page:
