@@ -14,6 +14,7 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
+constexpr std::string_view acting_path = "/probe"; // the one that has servers asked
 constexpr std::string_view scheme = "Basic ";
 constexpr std::string_view open_paths[] = {"/healthz", "/readyz"}; // need no password
 
@@ -117,6 +118,14 @@ struct named_host {
     return !own_origin || !led_here;
 }
 
+/// What makes us work could be asked for by any page that a person looks at, and browsers tell on
+/// whose behalf they ask only over TLS and on loopback. But all of them call themselves Mozilla,
+/// and a page cannot have them say otherwise without asking us first.
+[[nodiscard]] bool may_be_of_other_page(const http_request& request) {
+    return request.path == acting_path && !request.header("Sec-Fetch-Site") &&
+           request.header("User-Agent").value_or("").starts_with("Mozilla/");
+}
+
 } // namespace
 
 access_rules::access_rules(const http_settings& settings, const std::string& bound)
@@ -154,7 +163,8 @@ bool access_rules::is_our_name(std::string_view host) const {
     });
 }
 
-std::optional<int> access_rules::refusal(const http_request& request) const {
+std::optional<int>
+access_rules::refusal(const http_request& request, failed_logins::time_point now) {
     if (request.method != "GET" && request.method != "HEAD") {
         return 405;
     }
@@ -168,23 +178,32 @@ std::optional<int> access_rules::refusal(const http_request& request) const {
     if (!is_our_name(*host)) {
         return 421;
     }
-    if (is_of_other_page(request, *host)) {
+    if (is_of_other_page(request, *host) || may_be_of_other_page(request)) {
         return 403;
     }
-    return knows_password(request) ? std::nullopt : std::optional{401};
+    return password_refusal(request, now);
 }
 
-bool access_rules::knows_password(const http_request& request) const {
+std::optional<int>
+access_rules::password_refusal(const http_request& request, failed_logins::time_point now) {
     if (credentials_.empty() || contains(open_paths, request.path)) {
-        return true;
+        return std::nullopt;
     }
     const std::string header = only(request, "Authorization").value_or("");
-    if (!same_in_any_case(header.substr(0, scheme.size()), scheme)) {
-        return false;
+    if (header.empty()) {
+        return 401; // browsers ask without one first
     }
-    const std::string given = header.substr(scheme.size());
-    return given.size() == credentials_.size() && // compared in constant time
-           gnutls_memcmp(given.data(), credentials_.data(), given.size()) == 0;
+    if (failed_.wait(request.client, now).count() > 0) {
+        return 429;
+    }
+    const std::string given = header.substr(std::min(scheme.size(), header.size()));
+    if (same_in_any_case(header.substr(0, scheme.size()), scheme) &&
+        given.size() == credentials_.size() && // compared in constant time
+        gnutls_memcmp(given.data(), credentials_.data(), given.size()) == 0) {
+        return std::nullopt;
+    }
+    failed_.add(request.client, now);
+    return 401;
 }
 
 } // namespace tarvik::monitoring_modules::probe

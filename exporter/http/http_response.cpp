@@ -1,11 +1,15 @@
 #include "exporter/http/http_response.hpp"
 
+#include "exporter/http/failed_logins.hpp"
 #include "text/number.hpp"
 #include "text/words.hpp"
+#include <arpa/inet.h>
+#include <netinet/in.h>
 
 #include <zlib.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <exception>
 #include <new>
@@ -93,6 +97,23 @@ MHD_Result collect(
     return values;
 }
 
+[[nodiscard]] std::string address_of(MHD_Connection* connection) {
+    const MHD_ConnectionInfo* const info =
+        MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+    std::array<char, INET6_ADDRSTRLEN> text{};
+    if (info == nullptr || info->client_addr == nullptr) {
+        return {};
+    }
+    const bool is_ipv4 = info->client_addr->sa_family == AF_INET;
+    const void* const bytes =
+        is_ipv4 ? static_cast<const void*>(
+                      &reinterpret_cast<const sockaddr_in*>(info->client_addr)->sin_addr
+                  )
+                : &reinterpret_cast<const sockaddr_in6*>(info->client_addr)->sin6_addr;
+    const int family = info->client_addr->sa_family;
+    return inet_ntop(family, bytes, text.data(), text.size()) == nullptr ? "" : text.data();
+}
+
 } // namespace
 
 http_request read_request(MHD_Connection* connection, const char* path, const char* method) {
@@ -101,7 +122,8 @@ http_request read_request(MHD_Connection* connection, const char* path, const ch
         method,
         path,
         {parameters.begin(), parameters.end()},
-        values_of(connection, MHD_HEADER_KIND)};
+        values_of(connection, MHD_HEADER_KIND),
+        address_of(connection)};
 }
 
 http_headers fixed_headers(bool secure) {
@@ -134,6 +156,11 @@ http_answer refusal(int status) {
     if (status == 401) {
         answer.headers.emplace_back(
             "WWW-Authenticate", R"(Basic realm="opcua-probe", charset="UTF-8")"
+        );
+    }
+    if (status == 429) {
+        answer.headers.emplace_back(
+            "Retry-After", std::to_string(failed_logins::longest_wait.count())
         );
     }
     if (status == 405) {

@@ -42,13 +42,18 @@ class http_server::parts final {
           handler_{std::move(handler)},
           observer_{std::move(observer)},
           fixed_headers_{fixed_headers(settings.tls.has_value())} {
-        if (settings_.tls) {
-            tls_ = read_tls_files(*settings_.tls);
-        }
+        renew_tls();
     }
     ~parts() { stop(); }
     parts(const parts&) = delete;
     parts& operator=(const parts&) = delete;
+
+    void renew_tls() {
+        if (settings_.tls) {
+            identities_.push_back(std::make_unique<const tls_identity>(*settings_.tls));
+            identity_ = identities_.back().get();
+        }
+    }
 
     std::uint16_t start() {
         listener_.emplace(settings_.address, settings_.port);
@@ -67,10 +72,11 @@ class http_server::parts final {
             number(MHD_OPTION_CONNECTION_TIMEOUT, settings_.limits.silence.count()),
         };
         unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
-        if (tls_) {
+        if (settings_.tls) {
             flags |= MHD_USE_TLS;
-            options.push_back(text(MHD_OPTION_HTTPS_MEM_CERT, tls_->certificate));
-            options.push_back(text(MHD_OPTION_HTTPS_MEM_KEY, tls_->key));
+            options.push_back(
+                {MHD_OPTION_HTTPS_CERT_CALLBACK, 0, reinterpret_cast<void*>(&give_identity)}
+            );
             priorities_ = tls_priorities;
             options.push_back(text(MHD_OPTION_HTTPS_PRIORITIES, priorities_));
         }
@@ -112,7 +118,8 @@ class http_server::parts final {
     static void connection_changed(
         void* own, MHD_Connection* connection, void** context, MHD_ConnectionNotificationCode what
     ) noexcept {
-        client_list& clients = static_cast<parts*>(own)->clients_;
+        serving = static_cast<parts*>(own);
+        client_list& clients = serving->clients_;
         if (what == MHD_CONNECTION_NOTIFY_CLOSED) {
             clients.remove(static_cast<client_list::client*>(*context));
             return;
@@ -124,6 +131,24 @@ class http_server::parts final {
         } catch (const std::exception&) { // out of memory
             *context = nullptr;
         }
+    }
+
+    /// For a connection that begins, on the thread that talks with all clients of a server.
+    static int give_identity(
+        gnutls_session_t /*session*/,
+        const gnutls_datum_t* /*authorities*/,
+        int /*authority_count*/,
+        const gnutls_pk_algorithm_t* /*algorithms*/,
+        int /*algorithm_count*/,
+        gnutls_pcert_st** certificates,
+        unsigned int* count,
+        gnutls_privkey_t* key
+    ) noexcept {
+        const tls_identity& current = *serving->identity_.load();
+        *certificates = current.certificates().data();
+        *count = static_cast<unsigned int>(current.certificates().size());
+        *key = current.key();
+        return 0;
     }
 
     static void request_completed(
@@ -172,7 +197,8 @@ class http_server::parts final {
         auto made = std::make_unique<exchange>();
         const http_request& request = made->request = read_request(connection, path, method);
         *context = made.release(); // to the library, until request_completed
-        const std::optional<int> refused = rules_->refusal(request);
+        const std::optional<int> refused =
+            rules_->refusal(request, std::chrono::steady_clock::now());
         if (!refused) {
             return MHD_YES; // and we are called again
         }
@@ -228,7 +254,12 @@ class http_server::parts final {
     const http_handler handler_;
     const http_observer observer_;
     const http_headers fixed_headers_;
-    std::optional<tls_pem> tls_;
+    // All that were ever used: a handshake may still need one.
+    std::vector<std::unique_ptr<const tls_identity>> identities_;
+    std::atomic<const tls_identity*> identity_ = nullptr;
+    // The library has no other way to tell for which server a connection begins.
+    // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
+    static thread_local parts* serving;
     std::string priorities_;
     std::optional<listening_socket> listener_;
     std::optional<access_rules> rules_;
@@ -237,6 +268,8 @@ class http_server::parts final {
     std::optional<handler_threads> handlers_;
     std::unique_ptr<MHD_Daemon, releaser<MHD_stop_daemon>> daemon_; // its thread ends first
 };
+
+thread_local http_server::parts* http_server::parts::serving = nullptr;
 
 http_server::http_server(
     const http_settings& settings, http_handler handler, http_observer observer
@@ -247,6 +280,10 @@ http_server::~http_server() = default;
 
 std::uint16_t http_server::start() {
     return parts_->start();
+}
+
+void http_server::renew_tls() {
+    parts_->renew_tls();
 }
 
 void http_server::stop() noexcept {

@@ -4,7 +4,8 @@
 //
 // Who may ask: whoever reaches the address, calls it by a name that is ours (a page whose name was
 // bound to our address gets 421), is no other web page in a browser (403) and knows the password,
-// when there is one (401). Each answer tells browsers to load, frame and keep nothing of it.
+// when there is one (401; after some wrong ones an address has to wait, 429). Each answer tells
+// browsers to load, frame and keep nothing of it.
 //
 // One thread talks with all clients and never waits for one of them; the handlers have threads of
 // their own. So a client that sends or reads slowly delays nobody. When there are too many clients,
@@ -35,6 +36,7 @@ struct http_request {
     std::string path;   ///< decoded; begins with "/"
     std::multimap<std::string, std::string> parameters; ///< of the query, decoded
     http_headers headers;
+    std::string client{}; ///< its IP address; empty: not known
 
     /// @return the first one of this name, which may be in any case
     [[nodiscard]] std::optional<std::string> header(std::string_view name) const {
@@ -122,6 +124,10 @@ class http_server final {
     /// @throws probe_error (usage) for an address that does not exist, (not_loaded) when it cannot
     /// be listened on, because the port is taken for example
     std::uint16_t start();
+
+    /// Reads the files of TLS again, for connections that begin from now on; nothing without TLS.
+    /// @throws probe_error (usage) when they are unusable: then all stays as it was
+    void renew_tls();
 
     /// Takes no more requests, gives answers under way the time of the limits, waits for handlers
     /// that still run and ends all connections, whatever their clients do.

@@ -3,14 +3,13 @@
 #include "host/probe_error.hpp"
 #include "host/secret_file.hpp"
 #include "text/number.hpp"
-#include <gnutls/abstract.h>
-#include <gnutls/gnutls.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
 #include <netdb.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <memory>
@@ -107,24 +106,38 @@ listening_socket::listening_socket(const std::string& address, std::uint16_t por
     socket_.swap(made);
 }
 
-tls_pem read_tls_files(const http_tls_files& files) {
-    tls_pem pem{read_file(files.certificate), read_file(files.key)};
-    const gnutls_datum_t certificate = bytes_of(pem.certificate);
-    const gnutls_datum_t key = bytes_of(pem.key);
-    const auto parsed = made<private_key>(gnutls_privkey_init);
+tls_identity::tls_identity(const http_tls_files& files)
+    : key_{made<private_key>(gnutls_privkey_init)} {
+    std::string certificate = read_file(files.certificate);
+    std::string key = read_file(files.key);
+    const gnutls_datum_t certificate_bytes = bytes_of(certificate);
+    const gnutls_datum_t key_bytes = bytes_of(key);
     check(
-        gnutls_privkey_import_x509_raw(parsed.get(), &key, GNUTLS_X509_FMT_PEM, nullptr, 0),
+        gnutls_privkey_import_x509_raw(key_.get(), &key_bytes, GNUTLS_X509_FMT_PEM, nullptr, 0),
         "the key \"" + files.key + "\" is unusable"
     );
+    // Credentials are made only to see whether the two belong together.
     const auto both = made<credentials>(gnutls_certificate_allocate_credentials);
+    const std::string unusable = "the certificate \"" + files.certificate +
+                                 "\" is unusable with the key \"" + files.key + "\"";
     check(
         gnutls_certificate_set_x509_key_mem2(
-            both.get(), &certificate, &key, GNUTLS_X509_FMT_PEM, nullptr, 0
+            both.get(), &certificate_bytes, &key_bytes, GNUTLS_X509_FMT_PEM, nullptr, 0
         ),
-        "the certificate \"" + files.certificate + "\" is unusable with the key \"" + files.key +
-            "\""
+        unusable
     );
-    return pem;
+    auto count = static_cast<unsigned>(room_.size());
+    check(
+        gnutls_pcert_list_import_x509_raw(
+            room_.data(), &count, &certificate_bytes, GNUTLS_X509_FMT_PEM, 0
+        ),
+        unusable
+    );
+    chain_ = std::span{room_}.first(count);
+}
+
+tls_identity::~tls_identity() {
+    std::ranges::for_each(chain_, [](gnutls_pcert_st& each) { gnutls_pcert_deinit(&each); });
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -6,6 +6,7 @@
 namespace tarvik::monitoring_modules::probe {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -101,6 +102,13 @@ TEST_F(http_test, refuses_what_it_does_not_serve) {
         {site("/", "cross-site" + navigation + "document"), 200},
         {site("/", "cross-site" + navigation + "iframe"), 403},
         {site("/", "cross-site\r\nSec-Fetch-Mode: no-cors"), 403},
+        {get("/probe", "User-Agent: Mozilla/5.0 (X11)\r\n"),
+         403}, // over HTTP no browser tells more
+        {get("/probe", "User-Agent: Mozilla/5.0\r\nSec-Fetch-Site: none\r\n"), 200},
+        {get("/probe", "User-Agent: Mozilla/5.0\r\nSec-Fetch-Site: cross-site\r\n"), 403},
+        {get("/probe", "User-Agent: Prometheus/2.42.0\r\n"), 200},
+        {get("/probe"), 200},
+        {get("/api", "User-Agent: Mozilla/5.0 (X11)\r\n"), 200},
         {get("/throw"), 500},
     };
     // Newer libmicrohttpd refuses this one itself, with a short page of its own.
@@ -175,6 +183,25 @@ TEST_F(http_test, asks_for_a_password) {
         );
     }
     EXPECT_THAT(ask(get("/", "", "evil.example")), StartsWith("HTTP/1.1 421"));
+}
+
+TEST_F(http_test, slows_down_who_tries_passwords) {
+    settings_.basic_auth = {"u", "p"};
+    start();
+    const auto with = [](const std::string& credentials) {
+        return get("/", "Authorization: Basic " + credentials + "\r\n");
+    };
+    const std::string good = "dTpw";
+    for (unsigned i = 1; i < failed_logins::free_attempts; ++i) {
+        EXPECT_THAT(ask(with("dTpx")), StartsWith("HTTP/1.1 401"));
+        EXPECT_THAT(ask(with(good)), StartsWith("HTTP/1.1 200"));
+    }
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_THAT(ask(get("/")), StartsWith("HTTP/1.1 401")) << "no password is no wrong one";
+    }
+    EXPECT_THAT(ask(with("dTpx")), StartsWith("HTTP/1.1 401"));
+    EXPECT_THAT(ask(with(good)), AllOf(StartsWith("HTTP/1.1 429"), HasSubstr("\r\nRetry-After: ")));
+    EXPECT_THAT(ask(get("/healthz")), StartsWith("HTTP/1.1 200"));
 }
 
 } // namespace

@@ -55,6 +55,18 @@ class tls_client final {
         return answer;
     }
 
+    /// @return what the server shows, in DER
+    [[nodiscard]] std::string certificate() {
+        unsigned int count = 0;
+        if (!connected_ && gnutls_handshake(session_) != GNUTLS_E_SUCCESS) {
+            return {};
+        }
+        connected_ = true;
+        const gnutls_datum_t* const shown = gnutls_certificate_get_peers(session_, &count);
+        return count == 0 ? std::string{}
+                          : std::string{reinterpret_cast<const char*>(shown->data), shown->size};
+    }
+
   private:
     http_client client_;
     gnutls_session_t session_ = nullptr;
@@ -132,6 +144,23 @@ TEST_F(http_tls_test, speaks_no_old_version) {
         EXPECT_EQ(client.ask(get("/page")).find("GET /page") != std::string::npos, good)
             << priorities;
     }
+}
+
+TEST_F(http_tls_test, reads_its_files_again) {
+    start();
+    tls_client early{port_};
+    const std::string first = early.certificate();
+    ASSERT_FALSE(first.empty());
+    const auto next = test_support::make_certificate(test_support::application_request("urn:y"));
+    write("cert.pem", next.pem);
+    EXPECT_EQ(tls_client{port_}.certificate(), first) << "not before it is told to";
+    server_->renew_tls();
+    const std::string shown{reinterpret_cast<const char*>(next.der.data()), next.der.size()};
+    EXPECT_EQ(tls_client{port_}.certificate(), shown);
+    EXPECT_THAT(early.ask(get("/page")), HasSubstr("GET /page")) << "who was there stays";
+    write("key.pem", "no PEM");
+    expect_error([this] { server_->renew_tls(); }, exit_code::usage, "key.pem");
+    EXPECT_EQ(tls_client{port_}.certificate(), shown) << "files that are wrong change nothing";
 }
 
 TEST_F(http_tls_test, tells_which_file_is_wrong) {
