@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -41,5 +42,10 @@ struct endpoints_options {
 /// Writes the endpoints and their certificates.
 /// @throws probe_error (usage) for wrong settings, (error) when the server does not answer
 [[nodiscard]] exit_code run(const command_context& context, const endpoints_options& options);
+
+/// @return the certificates of a server's endpoints in DER, each once; they may be anything
+/// @throws probe_error (error) when the server does not answer
+[[nodiscard]] std::vector<std::string>
+fetch_certificates(console& terminal, const std::string& host, std::uint16_t port);
 
 } // namespace tarvik::monitoring_modules::probe

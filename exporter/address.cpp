@@ -40,7 +40,21 @@ struct host_and_port {
         return default_opcua_port;
     }
     const auto port = parse_number<std::uint16_t>(text);
-    return port == 0 ? std::nullopt : port;
+    return port == 0 || text.front() == '0' ? std::nullopt : port;
+}
+
+/// @return whether the host can be no name: digits, points and stars alone
+[[nodiscard]] bool is_numeric(std::string_view host) {
+    return host.find_first_not_of("0123456789.*") == std::string_view::npos;
+}
+
+/// @return whether there are four numbers from 0 to 255 without zeros before them
+[[nodiscard]] bool is_ipv4(std::string_view host) {
+    const auto parts = split_at('.', host);
+    return parts.size() == 4 && std::ranges::all_of(parts, [](const std::string& part) {
+               const auto number = parse_number<std::uint8_t>(part);
+               return number && (part.size() == 1 || part.front() != '0');
+           });
 }
 
 /// "*" matches any characters but points.
@@ -66,14 +80,22 @@ std::optional<server_address> parse_address(std::string_view text) {
 
 bool is_target_pattern(std::string_view pattern) {
     const auto parts = split(pattern);
-    return parts && (parts->port == "*" || port_of(parts->port));
+    return parts && (parts->port == "*" || port_of(parts->port)) &&
+           (parts->is_ipv6 || !is_numeric(parts->host) || std::ranges::count(parts->host, '.') == 3
+           );
 }
 
 bool matches(std::string_view pattern, const server_address& address) {
     const auto parts = split(pattern);
     return parts && parts->is_ipv6 == (address.host.find(':') != std::string::npos) &&
            host_matches(parts->host, address.host) &&
+           (parts->is_ipv6 || !is_numeric(parts->host) || is_ipv4(address.host)) &&
            (parts->port == "*" || port_of(parts->port) == address.port);
+}
+
+bool is_loopback_address(std::string_view address) {
+    return (is_ipv4(address) && address.starts_with("127.")) || address == "::1" ||
+           address == "localhost";
 }
 
 } // namespace tarvik::monitoring_modules::probe

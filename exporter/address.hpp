@@ -26,11 +26,15 @@ struct server_address {
 [[nodiscard]] std::optional<server_address> parse_address(std::string_view text);
 
 /// @param pattern an address in which "*" stands for any part of one label of a name or one number
-/// of an IP address, and as port for any port; without a port: the default one. "10.0.0.*" does not
-/// match "10.0.0.1.example".
+/// of an IP address, and as port for any port; without a port: the default one. A pattern without
+/// letters matches four decimal numbers as they are usually written, and never a name: "10.0.0.*"
+/// matches neither "10.0.0.evil" nor "10.0.0.07".
 [[nodiscard]] bool matches(std::string_view pattern, const server_address& address);
 
 /// @return whether the text can be such a pattern at all
 [[nodiscard]] bool is_target_pattern(std::string_view pattern);
+
+/// @return whether nobody but this machine reaches it
+[[nodiscard]] bool is_loopback_address(std::string_view address);
 
 } // namespace tarvik::monitoring_modules::probe

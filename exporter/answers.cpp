@@ -118,6 +118,14 @@ void add_connection(exposition& to, const std::string& name, connection_state st
     return result;
 }
 
+/// @return what limits are compared with and curves are made of; null: a growth that is not known
+[[nodiscard]] json judged_number(const channel_view& channel) {
+    if (!channel.difference) {
+        return finite(channel.scaled);
+    }
+    return channel.growth ? finite(*channel.growth) : json();
+}
+
 [[nodiscard]] json channel_json(const channel_view& channel, const channel_definitions* known) {
     json result{
         {"id", channel.id},
@@ -125,6 +133,7 @@ void add_connection(exposition& to, const std::string& name, connection_state st
         {"value", channel.value.number},
         {"unit", channel.value.unit},
         {"raw", finite(as_double(channel.raw))},
+        {"scaled", judged_number(channel)},
         {"state", name_of(channel.state)},
         {"lookup", channel.lookup_text.has_value()},
         {"difference", channel.difference}};
@@ -150,6 +159,7 @@ void add_connection(exposition& to, const std::string& name, connection_state st
         {"server", sensor.connection},
         {"state", name_of(sensor.state)},
         {"message", document.texts().message(sensor.identity, sensor.text)},
+        {"hint", sensor.hint},
         {"interval", std::chrono::duration<double>{sensor.interval}.count()},
         {"last_scan", page_time(sensor.last_scan)},
         {"last_good", page_time(sensor.last_good)},
@@ -164,6 +174,7 @@ connection_json(const connection_snapshot& connection, const module_document& do
         {"address", connection.name},
         {"state", name_of(connection.state)},
         {"message", document.texts().message(fault.identity, fault.text)},
+        {"hint", fault.hint},
         {"since", page_time(connection.since)},
         {"next_attempt", page_time(connection.next_attempt)},
         {"sensors", connection.sensors},
@@ -202,7 +213,7 @@ http_answer metrics_of_all(
             {{{"server", connection.name}}, static_cast<double>(connection.sensors)}
         );
     }
-    own.add_to(result);
+    own.add_to(result, now);
     return written(result, accept);
 }
 
@@ -225,7 +236,13 @@ http_answer metrics_of_one(
     return written(result, accept);
 }
 
-http_answer page_state(const snapshot& view, const module_document& document, wall_time now) {
+http_answer page_state(
+    const snapshot& view, const own_metrics& own, const module_document& document, wall_time now
+) {
+    json certificates = json::array();
+    for (const auto& [server, name, days] : own.certificates(now)) {
+        certificates.push_back({{"server", server}, {"name", name}, {"days", days}});
+    }
     json servers = json::array();
     for (const connection_snapshot& connection : view.connections) {
         servers.push_back(connection_json(connection, document));
@@ -240,6 +257,7 @@ http_answer page_state(const snapshot& view, const module_document& document, wa
          {"version", PROBE_VERSION},
          {"complete", view.complete},
          {"removed", view.removed},
+         {"certificates", std::move(certificates)},
          {"servers", std::move(servers)},
          {"sensors", std::move(sensors)}}
     );

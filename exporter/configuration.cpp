@@ -1,5 +1,6 @@
 #include "exporter/configuration.hpp"
 
+#include "exporter/listen_settings.hpp"
 #include "exporter/yaml_value.hpp"
 #include "host/probe_error.hpp"
 #include "host/secret_file.hpp"
@@ -23,7 +24,6 @@ constexpr std::size_t most_mebibytes = 16; // which hold so many
 constexpr auto shortest_interval = 100ms;
 constexpr auto longest_interval = 24h;
 constexpr auto usual_interval = 10s;
-constexpr std::uint16_t usual_port = 9840;
 constexpr std::size_t spare_threads = 8; // of the web server, when all others wait for scans
 
 /// @return "; did you mean a or b?" of the names of a list or map
@@ -43,17 +43,21 @@ class config_reader final {
           root_{yaml_value::parse(read_file(path, most_mebibytes), path)} {}
 
     [[nodiscard]] serve_config read() const {
-        root_.allow_only({"listen", "workers", "modules", "sensors"});
+        root_.allow_only({"listen", "workers", "pki", "modules", "sensors"});
         serve_config config;
-        config.listen.port = usual_port;
+        config.pki = root_.find("pki") ? values_.path(root_.text_of("pki", "")) : "";
+        const pki_folder certificates{pki_path(config.pki)};
+        config.listen.port = usual_http_port;
         if (const auto listen = root_.find("listen")) {
-            config.listen = read_listen(*listen);
+            config.listen = read_listen(*listen, values_, open_);
         }
         config.workers = static_cast<std::size_t>(root_.integer_of("workers", 2, 256, 64));
         config.listen.threads = config.requested_scans() + spare_threads;
         if (const auto modules = root_.find("modules")) {
             for (const auto& [name, module] : modules->members()) {
-                config.modules.emplace(name, read_module(module));
+                const scan_module read = read_module(module, certificates);
+                require_same_trust(module, read, config.modules);
+                config.modules.emplace(name, read);
             }
         }
         if (const auto sensors = root_.find("sensors")) {
@@ -63,41 +67,47 @@ class config_reader final {
     }
 
   private:
-    [[nodiscard]] http_settings read_listen(const yaml_value& node) const {
-        node.allow_only({"address", "port", "tls", "basic_auth", "allowed_hosts"});
-        http_settings listen;
-        listen.address = node.text_of("address", listen.address);
-        listen.port = static_cast<std::uint16_t>(node.integer_of("port", 0, 65535, usual_port));
-        listen.allowed_hosts = node.texts_of("allowed_hosts");
-        if (const auto tls = node.find("tls")) {
-            tls->allow_only({"certificate", "key"});
-            listen.tls = http_tls_files{
-                values_.path(tls->required("certificate").text()),
-                values_.path(tls->required("key").text())};
-            if (is_open_to_all(listen.tls->key)) {
-                tls->required("key").fail("everybody can read this key: chmod o-rwx");
+    /// Sensors with equal settings of their connection share a session, so whoever connects first
+    /// would decide for all.
+    static void require_same_trust(
+        const yaml_value& node,
+        const scan_module& added,
+        const std::map<std::string, scan_module>& modules
+    ) {
+        for (const auto& [name, other] : modules) {
+            const bool shares = std::ranges::all_of(keys::of_connection, [&](const char* key) {
+                const auto one = added.settings.find(key);
+                const auto two = other.settings.find(key);
+                return (one == added.settings.end() ? "" : one->second) ==
+                       (two == other.settings.end() ? "" : two->second);
+            });
+            if (shares && added.trust != other.trust) {
+                node.fail(
+                    "trust and plain_password differ from those of \"" + name +
+                    "\", which shares its connections"
+                );
             }
         }
-        if (const auto auth = node.find("basic_auth")) {
-            auth->allow_only({"user", "password"});
-            listen.basic_auth = http_credentials{
-                auth->required("user").text(), values_.secret(auth->required("password"), open_)};
-            if (listen.basic_auth->user.find(':') != std::string::npos) {
-                auth->required("user").fail("a user name has no colon (RFC 7617, 2)");
-            }
-            if (listen.basic_auth->password.empty()) {
-                auth->required("password").fail("the password is empty");
-            }
-        }
-        return listen;
     }
 
-    [[nodiscard]] scan_module read_module(const yaml_value& node) const {
+    [[nodiscard]] scan_module
+    read_module(const yaml_value& node, const pki_folder& certificates) const {
         node.allow_only(
-            {"kind", "settings", "targets", "channels", "units", "scales", "message_node"}
+            {"kind",
+             "settings",
+             "targets",
+             "channels",
+             "units",
+             "scales",
+             "message_node",
+             "trust",
+             "plain_password"}
         );
         scan_module module;
         module.kind = read_kind(node.required("kind"));
+        module.trust = {
+            node.is_chosen("trust", "list", "any"),
+            node.is_chosen("plain_password", "refuse", "allow")};
         for (const std::string& pattern : node.texts_of("targets")) {
             if (!is_target_pattern(pattern)) {
                 node.required("targets").fail(
@@ -115,6 +125,7 @@ class config_reader final {
         }
         complete(module.settings);
         try {
+            add_own_certificate(module.settings, certificates);
             form.check(module.settings);
             // The host is each target's own; with any, everything else must make a record.
             static_cast<void>(make_plan("", module, {"host", default_opcua_port}, usual_interval));
@@ -281,7 +292,8 @@ sensor_plan make_plan(
         connection_name(server, values),
         record(module.kind, values),
         record("endpoint_validation_check", values),
-        interval};
+        interval,
+        module.trust};
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -4,6 +4,7 @@
 #include "exporter/address.hpp"
 #include "exporter/http/http_server.hpp"
 #include "host/module_document.hpp"
+#include "trust/server_judge.hpp"
 
 #include <chrono>
 #include <cstdint>
@@ -22,6 +23,7 @@ struct sensor_plan {
     std::string record;     ///< for the module; holds secrets
     std::string check;      ///< the same connection as a record of an endpoint check
     std::chrono::milliseconds interval{10'000};
+    trust_policy trust{}; ///< which servers to talk to
     bool operator==(const sensor_plan&) const = default;
 };
 
@@ -30,10 +32,12 @@ struct scan_module {
     std::string kind;
     std::map<std::string, std::string> settings; ///< but for host and port
     std::vector<std::string> targets;            ///< patterns of servers that may be probed
+    trust_policy trust{};
 };
 
 struct serve_config {
     http_settings listen;     ///< on 127.0.0.1:9840, unless it says otherwise
+    std::string pki;          ///< folder of certificates; empty: the usual one
     std::size_t workers = 64; ///< most scans at one time; half of them for requests
     std::map<std::string, scan_module> modules;
     std::vector<sensor_plan> sensors;

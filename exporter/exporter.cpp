@@ -29,10 +29,6 @@ void notify_service_manager(const std::string& lines) {
     static_cast<void>(sd_notify(0, lines.c_str()));
 }
 
-[[nodiscard]] bool is_loopback_address(const std::string& address) {
-    return address.starts_with("127.") || address == "::1" || address == "localhost";
-}
-
 [[nodiscard]] std::string url_of(const http_settings& listen, std::uint16_t port) {
     return (listen.tls ? "https://" : "http://") + server_address{listen.address, port}.text() +
            "/";
@@ -47,7 +43,21 @@ class exporter_service final {
           module_{module, terminal_, options.log_level.value_or(severity_warning)},
           languages_{module_.own()},
           document_{languages_.find("en")},
-          config_{read()} {}
+          config_{read()},
+          judge_{
+              module_.framework().set_server_trust,
+              pki_folder{pki_path(config_->pki)},
+              [this](const std::string& text) { terminal_.line("opcua-probe: " + text); }} {
+        own_.watch_certificates(judge_);
+        for (const auto& [name, module] : config_->modules) {
+            if (module.trust.any_certificate) {
+                terminal_.line(
+                    "opcua-probe: warning: the module " + name +
+                    " accepts every server, whoever it is (trust: any)"
+                );
+            }
+        }
+    }
 
     /// @throws probe_error (usage) also when the files of TLS are not usable
     void check() const {
@@ -78,7 +88,7 @@ class exporter_service final {
         interrupt.let_hangup_reload();
         notify_service_manager("READY=1\nSTATUS=" + place_);
         while (interrupt.wait_for_reload()) {
-            reload(scans, probes);
+            reload(scans, probes, server);
         }
         notify_service_manager("STOPPING=1\nSTATUS=Closing all sessions");
         const auto deadline = std::chrono::steady_clock::now() + time_to_stop;
@@ -103,13 +113,15 @@ class exporter_service final {
     }
 
     /// A configuration that is wrong changes nothing.
-    void reload(scheduler& scans, probe_requests& probes) {
+    void reload(scheduler& scans, probe_requests& probes, http_server& server) {
         try {
             const auto config = read();
-            if (config->listen != config_->listen || config->workers != config_->workers) {
-                terminal_.line("opcua-probe: listen and workers change with a restart only");
+            if (config->listen != config_->listen || config->workers != config_->workers ||
+                config->pki != config_->pki) {
+                terminal_.line("opcua-probe: listen, workers and pki change with a restart only");
             }
             prepare(*config);
+            server.renew_tls();
             config_ = config;
             probes.use(config);
             scans.apply(config->sensors);
@@ -132,6 +144,7 @@ class exporter_service final {
     language_cache languages_;
     const std::shared_ptr<const module_document> document_;
     std::shared_ptr<const serve_config> config_;
+    server_judge judge_;
     std::string place_; ///< "Serving URL"
     const time_source time_{};
     snapshot_store store_{time_};

@@ -1,6 +1,7 @@
 #include "exporter/module_access.hpp"
 
 #include "host/probe_error.hpp"
+#include "trust/server_judge.hpp"
 
 #include <utility>
 
@@ -28,7 +29,10 @@ class note_taking final {
     return {made.status, results.empty() ? std::nullopt : std::optional{std::move(results.back())}};
 }
 
-void take_event(const module_event& event) noexcept {
+void take_event(const module_event& event) {
+    if (event.kind == ZUNO_EVENT_SERVER_URI) {
+        note_server_uri(event.text);
+    }
     if (open_notes != nullptr) {
         open_notes->sessions_opened += event.kind == ZUNO_EVENT_SESSION_OPENED ? 1 : 0;
         open_notes->retries += event.kind == ZUNO_EVENT_RETRYING ? 1 : 0;

@@ -1,7 +1,6 @@
 #pragma once
 // What the exporter asks of the module, so that tests can stand in for it.
 
-#include "host/kept_lines.hpp"
 #include "host/kept_state.hpp"
 #include "host/log.hpp"
 #include "host/message.hpp"
@@ -63,6 +62,9 @@ class called_module final : public module_access {
 
     /// The module itself, for what no test stands in for.
     [[nodiscard]] const monitoring_module& own() const noexcept { return module_; }
+    [[nodiscard]] const framework_functions& framework() const noexcept {
+        return library_.framework();
+    }
 
     [[nodiscard]] module_answer
     create(std::int32_t id, const std::string& record, call_notes& notes) override;

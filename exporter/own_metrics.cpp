@@ -161,6 +161,9 @@ void own_metrics::session_changed(const std::string& connection, bool open) {
 }
 
 void own_metrics::connection_gone(const std::string& connection) {
+    if (judge_ != nullptr) {
+        judge_->forget(connection.substr(0, connection.find(' '))); // before who goes there how
+    }
     const std::lock_guard lock{mutex_};
     const prometheus::Labels labels{{"server", connection}};
     remove(connects_, labels);
@@ -172,8 +175,46 @@ void own_metrics::served(const std::string& path_class, int status) {
     requests_.Add({{"path", path_class}, {"code", std::to_string(status)}}).Increment();
 }
 
-void own_metrics::add_to(exposition& metrics) const {
+std::vector<own_metrics::certificate_days> own_metrics::certificates(wall_time now) const {
+    std::vector<certificate_days> all;
+    if (judge_ == nullptr) {
+        return all;
+    }
+    try {
+        if (const auto own = judge_->folder().own()) {
+            all.push_back({"", own->shown.name(), days_left(own->shown, now).value_or(-1)});
+        }
+    } catch (const probe_error&) { // it cannot be read: whoever connects with it will hear of it
+    }
+    for (const seen_certificate& seen : judge_->seen()) {
+        const auto left = std::chrono::floor<std::chrono::days>(seen.not_after - now);
+        all.push_back({seen.server, seen.name, left.count()});
+    }
+    return all;
+}
+
+void own_metrics::add_to(exposition& metrics, wall_time now) const {
     add_process(metrics);
+    for (const auto& [server, name, days] : certificates(now)) {
+        const auto value = static_cast<double>(days);
+        if (server.empty()) {
+            metrics.add(
+                {"opcua_probe_own_certificate_remaining_days",
+                 "Full days until the certificate expires by which servers know this program.",
+                 "",
+                 metric_kind::gauge},
+                {{}, value}
+            );
+        } else {
+            metrics.add(
+                {"opcua_probe_server_certificate_remaining_days",
+                 "Full days until the certificate expires that a server showed last.",
+                 "",
+                 metric_kind::gauge},
+                {{{"server", server}, {"name", name}}, value}
+            );
+        }
+    }
     for (const prometheus::MetricFamily& collected : registry_.Collect()) {
         add_collected(metrics, collected);
     }

@@ -3,6 +3,7 @@
 
 #include "exporter/metrics/exposition.hpp"
 #include "exporter/scanned_sensor.hpp"
+#include "trust/server_judge.hpp"
 #include <prometheus/counter.h>
 #include <prometheus/gauge.h>
 #include <prometheus/histogram.h>
@@ -11,6 +12,7 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -33,9 +35,21 @@ class own_metrics final {
     /// @param path_class "/metrics", "/probe", "page" ...: never the path itself
     void served(const std::string& path_class, int status);
 
+    /// From now on, the days of certificates are told, too.
+    /// @param judge must outlive this object's use
+    void watch_certificates(server_judge& judge) { judge_ = &judge; }
+
+    struct certificate_days {
+        std::string server; ///< "host:port"; empty: this program's own
+        std::string name;
+        long days; ///< negative once expired
+    };
+    /// @return the own one and those that servers showed last
+    [[nodiscard]] std::vector<certificate_days> certificates(wall_time now) const;
+
     /// Adds all of it, process_* under the names that all exporters use, but for what /proc does
     /// not tell.
-    void add_to(exposition& metrics) const;
+    void add_to(exposition& metrics, wall_time now) const;
 
   private:
     using counters = prometheus::Family<prometheus::Counter>;
@@ -45,6 +59,7 @@ class own_metrics final {
     }
 
     const std::string version_;
+    server_judge* judge_ = nullptr;
     // The registry guards itself, but not a series from being removed while it is counted up.
     std::mutex mutex_;
     prometheus::Registry registry_;

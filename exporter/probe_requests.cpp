@@ -42,6 +42,7 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
             text += sanitise(to_text(line)) + "\n";
         }
         text += "\n# Result\n" + sanitise(outcome->shown->text) + "\n";
+        text += sanitise(outcome->shown->hint) + (outcome->shown->hint.empty() ? "" : "\n");
     }
     return plain_answer(200, text + "\n# Metrics\n" + metrics.body);
 }

@@ -28,7 +28,7 @@ constexpr std::size_t most_curves = 200; // sensors in one request
 [[nodiscard]] http_answer state(const http_request& request, const answer_sources& from) {
     const auto since = parse_number<std::uint64_t>(request.parameter("since").value_or("0"));
     const auto document = from.languages.find(request.parameter("language").value_or("en"));
-    return page_state(from.shown.view(since.value_or(0)), *document, from.time.wall());
+    return page_state(from.shown.view(since.value_or(0)), from.own, *document, from.time.wall());
 }
 
 /// Of a list such as "7,8"; what is no number is left out.

@@ -1,6 +1,7 @@
 #include "exporter/scanned_sensor.hpp"
 
 #include "host/probe_error.hpp"
+#include "trust/server_judge.hpp"
 
 #include <algorithm>
 
@@ -29,6 +30,7 @@ void show_fault(sensor_snapshot& next, const sensor_fault& fault) {
     next.state = sensor_state::error;
     next.identity = fault.identity;
     next.text = fault.text;
+    next.hint = fault.hint;
     next.stale = true;
 }
 
@@ -52,6 +54,7 @@ scan_outcome scanned_sensor::scan(bool keep_log) {
     scan_outcome outcome{.notes = {.keep_lines = keep_log}};
     const auto start = context_.time.now();
     const auto next = std::make_shared<sensor_snapshot>(*shown_);
+    judged_call trust{plan_.trust};
     try {
         outcome.fault = create_and_scan(*next, outcome.notes);
     } catch (const probe_error& error) { // a message that makes no sense
@@ -60,10 +63,14 @@ scan_outcome scanned_sensor::scan(bool keep_log) {
     outcome.took = context_.time.now() - start;
     next->last_scan = context_.time.wall();
     if (outcome.fault) {
+        if (outcome.fault->hint = trust.take_refusal(); !outcome.fault->hint.empty()) {
+            outcome.fault->connection = connection_state::untrusted_server;
+        }
         show_fault(*next, *outcome.fault);
     } else {
         next->last_good = next->last_scan;
         next->stale = false;
+        next->hint.clear();
     }
     outcome.shown = shown_ = next;
     outcome.created = created_;

@@ -42,6 +42,7 @@ struct sensor_fault {
     std::optional<connection_state> connection; ///< nothing: the connection is not to blame
     std::string identity;                       ///< of the error's message
     std::string text;                           ///< in English
+    std::string hint{}; ///< what to do, in English, beside the message; may be empty
 };
 
 /// The worst of the last result and its channels (limits, lookups).
@@ -71,6 +72,7 @@ struct sensor_snapshot {
     sensor_state state = sensor_state::pending;
     std::string identity{}; ///< of the message
     std::string text{};     ///< the message in English
+    std::string hint{};     ///< of a fault
     std::optional<wall_time> last_scan{};
     std::optional<wall_time> last_good{};
     bool stale = false; ///< the channels are those of the last good scan, not of the last one

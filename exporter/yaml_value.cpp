@@ -176,6 +176,16 @@ std::int64_t yaml_value::integer_of(
     return *number;
 }
 
+bool yaml_value::is_chosen(
+    const std::string& name, const std::string& usual, const std::string& other
+) const {
+    const std::string text = text_of(name, usual);
+    if (text != usual && text != other) {
+        required(name).fail("expected " + usual + " or " + other);
+    }
+    return text == other;
+}
+
 std::vector<std::string> yaml_value::texts_of(const std::string& name) const {
     std::vector<std::string> result;
     if (const auto found = find(name)) {

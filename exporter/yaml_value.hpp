@@ -46,6 +46,9 @@ class yaml_value final {
     [[nodiscard]] std::int64_t integer_of(
         const std::string& name, std::int64_t lowest, std::int64_t highest, std::int64_t fallback
     ) const;
+    /// @return whether the member is there and says the other of two words; any third is an error
+    [[nodiscard]] bool
+    is_chosen(const std::string& name, const std::string& usual, const std::string& other) const;
     [[nodiscard]] std::vector<std::string> texts_of(const std::string& name) const;
 
     [[noreturn]] void fail(const std::string& problem) const;

@@ -25,6 +25,9 @@ struct connection_arguments {
     std::string client_certificate_file;
     std::string client_key_file;
     std::string client_key_password_file;
+    std::string pki;                    ///< folder of certificates; empty: the usual one
+    bool any_certificate = false;       ///< every server's certificate is accepted
+    bool plain_password = false;        ///< a password may travel without encryption
     std::vector<std::string> raw;       ///< KEY=VALUE, in the order given
     std::vector<std::string> raw_files; ///< KEY=PATH, in the order given
 };

@@ -92,6 +92,7 @@ std::string_view name_of(connection_state state) noexcept {
         {"connecting",
          "ready",
          "unreachable",
+         "untrusted_server",
          "no_trust",
          "bad_credentials",
          "no_matching_endpoint",

@@ -12,7 +12,8 @@ enum class connection_state {
     connecting, ///< no result yet
     ready,
     unreachable,
-    no_trust, ///< the certificates, ours or the server's, were refused
+    untrusted_server, ///< this program does not trust it; never by an error's message alone
+    no_trust,         ///< the server refused our certificate, or its own is unusable
     bad_credentials,
     no_matching_endpoint, ///< the server offers no endpoint with this security and user
     error                 ///< anything else
@@ -22,6 +23,7 @@ inline constexpr std::array all_connection_states{
     connection_state::connecting,
     connection_state::ready,
     connection_state::unreachable,
+    connection_state::untrusted_server,
     connection_state::no_trust,
     connection_state::bad_credentials,
     connection_state::no_matching_endpoint,

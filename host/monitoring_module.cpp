@@ -119,6 +119,7 @@ module_library::module_library(const std::filesystem::path& path)
         find(framework, "ZunoSetLogSink", framework_.set_log_sink);
         find(framework, "ZunoSetEventObserver", framework_.set_event_observer);
         find(framework, "ZunoSetStore", framework_.set_store);
+        find(framework, "ZunoSetServerTrust", framework_.set_server_trust);
         find(framework, "ZunoPrepareModule", framework_.prepare_module);
     }
 }

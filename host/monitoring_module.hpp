@@ -5,6 +5,7 @@
 #include "libzunohelper/include/zunohelper/event_observer.h"
 #include "libzunohelper/include/zunohelper/log_sink.h"
 #include "libzunohelper/include/zunohelper/preparation.h"
+#include "libzunohelper/include/zunohelper/server_trust.h"
 #include "libzunohelper/include/zunohelper/store.h"
 #include "module/include/opcua_module.h"
 
@@ -41,6 +42,7 @@ struct framework_functions {
     decltype(&::ZunoSetLogSink) set_log_sink = nullptr;
     decltype(&::ZunoSetEventObserver) set_event_observer = nullptr;
     decltype(&::ZunoSetStore) set_store = nullptr;
+    decltype(&::ZunoSetServerTrust) set_server_trust = nullptr;
     decltype(&::ZunoPrepareModule) prepare_module = nullptr;
 };
 

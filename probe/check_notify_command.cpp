@@ -129,6 +129,7 @@ run(const command_context& context,
         options.format == output_format::json ? check_json(results.front(), log)
                                               : render(options, success, log, context.out.colours())
     );
+    loaded.tell_refusal(context.terminal);
     return success ? exit_code::ok : exit_code::error;
 }
 
@@ -161,6 +162,7 @@ run(const command_context& context,
             ? notification_json(response, outcome)
             : render(options, response, outcome, context.out.colours())
     );
+    loaded.tell_refusal(context.terminal);
     return written                              ? exit_code::ok
            : call.status == OPCUA_MODULE_FAILED ? exit_code::error
                                                 : exit_code::call_failed;

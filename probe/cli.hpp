@@ -22,6 +22,8 @@ void add_scan(CLI::App& program, any_command& chosen);
 void add_browse(CLI::App& program, any_command& chosen);
 void add_endpoints(CLI::App& program, any_command& chosen);
 void add_serve(CLI::App& program, any_command& chosen);
+void add_trust(CLI::App& program, any_command& chosen);
+void add_certificate(CLI::App& program, any_command& chosen);
 
 /// @param complete makes the chosen command of what was given
 /// @return what the options of a command write to; lives as long as the command

@@ -16,7 +16,8 @@ void add_security_options(CLI::App& command, connection_arguments& to) {
     constexpr const char* policy = "Default: Basic256Sha256 when messages are secured, else none";
     command.add_option("--security-policy", to.security_policy, policy)
         ->check(CLI::IsMember({"none", "Basic256Sha256"}));
-    constexpr const char* certificate = "Client certificate, PEM";
+    constexpr const char* certificate =
+        "Client certificate, PEM; default: see opcua-probe certificate --help";
     add_option(command, "--client-certificate", to.client_certificate_file, "FILE", certificate);
     constexpr const char* key = "Private key of the client, PEM";
     add_option(command, "--client-key", to.client_key_file, "FILE", key);
@@ -24,6 +25,26 @@ void add_security_options(CLI::App& command, connection_arguments& to) {
         "File with the key's password; else $OPCUA_CLIENT_KEY_PASSWORD";
     std::string& password_file = to.client_key_password_file;
     add_option(command, "--client-key-password-file", password_file, "FILE", password);
+}
+
+void add_trust_options(CLI::App& command, connection_arguments& to) {
+    constexpr const char* pki = "Folder of certificates; default: see opcua-probe trust --help";
+    add_option(command, "--pki", to.pki, "DIR", pki);
+    const auto add_choice =
+        [&command](
+            const char* name, bool& flag, const char* usual, const char* other, const char* help
+        ) {
+            const auto take = [&flag, other](const std::string& text) { flag = text == other; };
+            command.add_option_function<std::string>(name, take, help)
+                ->check(CLI::IsMember({usual, other}))
+                ->default_str(usual);
+        };
+    constexpr const char* trust =
+        "list: only servers whose certificates are trusted; any: all servers, even an attacker's";
+    add_choice("--trust", to.any_certificate, "list", "any", trust);
+    constexpr const char* plain_password =
+        "allow: send a password also where everybody on the wire can read it";
+    add_choice("--plain-password", to.plain_password, "refuse", "allow", plain_password);
 }
 
 /// @throws probe_error (usage) when the text is no level
@@ -63,6 +84,7 @@ void add_connection_options(CLI::App& command, connection_arguments& to) {
     constexpr const char* password = "File with the password; else $OPCUA_PASSWORD";
     add_option(command, "--password-file", to.password_file, "FILE", password)->needs(user);
     add_security_options(command, to);
+    add_trust_options(command, to);
     constexpr const char* any =
         "Any setting of the module (no secrets); KEY may be shortened to its unique end";
     add_option(command, "--set", to.raw, "KEY=VALUE", any);

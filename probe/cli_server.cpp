@@ -18,7 +18,7 @@ Examples:
   opcua-probe browse --host plc.example --format json --depth 10 | jq -r 'select(.channel).channel')";
 
 constexpr const char* endpoints_footer = R"(
-Needs no session: user and security settings are not looked at.
+Needs no session: user, security and trust settings are not looked at.
 
 Example:
   opcua-probe endpoints --host plc.example)";

@@ -25,12 +25,15 @@ Examples:
   opcua-probe check connection --host 192.0.2.7
   opcua-probe scan custom_sensor --host 192.0.2.7 --channel 'ns=2;s=Boiler.Temperature' --unit 1=°C
   opcua-probe notify --host 192.0.2.7 --target 'ns=2;s=Lamp.Text' --type String --message 'Door open'
+  opcua-probe trust accept 192.0.2.7
+  opcua-probe certificate create
   opcua-probe scan --help
 
 Exit codes:
   0   ok
   1   a scan delivered a warning
-  2   a scan delivered an error, a check answered no, a value was not written, or a server could not be browsed
+  2   a scan delivered an error, a check answered no, a value was not written, a server could not be browsed,
+      or a certificate is not trusted, missing or expired
   3   the module refused or failed a call, or sent something unusable
   64  the command line is wrong, or a file that it names cannot be read
   70  the module or the simulator could not be loaded or started
@@ -49,6 +52,7 @@ Environment:
   OPCUA_MODULE               path of libOPCUA.so
   OPCUA_PASSWORD             password of --user
   OPCUA_CLIENT_KEY_PASSWORD  password of --client-key
+  STATE_DIRECTORY            state folder; else $XDG_STATE_HOME/opcua-probe, else ~/.local/state/opcua-probe
   NO_COLOR                   if set: no colours)";
 
 constexpr const char* info_footer = R"(
@@ -181,6 +185,8 @@ command_line parse_command_line(int count, const char* const* arguments) {
     add_browse(program, line.command);
     add_endpoints(program, line.command);
     add_serve(program, line.command);
+    add_trust(program, line.command);
+    add_certificate(program, line.command);
     try {
         program.parse(count, arguments);
     } catch (const CLI::Success& asked) { // for help or version

@@ -6,6 +6,7 @@
 #include "host/probe_error.hpp"
 #include "host/settings_record.hpp"
 #include "terminal/command_context.hpp"
+#include "trust/commands.hpp"
 
 #include <cstdint>
 #include <optional>
@@ -81,7 +82,9 @@ using any_command = std::variant<
     demo_options,
     browse_options,
     endpoints_options,
-    exporter_options>;
+    exporter_options,
+    trust_options,
+    certificate_options>;
 
 struct command_line {
     std::string module;          ///< path; empty: to be found

@@ -2,12 +2,33 @@
 
 #include "host/connection_arguments.hpp"
 #include "host/settings_record.hpp"
+#include "trust/pki_folder.hpp"
 
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
+
+/// Settings that are given by their keys replace what the options say.
+void add_own_certificate(settings_draft& draft, const connection_arguments& connection) {
+    settings whole;
+    for (const char* key : {keys::security_mode, keys::certificate}) {
+        if (const auto found = draft.values.find(key); found != draft.values.end()) {
+            whole.insert(*found);
+        }
+        for (const given_setting& given : draft.given) {
+            if (std::string{key}.ends_with("." + given.key) || given.key == key) {
+                whole[key] = given.text;
+            }
+        }
+    }
+    const bool had_one = whole.contains(keys::certificate);
+    add_own_certificate(whole, pki_folder{pki_path(connection.pki)});
+    if (!had_one) {
+        draft.values.merge(whole);
+    }
+}
 
 /// @param values what is not about the connection
 [[nodiscard]] settings_draft complete(
@@ -16,10 +37,10 @@ namespace {
     console& terminal,
     const char* host_key = host_of_sensor
 ) {
-    values.merge(
-        connection_settings(connection, terminal.writer(), host_key)
-    );
-    return {std::move(values), read_given(connection)};
+    values.merge(connection_settings(connection, terminal.writer(), host_key));
+    settings_draft draft{std::move(values), read_given(connection)};
+    add_own_certificate(draft, connection);
+    return draft;
 }
 
 } // namespace

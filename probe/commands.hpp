@@ -36,7 +36,11 @@ template <typename Options>
 [[nodiscard]] exit_code run(const command_context& context, const Options& options) {
     const settings_draft draft = draft_of(options, context.terminal);
     loaded_module loaded{
-        context.module, context.language, context.terminal, shown_severity(options)};
+        context.module,
+        context.language,
+        context.terminal,
+        shown_severity(options),
+        options.connection};
     return run(context, loaded, options, draft);
 }
 

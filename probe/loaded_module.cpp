@@ -29,6 +29,9 @@ log_collector::log_collector(const module_library& library, console& terminal, s
           library,
           [this](log_line&& line) { add(std::move(line)); },
           [this](module_event&& event) {
+              if (event.kind == ZUNO_EVENT_SERVER_URI) {
+                  note_server_uri(event.text);
+              }
               on_event_(event);
               keep(std::move(event));
           }} {
@@ -58,7 +61,8 @@ loaded_module::loaded_module(
     const std::string& chosen_module,
     const std::string& language,
     console& terminal,
-    std::int32_t shown_severity
+    std::int32_t shown_severity,
+    const connection_arguments& connection
 )
     : library{find_module(chosen_module)},
       log{library, terminal, shown_severity},
@@ -68,7 +72,25 @@ loaded_module::loaded_module(
           [this](const std::string& text) {
               log.add({"probe", severity_debug, text});
           }},
+      judge{
+          library.framework().set_server_trust,
+          pki_folder{pki_path(connection.pki)},
+          [this](const std::string& text) {
+              log.add({"probe", severity_warning, text});
+          }},
+      trust{{connection.any_certificate, connection.plain_password}},
       module{library},
-      document{read_document(module, language, terminal)} {}
+      document{read_document(module, language, terminal)} {
+    if (connection.any_certificate) {
+        terminal.line("opcua-probe: warning: every server is accepted, whoever it is (--trust any)"
+        );
+    }
+}
+
+void loaded_module::tell_refusal(console& terminal) {
+    if (const std::string refusal = trust.take_refusal(); !refusal.empty()) {
+        terminal.line("opcua-probe: " + refusal);
+    }
+}
 
 } // namespace tarvik::monitoring_modules::probe

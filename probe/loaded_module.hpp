@@ -1,11 +1,13 @@
 #pragma once
 // The module that a command works with, loaded, and what it logs.
 
+#include "host/connection_arguments.hpp"
 #include "host/kept_state.hpp"
 #include "host/log.hpp"
 #include "host/module_document.hpp"
 #include "host/monitoring_module.hpp"
 #include "terminal/console.hpp"
+#include "trust/server_judge.hpp"
 
 #include <atomic>
 #include <cstdint>
@@ -59,17 +61,24 @@ struct loaded_module {
     /// @param chosen_module see find_module
     /// @param language of the document, as on the command line
     /// @param shown_severity see log_collector::show
+    /// @param connection whose servers are judged by what it says; made and used by one thread
     /// @throws probe_error when the module cannot be loaded, and (usage) for an unknown language
     loaded_module(
         const std::string& chosen_module,
         const std::string& language,
         console& terminal,
-        std::int32_t shown_severity
+        std::int32_t shown_severity,
+        const connection_arguments& connection = {}
     );
+
+    /// Tells why the last server was refused, if one was; once.
+    void tell_refusal(console& terminal);
 
     module_library library;
     log_collector log;
     kept_state store;
+    server_judge judge;
+    judged_call trust;
     monitoring_module module;
     module_document document;
     std::list<sensor_owner> sensors; ///< numbered from 1; while they live, they share connections

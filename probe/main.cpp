@@ -20,6 +20,16 @@ using namespace tarvik::monitoring_modules::probe;
     return run_exporter(context.module, options, context.terminal, context.interrupt);
 }
 
+[[nodiscard]] exit_code run(const command_context& context, const trust_options& options) {
+    return run_trust(context, options, [&](const std::string& host, std::uint16_t port) {
+        return fetch_certificates(context.terminal, host, port);
+    });
+}
+
+[[nodiscard]] exit_code run(const command_context& context, const certificate_options& options) {
+    return run_certificate(context, options);
+}
+
 [[nodiscard]] exit_code report(console& terminal, exit_code code, const std::exception& error) {
     terminal.line(std::string{"opcua-probe: "} + error.what());
     if (code == exit_code::usage) {

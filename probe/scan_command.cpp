@@ -112,6 +112,7 @@ run(const command_context& context,
                                                     context.out.colours()
                                                 )
             );
+            loaded.tell_refusal(context.terminal);
             worst = worse(worst, outcome_of(result.state).code);
         }
     };

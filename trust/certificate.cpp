@@ -53,11 +53,6 @@ namespace {
     return text.data();
 }
 
-// A file that claims to be encrypted must not ask anybody for a pass phrase.
-int no_pass_phrase(char* /*to*/, int /*size*/, int /*writing*/, void* /*user*/) {
-    return -1;
-}
-
 /// Reads all objects of one kind, in PEM or in DER.
 template <typename Object, typename Owner, typename ReadPem, typename ReadDer>
 [[nodiscard]] std::vector<Object>
@@ -69,7 +64,7 @@ read_all(std::string_view bytes, const ReadPem& read_pem, const ReadDer& read_de
     ERR_clear_error();
     if (bytes.find("-----BEGIN") != std::string_view::npos) {
         const bio_owner bio = reader_of(bytes);
-        while (Owner object{read_pem(bio.get(), nullptr, no_pass_phrase, nullptr)}) {
+        while (Owner object{read_pem(bio.get(), nullptr, ask_nobody, nullptr)}) {
             objects.emplace_back(std::move(object));
         }
         const bool at_end = ERR_GET_REASON(ERR_peek_last_error()) == PEM_R_NO_START_LINE;

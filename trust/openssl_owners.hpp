@@ -42,4 +42,10 @@ using x509_stack_owner = openssl_owner<STACK_OF(X509), free_stack>;
 using x509_store_owner = openssl_owner<X509_STORE, X509_STORE_free>;
 using x509_store_ctx_owner = openssl_owner<X509_STORE_CTX, X509_STORE_CTX_free>;
 
+/// For reading PEM: a file that claims to be encrypted must not have a person asked for a pass
+/// phrase on the terminal.
+inline int ask_nobody(char* /*to*/, int /*size*/, int /*writing*/, void* /*user*/) {
+    return -1;
+}
+
 } // namespace tarvik::monitoring_modules::probe

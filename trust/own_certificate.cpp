@@ -29,10 +29,6 @@ void require(bool done, const char* what) {
     }
 }
 
-int no_pass_phrase(char* /*to*/, int /*size*/, int /*writing*/, void* /*user*/) {
-    return -1; // nobody is asked on the terminal
-}
-
 [[nodiscard]] bool is_plain(const std::string& text) {
     return !text.empty() && std::ranges::all_of(text, [](char letter) {
         return letter > ' ' && letter < '\x7f' && letter != ',' && letter != ';';
@@ -85,7 +81,6 @@ void add_extensions(X509& to, const certificate_request& request) {
     );
     add_extension(to, context, NID_ext_key_usage, "serverAuth,clientAuth");
     add_extension(to, context, NID_subject_key_identifier, "hash");
-    add_extension(to, context, NID_authority_key_identifier, "keyid");
     std::string names = "URI:" + request.uri;
     for (const std::string& name : request.dns_names) {
         names += ",DNS:" + name;
@@ -155,7 +150,7 @@ made_identity make_identity(const certificate_request& request) {
 made_identity renew_identity(std::string_view key_pem, const certificate_request& request) {
     const bio_owner bio{BIO_new_mem_buf(key_pem.data(), static_cast<int>(key_pem.size()))};
     const key_owner key{
-        bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, no_pass_phrase, nullptr) : nullptr};
+        bio ? PEM_read_bio_PrivateKey(bio.get(), nullptr, ask_nobody, nullptr) : nullptr};
     require(key != nullptr, "its private key cannot be read without a pass phrase");
     return identity_of(*key, request);
 }

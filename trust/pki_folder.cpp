@@ -2,7 +2,7 @@
 
 #include "host/probe_error.hpp"
 #include "host/secret_file.hpp"
-#include "host/state_folder.hpp"
+#include "host/kept_state.hpp"
 #include "text/words.hpp"
 #include "trust/shared_files.hpp"
 #include <sys/stat.h>
@@ -97,6 +97,25 @@ template <typename Element>
 
 } // namespace
 
+void add_own_certificate(settings& values, const pki_folder& folder) {
+    const auto mode = values.find(keys::security_mode);
+    const bool secured =
+        mode != values.end() && (mode->second == "sign" || mode->second == "sign_encrypt");
+    if (!secured || values.contains(keys::certificate)) {
+        return;
+    }
+    const auto own = folder.own();
+    if (!own) {
+        throw probe_error{
+            exit_code::usage,
+            "A secured connection needs a certificate of its own: opcua-probe certificate create" +
+                folder.option() +
+                " makes one, --client-certificate and --client-key name another"};
+    }
+    values.insert_or_assign(keys::certificate, own->certificate_pem);
+    values.insert_or_assign(keys::key, read_file(own->key_path));
+}
+
 fs::path pki_path(const std::string& chosen) {
     if (!chosen.empty()) {
         return fs::absolute(chosen);
@@ -115,6 +134,12 @@ std::string file_name_of(const certificate& named) {
         name += plain ? letter : '_';
     }
     return name + " [" + named.fingerprint().substr(0, 16) + "]";
+}
+
+std::string pki_folder::option() const {
+    // A service has a state folder of its own, which is not that of the person who reads this.
+    const bool usual = ::secure_getenv("STATE_DIRECTORY") == nullptr && root_ == pki_path("");
+    return usual || root_.empty() ? "" : " --pki " + root_.string();
 }
 
 void pki_folder::require_root() const {

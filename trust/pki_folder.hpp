@@ -3,6 +3,7 @@
 // trusted, what was refused, who this program is. People and other programs put files there, too,
 // at any time; each use reads what is there now.
 
+#include "host/settings_record.hpp"
 #include "trust/verification.hpp"
 
 #include <cstddef>
@@ -51,6 +52,10 @@ class pki_folder final {
 
     [[nodiscard]] const std::filesystem::path& root() const noexcept { return root_; }
 
+    /// @return what a person adds to a command so that it works with this folder; empty where that
+    /// is what it would do anyway
+    [[nodiscard]] std::string option() const;
+
     /// @param complain gets a line for each file that cannot be used; may be empty
     /// @throws probe_error (usage) when a folder of what is trusted cannot be read, or everybody may
     /// write into it
@@ -94,6 +99,11 @@ class pki_folder final {
 
     std::filesystem::path root_;
 };
+
+/// Adds the own certificate and its key to settings of a connection that is secured and names no
+/// certificate; nothing to others.
+/// @throws probe_error (usage) when there is none, with the way to get one
+void add_own_certificate(settings& values, const pki_folder& folder);
 
 /// @param chosen by a person; empty: "pki" in the state folder
 /// @return empty where there is no such folder

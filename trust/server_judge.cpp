@@ -148,7 +148,7 @@ verdict server_judge::judge_certificate(
     if (result.may_be_confirmed) {
         reason += changed ? " If it was replaced on purpose: "
                           : " If it is the right one (SHA-256 " + fingerprint + "): ";
-        reason += "opcua-probe trust accept " + address;
+        reason += "opcua-probe trust accept " + address + folder_.option();
     }
     result.reason = std::move(reason);
     return result;
@@ -159,6 +159,11 @@ void server_judge::see(const std::string& address, const certificate& shown) {
         address, shown.name(), shown.fingerprint(), shown.not_after().value_or(std::chrono::sys_seconds{})};
     const std::lock_guard lock{mutex_};
     seen_[address] = std::move(seen);
+}
+
+void server_judge::forget(const std::string& address) {
+    const std::lock_guard lock{mutex_};
+    seen_.erase(address);
 }
 
 void server_judge::keep_refused(const certificate& refused) {

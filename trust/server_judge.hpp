@@ -13,6 +13,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
@@ -41,8 +42,8 @@ class judged_call final {
     judged_call(const judged_call&) = delete;
     judged_call& operator=(const judged_call&) = delete;
 
-    /// @return why the last server was refused and what to do; empty: none was
-    [[nodiscard]] const std::string& refusal() const noexcept { return refusal_; }
+    /// @return why the last server was refused and what to do, once; empty: none was
+    [[nodiscard]] std::string take_refusal() { return std::exchange(refusal_, {}); }
 
   private:
     friend class server_judge;
@@ -74,6 +75,8 @@ class server_judge final {
     [[nodiscard]] std::uint32_t answer(std::string_view url, std::string_view chain) noexcept;
 
     [[nodiscard]] std::vector<seen_certificate> seen() const;
+    /// Nobody connects to this "host:port" any more; nothing about trust changes.
+    void forget(const std::string& address);
     [[nodiscard]] const pki_folder& folder() const noexcept { return folder_; }
 
   private:

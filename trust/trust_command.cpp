@@ -64,6 +64,14 @@ struct host_and_port {
     return lower_case(answer) == "yes" || lower_case(answer) == "y";
 }
 
+/// @return how many servers are known by a certificate
+[[nodiscard]] auto
+holders(const std::map<std::string, known_server>& known, const std::string& fingerprint) {
+    return std::ranges::count_if(known, [&fingerprint](const auto& entry) {
+        return entry.second.fingerprint == fingerprint;
+    });
+}
+
 /// Takes back what was trusted for a server before, unless another server has the same certificate.
 void drop_former(const pki_folder& folder, const std::string& address, const std::string& now) {
     const auto known = folder.known_servers();
@@ -72,10 +80,7 @@ void drop_former(const pki_folder& folder, const std::string& address, const std
         return;
     }
     const std::string old = former->second.fingerprint;
-    const auto others = std::ranges::count_if(known, [&old](const auto& entry) {
-        return entry.second.fingerprint == old;
-    });
-    if (others == 1) {
+    if (holders(known, old) == 1) {
         static_cast<void>(folder.remove(part::trusted, old));
     }
 }
@@ -228,7 +233,9 @@ void add_rows(table& to, const pki_folder& folder, part from, const char* title)
     if (const auto entry = known.find(address); entry != known.end()) {
         folder.remember(address, std::nullopt);
         context.out.write("Forgotten: " + sanitise(address) + "\n");
-        chosen.insert(entry->second.fingerprint);
+        if (holders(known, entry->second.fingerprint) == 1) {
+            chosen.insert(entry->second.fingerprint);
+        }
     } else {
         std::string digits = lower_case(subject);
         std::erase_if(digits, [](char letter) { return letter == ':' || letter == ' '; });

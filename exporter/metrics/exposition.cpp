@@ -1,7 +1,7 @@
 #include "exporter/metrics/exposition.hpp"
 
 #include "exporter/http/http_response.hpp"
-#include "text/utf8.hpp"
+#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <array>
@@ -47,23 +47,19 @@ struct kind_names {
     return {digits.data(), result.ptr};
 }
 
-/// @return the text with a backslash before each special character, and U+FFFD in place of each
-/// byte that is no UTF-8
-[[nodiscard]] std::string escaped(std::string_view text, std::string_view special = "\\\n\"") {
-    if (is_utf8(text) && text.find_first_of(special) == std::string_view::npos) {
+/// What servers call things may be any bytes: characters that control whoever reads this become
+/// visible.
+/// @return the text with a backslash before each special character
+[[nodiscard]] std::string escaped(std::string_view text, std::string_view special = "\\\"") {
+    const auto is_plain = [special](char letter) {
+        return letter >= ' ' && letter <= '~' && special.find(letter) == std::string_view::npos;
+    };
+    if (std::ranges::all_of(text, is_plain)) {
         return std::string{text};
     }
     std::string result;
-    while (!text.empty()) {
-        const auto [character, size] = decode(text);
-        if (character == invalid_character) {
-            result += "\xef\xbf\xbd";
-        } else if (special.find(text.front()) == std::string_view::npos) {
-            result += text.substr(0, size);
-        } else {
-            result.append("\\").append(character == '\n' ? "n" : text.substr(0, 1));
-        }
-        text.remove_prefix(size);
+    for (const char letter : sanitise(text)) {
+        result.append(special.find(letter) == std::string_view::npos ? "" : "\\") += letter;
     }
     return result;
 }
@@ -80,7 +76,7 @@ class family_writer final {
         const kind_names& names = names_of(kind);
         const std::string name{openmetrics_ ? without(names.suffix, family.name) : family.name};
         if (!openmetrics_) {
-            write_comment("HELP", name, escaped(family.help, "\\\n"));
+            write_comment("HELP", name, escaped(family.help, "\\"));
         }
         write_comment("TYPE", name, openmetrics_ ? names.openmetrics : names.prometheus);
         const bool may_have_unit = kind != metric_kind::info && kind != metric_kind::state_set;

@@ -207,10 +207,10 @@ constexpr std::array<std::string_view, 64> latin_letters{
     "a", "a", "a", "a", "ae", "a", "ae", "c", "e", "e", "e", "e", "i",  "i", "i",  "i",
     "d", "n", "o", "o", "o",  "o", "oe", " ", "o", "u", "u", "u", "ue", "y", "th", "y"};
 
-[[nodiscard]] std::string_view latin_letter(std::string_view character) {
-    const char32_t code = decode(character).character;
+[[nodiscard]] std::string_view latin_letter(const decoded_character& letter) {
+    const char32_t code = letter.character;
     const bool accented = code >= 0xc0 && code < 0xc0 + latin_letters.size();
-    return accented ? latin_letters.at(code - 0xc0) : character;
+    return accented ? latin_letters.at(code - 0xc0) : letter.bytes;
 }
 
 [[nodiscard]] bool is_lower(char letter) {
@@ -241,9 +241,7 @@ describe(std::string_view kind, const channel_definition& channel, bool has_stat
 std::string slug(std::string_view text) {
     std::string plain;
     while (!text.empty()) {
-        const std::string_view character = text.substr(0, decode(text).size);
-        plain += latin_letter(character);
-        text.remove_prefix(character.size());
+        plain += latin_letter(take_character(text));
     }
     std::string result;
     const auto separate = [&result] {

@@ -144,7 +144,11 @@ void load_and_scan(plugin_call& call) {
     const settings_draft draft = draft_of(options, call.terminal);
     call.progress.enter("loading the module");
     loaded_module loaded{
-        call.line.module, call.line.language, call.terminal, severity_for(options)};
+        call.line.module,
+        call.line.language,
+        call.terminal,
+        severity_for(options),
+        options.connection};
     // The module connects within the calls that create or scan a sensor.
     loaded.log.on_event([&](const module_event& event) {
         if (event.kind == ZUNO_EVENT_SESSION_OPENED) {
@@ -152,7 +156,10 @@ void load_and_scan(plugin_call& call) {
         }
     });
     sensor_run sensor{call.terminal, loaded, options, draft};
-    const plugin_result result = scan(call, demands, loaded.document, sensor);
+    plugin_result result = scan(call, demands, loaded.document, sensor);
+    if (std::string refusal = loaded.trust.take_refusal(); !refusal.empty()) {
+        result.message = std::move(refusal);
+    }
     call.report.set_value({result.state, render_plugin(result, address, options.plugin.verbosity)});
 }
 

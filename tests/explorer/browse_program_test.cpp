@@ -121,7 +121,7 @@ TEST_F(browse_program, tells_what_is_wrong) {
         {{"browse", "--user", "nobody"}, 2, "BadIdentityTokenRejected"},
         {{"browse", "--set", "prot=1"}, 64, "credentials.connection_opcua.port"},
         {{"browse", "--set", "password=x"}, 64, "secrets come from files"},
-        {{"browse", "--security-mode", "sign"}, 2, "ertificate"},
+        {{"browse", "--security-mode", "sign"}, 64, "opcua-probe certificate create"},
         {{"endpoints", "--set", "port=0"}, 64, "0"},
     };
     for (const row& each : rows) {
@@ -168,7 +168,8 @@ TEST(browse_program_secured, browses_as_a_user) {
     const auto client =
         test_support::make_certificate(test_support::application_request("urn:tarvik:test:browse"));
     running_probe program{words(
-        "browse ns=2;s=Boiler --host 127.0.0.1 --security-mode sign_encrypt --user user1 --port " +
+        "browse ns=2;s=Boiler --host 127.0.0.1 --trust any --security-mode sign_encrypt --user "
+        "user1 --port " +
         std::to_string(plant.port()) + " --client-certificate " + file("client.pem", client.pem) +
         " --client-key " + file("key.pem", test_support::private_key_pem(client.key)) +
         " --password-file " + file("password.txt", "password1\n")

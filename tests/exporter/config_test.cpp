@@ -169,14 +169,28 @@ TEST(target_pattern, matches_parts_of_labels_only) {
              {"plc-*.plant.example", "plc-1.x.plant.example", false},
              {"*a*b", "xaxxb", true},
              {"*a*b", "x.ab", false},
-             {"*", "localhost", true},
+             {"local*", "localhost", true},
+             {"10.0.0.*", "10.0.0.evil", false},
+             {"10.0.0.*", "10.0.0.07", false},
+             {"10.0.0.*", "10.0.0.256", false},
+             {"10.0.0.*", "10.0.0.0", true},
+             {"10.0.0.1*", "10.0.0.17", true},
+             {"10.0.0.1*", "10.0.0.1x", false},
+             {"*.*.*.*", "a.b.c.d", false},
+             {"*.*.*.*", "10.0.0.7", true},
+             {"a.b.c.*", "a.b.c.d", true},
              {"[::1]:*", "[::1]:1", true},
-             {"*", "[::1]", false}}) {
+             {"*.*.*.*", "[::1]", false}}) {
         EXPECT_EQ(matches(pattern, parse_address(address).value()), expected)
             << pattern << " " << address;
     }
     for (const std::string text :
          {"",
+          "*",
+          "*:4840",
+          "10.0.*",
+          "10.0.0.0.*",
+          "plc:04840",
           ":4840",
           "a:",
           "a:0",

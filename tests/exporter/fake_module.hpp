@@ -111,7 +111,7 @@ class fake_module final : public module_access {
 [[nodiscard]] inline std::optional<int>
 value_of(const std::string& series, const own_metrics& metrics) {
     exposition all;
-    metrics.add_to(all);
+    metrics.add_to(all, wall_time{});
     const std::string text = all.write(exposition_format::prometheus_text);
     const std::size_t at = text.find("\n" + series + " ");
     return at == std::string::npos ? std::nullopt

@@ -60,13 +60,13 @@ TEST(metrics_exposition, is_written_in_both_formats) {
     metrics.add(
         {"b_seconds", "Zeit", "seconds"}, {{{"s", "a\"b\\c\nd\xff\xc3\xa4\xf0\x9f"}}, -infinity}
     );
-    EXPECT_EQ(metrics.write(prometheus_text), R"(# HELP a_total Back\\slash "and"\nline
+    EXPECT_EQ(metrics.write(prometheus_text), R"(# HELP a_total Back\\slash "and"\\nline
 # TYPE a_total counter
 a_total 1e+16
 # HELP b_seconds Zeit
 # TYPE b_seconds gauge
 b_seconds{s="2"} 0.1
-b_seconds{s="a\"b\\c\nd�ä��"} -Inf
+b_seconds{s="a\"b\\c\\nd�ä��"} -Inf
 # TYPE h_seconds histogram
 h_seconds_bucket{k="x",le="0.5"} 1
 h_seconds_bucket{k="x",le="1.0"} 3
@@ -82,13 +82,13 @@ s{s="On"} 1
 s{s="Off"} 0
 )");
     EXPECT_EQ(metrics.write(openmetrics), R"(# TYPE a counter
-# HELP a Back\\slash \"and\"\nline
+# HELP a Back\\slash \"and\"\\nline
 a_total 1e+16
 # TYPE b_seconds gauge
 # UNIT b_seconds seconds
 # HELP b_seconds Zeit
 b_seconds{s="2"} 0.1
-b_seconds{s="a\"b\\c\nd�ä��"} -Inf
+b_seconds{s="a\"b\\c\\nd�ä��"} -Inf
 # TYPE h_seconds histogram
 # UNIT h_seconds seconds
 h_seconds_bucket{k="x",le="0.5"} 1
@@ -128,7 +128,7 @@ TEST(metrics_exposition, does_not_depend_on_the_locale) {
     const std::locale former = std::locale::global(std::locale{"de_DE.UTF-8"});
     exposition metrics;
     metrics.add({"a", "", ""}, {{}, 1234567.5});
-    own_metrics{"1"}.add_to(metrics);
+    own_metrics{"1"}.add_to(metrics, wall_time{});
     const std::string text = metrics.write(prometheus_text);
     std::locale::global(former);
     EXPECT_THAT(text, HasSubstr("\na 1234567.5\n"));
@@ -216,7 +216,7 @@ TEST(own_metrics, count_what_the_exporter_does) {
     }
     own.served("/metrics", 200);
     exposition metrics;
-    own.add_to(metrics);
+    own.add_to(metrics, wall_time{});
     const std::string text = "\n" + metrics.write(openmetrics);
     for (const char* const line : {
              R"(opcua_probe_scan_duration_seconds_bucket{kind="custom_sensor",le="0.05"} 0)",

@@ -13,27 +13,27 @@ namespace {
 
 using namespace std::chrono_literals;
 using clock = std::chrono::steady_clock;
+using simulator::plant_server;
 using testing::HasSubstr;
 using testing::Not;
 
 constexpr const char* modules = R"(
 modules:
   plant:
-    kind: custom_sensor
-    targets: ["127.0.0.1:*"]
-    channels: ["Boiler=ns=2;s=Boiler.Temperature"]
-    units: {1: "°C"}
-    settings: &user1 {logging: enabled, user: user1, password: password1}
-  tenths: {kind: custom_sensor, channels: ["ns=2;s=Boiler.Temperature"], scales: {1: 0.1}, settings: *user1}
+    {kind: custom_sensor, targets: ["127.0.0.1:*"], channels: ["Boiler=ns=2;s=Boiler.Temperature"],
+     units: {1: "°C"}, plain_password: allow,
+     settings: &user1 {logging: enabled, user: user1, password: password1}}
+  tenths: {kind: custom_sensor, channels: ["ns=2;s=Boiler.Temperature"], scales: {1: 0.1},
+           plain_password: allow, settings: *user1}
   closed: {kind: server_status_sensor}
   wrong: {kind: custom_sensor, channels: ["ns=2;s=Nowhere"]}
 )";
 
 [[nodiscard]] std::string sensor(
     const std::string& name,
-    const simulator::plant_server& plant,
+    const plant_server& plant,
     const std::string& more = "",
-    const std::string& module = "plant"
+    const char* module = "plant"
 ) {
     return "  - {name: " + name + ", module: " + module +
            ", target: \"127.0.0.1:" + std::to_string(plant.port()) + "\", interval: 200ms" + more +
@@ -74,16 +74,15 @@ class serving : public testing::Test {
         other_.start();
     }
 
-    [[nodiscard]] std::string connection(const simulator::plant_server& plant) const {
+    [[nodiscard]] std::string connection(const plant_server& plant) const {
         return "127.0.0.1:" + std::to_string(plant.port()) + " (user1)";
     }
     [[nodiscard]] std::string
-    series(const std::string& sensor_name, const simulator::plant_server& plant) const {
+    series(const std::string& sensor_name, const plant_server& plant) const {
         return "opcua_up{sensor=\"" + sensor_name + "\",server=\"" + connection(plant) +
                "\",kind=\"custom_sensor\"}";
     }
-    [[nodiscard]] std::string
-    state(const simulator::plant_server& plant, const std::string& name) const {
+    [[nodiscard]] std::string state(const plant_server& plant, const std::string& name) const {
         return "opcua_connection_state{server=\"" + connection(plant) +
                "\",opcua_connection_state=\"" + name + "\"}";
     }
@@ -92,8 +91,8 @@ class serving : public testing::Test {
         return {.users = true, .diagnostics = true, .auto_change = false};
     }
 
-    simulator::plant_server plant_{options()};
-    simulator::plant_server other_{options()};
+    plant_server plant_{options()};
+    plant_server other_{options()};
 };
 
 TEST_F(serving, scans_sensors_over_one_session_and_shows_them) {
@@ -142,7 +141,8 @@ TEST_F(serving, has_the_key_pair_that_it_needs_before_it_serves) {
     };
     {
         const serving_probe probe{
-            "modules:\n  a: {kind: server_status_sensor, settings: {security_mode: sign}}\n",
+            "modules:\n  a: {kind: server_status_sensor, settings: {security_mode: sign, "
+            "client_certificate: x, client_key: {file: probe.yaml}}}\n",
             kept.path()};
         EXPECT_EQ(probe.ask("/readyz").substr(0, 12), "HTTP/1.1 200");
         EXPECT_FALSE(has_pair());

@@ -81,6 +81,7 @@ class serving_probe final {
         file << "listen: {port: 0}\n" << configuration;
     }
     [[nodiscard]] std::uint16_t port() const noexcept { return port_; }
+    [[nodiscard]] pid_t process() const noexcept { return child_; }
     void signal(int number) const { kill(child_, number); }
 
     /// What it writes on standard error, up to this text or its end.

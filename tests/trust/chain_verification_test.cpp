@@ -17,7 +17,7 @@ revocation_list revoking(
         .at(0);
 }
 
-const verification_case cases[] = {
+const verification_case chain_cases[] = {
     {"trusted_leaf",
      good,
      "",
@@ -184,7 +184,7 @@ TEST_P(chain, is_judged) {
     expect_answer(GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(of, chain, testing::ValuesIn(cases), [](const auto& shown) {
+INSTANTIATE_TEST_SUITE_P(of, chain, testing::ValuesIn(chain_cases), [](const auto& shown) {
     return shown.param.name;
 });
 

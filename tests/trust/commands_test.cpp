@@ -175,6 +175,9 @@ TEST_F(commands, remove_takes_a_server_or_a_fingerprint) {
         exit_code::usage,
         "neither"
     );
+    run(options(trusting::accept, "twin", fingerprint));
+    run(options(trusting::remove, "twin"));
+    EXPECT_THAT(folder.certificates(part::trusted), SizeIs(1)) << "plc has it, too";
     run(options(trusting::remove, "plc"));
     EXPECT_THAT(folder.certificates(part::trusted), IsEmpty());
     EXPECT_THAT(folder.known_servers(), IsEmpty());

@@ -42,6 +42,8 @@ TEST(own_certificate, has_what_servers_ask_for) {
         X509_get_extended_key_usage(own.get()), std::uint32_t{XKU_SSL_SERVER | XKU_SSL_CLIENT}
     );
     EXPECT_NE(X509_get0_subject_key_id(own.get()), nullptr);
+    EXPECT_EQ(X509_get_ext_by_NID(own.get(), NID_authority_key_identifier, -1), -1)
+        << "an empty one makes the whole certificate unusable";
     EXPECT_THAT(describe(own, std::chrono::system_clock::now()), HasSubstr(own.fingerprint()));
 }
 

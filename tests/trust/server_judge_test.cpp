@@ -38,10 +38,10 @@ struct judging : testing::Test {
     /// @return the status, and the refusal in `refusal`
     trust_status
     ask(const std::string& chain, const trust_policy& policy = {}, const char* at = url) {
-        const judged_call call{policy};
+        judged_call call{policy};
         note_server_uri(plant_uri);
         const auto status = static_cast<trust_status>(judge.answer(at, chain));
-        refusal = call.refusal();
+        refusal = call.take_refusal();
         return status;
     }
 
@@ -164,15 +164,15 @@ TEST_F(judging, answers_where_nothing_can_be_written) {
 }
 
 TEST_F(judging, keeps_threads_and_nested_calls_apart) {
-    const judged_call outer{{false, true}};
+    judged_call outer{{false, true}};
     std::thread{[this] { EXPECT_EQ(ask(""), bad_security_mode_insufficient); }}.join();
     {
-        const judged_call inner{{}};
+        judged_call inner{{}};
         EXPECT_NE(judge.answer(url, ""), 0U);
-        EXPECT_THAT(inner.refusal(), Not(IsEmpty()));
+        EXPECT_THAT(inner.take_refusal(), Not(IsEmpty()));
     }
     EXPECT_EQ(judge.answer(url, ""), 0U);
-    EXPECT_THAT(outer.refusal(), IsEmpty());
+    EXPECT_THAT(outer.take_refusal(), IsEmpty());
 }
 
 TEST(address, of_a_url) {

@@ -14,7 +14,7 @@ test::certificate_request valid(std::chrono::sys_seconds from, std::chrono::sys_
     return request;
 }
 
-const verification_case cases[] = {
+const verification_case server_cases[] = {
     {"expired",
      bad_certificate_time_invalid,
      "expired on 20",
@@ -160,9 +160,12 @@ TEST_P(server_certificate, is_judged) {
     expect_answer(GetParam());
 }
 
-INSTANTIATE_TEST_SUITE_P(of, server_certificate, testing::ValuesIn(cases), [](const auto& shown) {
-    return shown.param.name;
-});
+INSTANTIATE_TEST_SUITE_P(
+    of,
+    server_certificate,
+    testing::ValuesIn(server_cases),
+    [](const auto& shown) { return shown.param.name; }
+);
 
 } // namespace
 } // namespace tarvik::monitoring_modules::probe
