@@ -1,6 +1,7 @@
 # bash completion for opcua-probe and opcua-simulator: what their help tells. Needs bash 4.4 and nothing else.
 
-# _opcua_help PROGRAM [COMMAND]: the options and arguments in its help, one a line: "-p,--port UINT:INT", "--check", "node NODEID"
+# _opcua_help PROGRAM [COMMAND...]: the options and arguments in its help, one a line: "-p,--port UINT:INT", "--check",
+# "node NODEID"
 _opcua_help() {
     "$@" --help 2>/dev/null |
         sed -nE 's/^( +-.), +-/\1,-/
@@ -17,7 +18,13 @@ _opcua_shape() {
     return 1
 }
 
-# _opcua_look_back: command, how many arguments stand behind it, and the option whose value is being typed
+# _opcua_read PROGRAM [COMMAND...]: options of the command, beside those before it, and what commands it has
+_opcua_read() {
+    options+=$'\n'$(_opcua_help "$@")
+    commands=$("$@" --help 2>/dev/null | sed -nE '/^subcommands:/I,/^$/s/^  ([a-z]+) .*/\1/p' | tr '\n' ' ')
+}
+
+# _opcua_look_back: the call, how many arguments stand behind it, and the option whose value is being typed
 _opcua_look_back() {
     local index word before= last=
     for ((index = 1; index < COMP_CWORD; ++index)); do
@@ -29,9 +36,9 @@ _opcua_look_back() {
         elif [[ $word = -* ]]; then
             last=
             _opcua_shape "$word" && before=$word
-        elif [ -z "$command" ] && [[ " $commands " = *" $word "* ]]; then
-            command=$word last=
-            options+=$'\n'$(_opcua_help "$program" "$command")
+        elif [[ " $commands " = *" $word "* ]]; then
+            call+=("$word") last=
+            _opcua_read "${call[@]}"
         else
             arguments=$((arguments + 1)) last=
         fi
@@ -49,6 +56,11 @@ _opcua_values() {
             mapfile -t COMPREPLY < <(compgen -f -- "$1")
             return
             ;;
+        DIR*)
+            compopt -o filenames 2>/dev/null
+            mapfile -t COMPREPLY < <(compgen -d -- "$1")
+            return
+            ;;
         HOST*)
             mapfile -t COMPREPLY < <(compgen -A hostname -- "$1")
             return
@@ -62,10 +74,9 @@ _opcua_values() {
 }
 
 _opcua() {
-    local program=${COMP_WORDS[0]/#\~/$HOME} word=${COMP_WORDS[COMP_CWORD]}
-    local options commands command= arguments=0 option= shape= names
-    options=$(_opcua_help "$program")
-    commands=$("$program" --help 2>/dev/null | sed -nE '/^subcommands:/I,/^$/s/^  ([a-z]+) .*/\1/p' | tr '\n' ' ')
+    local word=${COMP_WORDS[COMP_CWORD]} call=("${COMP_WORDS[0]/#\~/$HOME}")
+    local options= commands arguments=0 option= shape= names argument
+    _opcua_read "${call[@]}"
     _opcua_look_back
     [ "$word" != = ] || word=
     COMPREPLY=()
@@ -74,10 +85,12 @@ _opcua() {
     elif [[ $word = -* ]]; then
         names=$(sed -nE 's/^(-[^ ]+).*/\1/p' <<<"$options" | tr ',' '\n' | sort -u)
         mapfile -t COMPREPLY < <(compgen -W "$names" -- "$word")
-    elif [ -z "$command" ] && [ "$commands" ]; then
+    elif [ "$commands" ]; then
         mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$word")
-    elif [ "$arguments" = 0 ] && { _opcua_shape kind || _opcua_shape node; }; then
-        _opcua_values "$word"
+    elif [ "$arguments" = 0 ]; then
+        for argument in kind node server file certificate; do
+            _opcua_shape $argument && _opcua_values "$word" && return
+        done
     fi
 }
 

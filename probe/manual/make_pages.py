@@ -3,7 +3,8 @@
 
 usage: make_pages.py FOLDER MODULE PROGRAM...
 
-Writes FOLDER/man1/*.1.gz anew: a page for each program and one for each of its commands. MODULE is libOPCUA.so, which
+Writes FOLDER/man1/*.1.gz anew: a page for each program and one for each of its commands, which holds the commands of that
+command, too. MODULE is libOPCUA.so, which
 tells the sensors to the first program. Exit code 1, with the reason on standard error, for help that cannot be read.
 """
 import gzip
@@ -24,14 +25,17 @@ FIRST, PARTS = ("Commands", "Options"), ("With ", EVERY_COMMAND)
 # Sections of the program that its commands' pages repeat.
 GENERAL = ("Exit status", "Environment")
 FILES = [("entry", "/etc/opcua-probe/probe.yaml",
-          "Configuration of the service opcua-probe.service. Files that it names relatively lie beside it.")]
+          "Configuration of the service opcua-probe.service. Files that it names relatively lie beside it."),
+         ("entry", "/var/lib/opcua-probe/pki", "Certificates of that service. See opcua-probe-trust(1).")]
+# Commands with the option that tells where certificates are, and the commands for these.
+PKI, PKI_PAGES = "--pki DIR", ("opcua-probe-trust", "opcua-probe-certificate")
 # What roff would take for its own, or show as a typographic sign.
 ESCAPES = {"\\": r"\e", "-": r"\-", "'": r"\(aq", '"': r"\(dq", "`": r"\(ga", "^": r"\(ha", "~": r"\(ti"}
 # "--port UINT:INT in [1 - 65535]=4840" or, of newer versions, "... [4840]"; "--set KEY=VALUE ...", "kind KIND REQUIRED",
-# "--password-file FILE Needs: --user"
+# "--password-file FILE Needs: --user", "server HOST[:PORT] REQUIRED"
 HEAD = re.compile(
     r"(?P<names>-\S+(?:, *-\S+)*|[a-z]+)"
-    r"(?: (?P<type>\[[A-Z]+=\][A-Z]+|[A-Z][^ :={]*(?:=[A-Z]+)?)"
+    r"(?: (?P<type>\[[A-Z]+=\][A-Z]+|[A-Z]+\[:[A-Z]+\][^ ]*|[A-Z][^ :={]*(?:=[A-Z]+)?)"
     r"(?::(?:\{(?P<words>[^}]*)\}|[A-Z]+ in \[(?P<least>\S+) - (?P<most>[^]]+)\]))?"
     r"(?:[= ]\[+(?P<listed>[^]]*)\]+|=(?P<usual>\S+))?)?"
     r"(?P<several> \.\.\.)?(?P<required> REQUIRED)?(?: Needs: (?P<needs>\S+))?(?: Excludes: (?P<excludes>\S+))?"
@@ -73,7 +77,7 @@ def entry_of(line, following):
         return gap.groups()
     if following.startswith(" " * (TEXT_COLUMN - 10)):
         return " ".join(line.split()), ""
-    if line[:TEXT_COLUMN].endswith("... "):
+    if line[:TEXT_COLUMN].endswith(("... ", "REQUIRED ")):
         return line[:TEXT_COLUMN].strip(), line[TEXT_COLUMN:]
     return None
 
@@ -126,9 +130,17 @@ class Help:
         self.sections[""].remove(("text", head))
         about, _, self.usage = head.partition("Usage: ")
         self.about = sentence(about.strip())
+        self.parts = {tag: Help(*call, tag) for tag in self.commands()} if len(call) > 1 else {}
 
     def options(self):
+        """@return those of the command; where it has commands, those of all of them"""
+        if self.parts:
+            first, *others = (part.options() for part in self.parts.values())
+            return [option for option in first if all(option in other for other in others)]
         return [block for block in self.sections["Options"] if block[0] == "entry"]
+
+    def commands(self):
+        return [tag for _, tag, _ in self.sections.get("Commands", [])]
 
 
 def shape_of(head):
@@ -137,13 +149,18 @@ def shape_of(head):
     return "N" if head["type"] in ("UINT", "INT", "FLOAT") else head["type"]
 
 
+def argument_of(head):
+    """@return what stands for an argument: "kind" of "kind KIND", else what may be there, as HOST[:PORT]"""
+    return head["names"] if head["type"] in (None, "TEXT", head["names"].upper()) else head["type"]
+
+
 def option_of(tag, text):
     """@return roff for an option's tag, and sentences that say what CLI11 puts beside the tag"""
     head = HEAD.fullmatch(tag)
     if not head:
         return escaped(tag), text
     names = re.split(r", *", head["names"])
-    code = ", ".join(bold(name) if name.startswith("-") else italic(name) for name in names)
+    code = ", ".join(bold(name) if name.startswith("-") else italic(argument_of(head)) for name in names)
     if head["type"] and names[0].startswith("-"):
         code += " " + italic(shape_of(head))
     usual = head["usual"] or head["listed"]
@@ -165,6 +182,11 @@ def roff_of(blocks, is_option_list=False):
             yield f".PP\n{escaped(block[1])}"
         elif block[0] == "typed":
             yield "\n".join([".PP\n.RS 2\n.nf", *map(escaped, block[1]), ".fi\n.RE"])
+        elif block[0] == "command":
+            _, tag, part, shared = block
+            yield f'.SS "{synopsis_of(tag, part)}"\n.PP\n{escaped(part.about)}'
+            yield from roff_of(part.sections[""])
+            yield from roff_of([option for option in part.options() if option not in shared], True)
         elif is_option_list:
             tag, text = option_of(*block[1:])
             yield f".TP\n{tag}\n{escaped(text)}"
@@ -173,10 +195,14 @@ def roff_of(blocks, is_option_list=False):
 
 
 def synopsis_of(call, page):
-    if "Commands" in page.sections:
+    if page.parts:
+        return "\n.br\n".join(synopsis_of(f"{call} {tag}", part) for tag, part in page.parts.items())
+    if page.commands():
         return f"{bold(call)} [{italic('OPTION')}...] {italic('COMMAND')} [{italic('ARGUMENT')}...]"
-    words = [bold(call), *map(italic, page.usage.partition("[OPTIONS]")[2].split())]
     heads = [HEAD.fullmatch(tag) for _, tag, _ in page.options()]
+    shown = {head["names"]: argument_of(head) for head in heads if head and not head["names"].startswith("-")}
+    arguments = page.usage.partition("[OPTIONS]")[2].split()
+    words = [bold(call), *(italic(re.sub("[a-z]+", lambda name: shown[name[0]], word)) for word in arguments)]
     words += [
         f"{bold(re.split(', *', head['names'])[-1])} {italic(shape_of(head))}"
         for head in heads if head and head["required"] and head["names"].startswith("-")
@@ -214,7 +240,7 @@ def page_of(call, page, version, see_also):
 def pages_of(program, version, added, others):
     """@return name and text of each page; added is {page: {title: blocks}}"""
     main = Help(program)
-    commands = [tag for _, tag, _ in main.sections.get("Commands", [])]
+    commands = main.commands()
     own_pages = [f"{program.name}-{command}" for command in commands]
     if commands:
         main.sections["Commands"] = [
@@ -227,7 +253,12 @@ def pages_of(program, version, added, others):
         page = Help(program, command)
         page.sections[EVERY_COMMAND] = [option for option in main.options() if " " in option[1]]  # those with a value
         page.sections |= {**added.get(name, {}), **general}
-        yield page_of(f"{program.name} {command}", page, version, others)
+        options = page.options()
+        if page.parts:
+            page.sections["Options"] = options
+            page.sections["Commands"] = [("command", tag, part, options) for tag, part in page.parts.items()]
+        related = PKI_PAGES if any(tag == PKI for _, tag, _ in options) else ()
+        yield page_of(f"{program.name} {command}", page, version, [*others, *related])
 
 
 def sensors_of(program, module):
