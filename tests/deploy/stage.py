@@ -25,11 +25,12 @@ listen:
   basic_auth: {{user: prometheus, password: {{file: opcua-probe-password}}}}
 modules:
   status: {{kind: server_status_sensor, targets: ["127.0.0.1:*"]}}
-  boiler: {{kind: custom_sensor, targets: ["127.0.0.1:*"], units: {{1: "°C"}},
+  boiler: {{kind: custom_sensor, plain_password: allow, targets: ["127.0.0.1:*"], units: {{1: "°C"}},
            settings: {{user: user1, password: password1}},
            channels: ["Boiler=ns=2;s=Boiler.Temperature", "ns=2;s=Tank.Level"]}}
   certificate: {{kind: certificate_sensor}}
   ipc: {{kind: beckhoff_ipc_system_status_sensor}}
+  secured: {{kind: server_status_sensor, settings: {{security_mode: sign_encrypt}}}}
 sensors:
   - {{name: status-1, module: status, target: "{well}", interval: 1s}}
   - {{name: boiler-1, module: boiler, target: "{well}", interval: 1s}}
@@ -37,6 +38,7 @@ sensors:
   - {{name: certificate-2, module: certificate, target: "{expired}", interval: 1s}}
   - {{name: ipc-2, module: ipc, target: "{expired}", interval: 1s}}
   - {{name: status-3, module: status, target: "{dead}", interval: 1s}}
+  - {{name: secured-1, module: secured, target: "{well}", interval: 1s}}
 """
 
 
@@ -108,6 +110,8 @@ class Stage(contextlib.ExitStack):
         listener = self.enter_context(socket.create_server(("127.0.0.1", 0)))
         self.silent = f"127.0.0.1:{listener.getsockname()[1]}" # lets clients connect and says nothing
         (self.folder / "probe.yaml").write_text(PROBE.format(well=self.well, expired=self.expired, dead=self.dead))
+        subprocess.run([self.programs / "opcua-probe", "certificate", "create", "--days", "20"], check=True,
+                       capture_output=True)
         self.probe = self.start("probe", r"Serving https://(127\.0\.0\.1:\d+)/", self.programs / "opcua-probe", "serve",
                                 "--config", "probe.yaml")
         self.tls = ssl.create_default_context(cafile=self.folder / "opcua-probe-ca.pem")
