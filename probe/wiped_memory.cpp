@@ -19,7 +19,8 @@ void wipe_and_free(void* memory) noexcept {
 
 } // namespace
 
-// All other forms of new and delete call these or work with their memory.
+// All other forms of new and delete call these or work with their memory, which is that of the
+// usual operator new. NOLINTBEGIN(misc-new-delete-overloads)
 
 void operator delete(void* memory) noexcept {
     wipe_and_free(memory);
@@ -46,3 +47,5 @@ void operator delete
     [](void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
     wipe_and_free(memory);
 }
+
+// NOLINTEND(misc-new-delete-overloads)

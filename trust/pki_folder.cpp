@@ -190,7 +190,7 @@ fs::path pki_folder::add(part to, const certificate& added) const {
     if (same != present.end()) {
         return same->path;
     }
-    const fs::path path = folder / (file_name_of(added) + ".der");
+    fs::path path = folder / (file_name_of(added) + ".der");
     if (to == part::rejected && present.size() >= most_rejected) {
         std::error_code unknown;
         const auto age = [&unknown](const certificate_file& file) {

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <iostream>
 #include <set>
@@ -22,6 +23,7 @@ using part = pki_folder::part;
 
 constexpr std::size_t name_columns = 40;
 constexpr std::size_t shortest_fingerprint = 8;
+constexpr std::array all_parts{part::trusted, part::issuers, part::rejected};
 
 struct host_and_port {
     std::string host; ///< without brackets
@@ -224,6 +226,23 @@ void add_rows(table& to, const pki_folder& folder, part from, const char* title)
     return exit_code::ok;
 }
 
+/// @param beginning of a fingerprint, with or without colons and blanks
+/// @return the fingerprints that begin so; none for a beginning that is too short to mean one
+[[nodiscard]] std::set<std::string>
+beginning_with(const pki_folder& folder, const std::string& beginning) {
+    std::string digits = lower_case(beginning);
+    std::erase_if(digits, [](char letter) { return letter == ':' || letter == ' '; });
+    std::set<std::string> found;
+    for (const part from : all_parts) {
+        for (const certificate_file& file : folder.certificates(from)) {
+            if (file.content.fingerprint().starts_with(digits)) {
+                found.insert(file.content.fingerprint());
+            }
+        }
+    }
+    return digits.size() < shortest_fingerprint ? std::set<std::string>{} : found;
+}
+
 [[nodiscard]] exit_code remove(
     const command_context& context, const pki_folder& folder, const std::string& subject
 ) {
@@ -237,16 +256,7 @@ void add_rows(table& to, const pki_folder& folder, part from, const char* title)
             chosen.insert(entry->second.fingerprint);
         }
     } else {
-        std::string digits = lower_case(subject);
-        std::erase_if(digits, [](char letter) { return letter == ':' || letter == ' '; });
-        for (const part from : {part::trusted, part::issuers, part::rejected}) {
-            for (const certificate_file& file : folder.certificates(from)) {
-                if (digits.size() >= shortest_fingerprint &&
-                    file.content.fingerprint().starts_with(digits)) {
-                    chosen.insert(file.content.fingerprint());
-                }
-            }
-        }
+        chosen = beginning_with(folder, subject);
         if (chosen.size() != 1) {
             throw probe_error{
                 exit_code::usage,
@@ -256,7 +266,7 @@ void add_rows(table& to, const pki_folder& folder, part from, const char* title)
         }
     }
     for (const std::string& fingerprint : chosen) {
-        for (const part from : {part::trusted, part::issuers, part::rejected}) {
+        for (const part from : all_parts) {
             if (folder.remove(from, fingerprint) > 0) {
                 context.out.write("Removed: SHA-256 " + fingerprint + "\n");
             }

@@ -166,7 +166,7 @@ using enum trust_status;
 
 [[nodiscard]] std::string quoted(std::vector<std::string> names) {
     for (std::string& name : names) {
-        name = "\"" + name + "\"";
+        name.insert(0, "\"").append("\"");
     }
     return joined(names);
 }

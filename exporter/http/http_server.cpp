@@ -269,6 +269,7 @@ class http_server::parts final {
     std::unique_ptr<MHD_Daemon, releaser<MHD_stop_daemon>> daemon_; // its thread ends first
 };
 
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): see its declaration
 thread_local http_server::parts* http_server::parts::serving = nullptr;
 
 http_server::http_server(
