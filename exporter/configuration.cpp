@@ -74,16 +74,18 @@ class config_reader final {
         const scan_module& added,
         const std::map<std::string, scan_module>& modules
     ) {
-        for (const auto& [name, other] : modules) {
+        for (const auto& entry : modules) {
+            const scan_module& other = entry.second;
+            const auto text_of = [](const scan_module& of, const char* key) {
+                const auto found = of.settings.find(key);
+                return found == of.settings.end() ? std::string{} : found->second;
+            };
             const bool shares = std::ranges::all_of(keys::of_connection, [&](const char* key) {
-                const auto one = added.settings.find(key);
-                const auto two = other.settings.find(key);
-                return (one == added.settings.end() ? "" : one->second) ==
-                       (two == other.settings.end() ? "" : two->second);
+                return text_of(added, key) == text_of(other, key);
             });
             if (shares && added.trust != other.trust) {
                 node.fail(
-                    "trust and plain_password differ from those of \"" + name +
+                    "trust and plain_password differ from those of \"" + entry.first +
                     "\", which shares its connections"
                 );
             }

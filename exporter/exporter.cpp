@@ -49,8 +49,8 @@ class exporter_service final {
               pki_folder{pki_path(config_->pki)},
               [this](const std::string& text) { terminal_.line("opcua-probe: " + text); }} {
         own_.watch_certificates(judge_);
-        for (const auto& [name, module] : config_->modules) {
-            if (module.trust.any_certificate) {
+        for (const auto& [name, each] : config_->modules) {
+            if (each.trust.any_certificate) {
                 terminal_.line(
                     "opcua-probe: warning: the module " + name +
                     " accepts every server, whoever it is (trust: any)"

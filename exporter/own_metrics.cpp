@@ -1,5 +1,6 @@
 #include "exporter/own_metrics.hpp"
 
+#include "host/probe_error.hpp"
 #include "host/translation.hpp"
 #include "text/number.hpp"
 #include "text/words.hpp"

@@ -34,7 +34,11 @@ using file_identity = std::tuple<dev_t, ino_t, std::time_t, long>;
 /// What a file holds; overwritten when this object goes.
 struct kept_bytes {
     explicit kept_bytes(std::size_t size) : bytes(size) {}
-    ~kept_bytes() { explicit_bzero(bytes.data(), bytes.size()); }
+    ~kept_bytes() {
+        if (!bytes.empty()) { // nothing where it was moved from
+            explicit_bzero(bytes.data(), bytes.size());
+        }
+    }
     kept_bytes(kept_bytes&&) noexcept = default;
     kept_bytes& operator=(kept_bytes&&) = delete;
     kept_bytes(const kept_bytes&) = delete;
