@@ -75,15 +75,14 @@ class config_reader final {
         const std::map<std::string, scan_module>& modules
     ) {
         for (const auto& entry : modules) {
-            const scan_module& other = entry.second;
             const auto text_of = [](const scan_module& of, const char* key) {
                 const auto found = of.settings.find(key);
                 return found == of.settings.end() ? std::string{} : found->second;
             };
             const bool shares = std::ranges::all_of(keys::of_connection, [&](const char* key) {
-                return text_of(added, key) == text_of(other, key);
+                return text_of(added, key) == text_of(entry.second, key);
             });
-            if (shares && added.trust != other.trust) {
+            if (shares && added.trust != entry.second.trust) {
                 node.fail(
                     "trust and plain_password differ from those of \"" + entry.first +
                     "\", which shares its connections"

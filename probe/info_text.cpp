@@ -221,9 +221,9 @@ info_text(const module_document& document, const sensor_description& sensor, con
     return text;
 }
 
-std::vector<numbered_setting> with_numbers_joined(const std::vector<module_setting>& settings) {
+std::vector<numbered_setting> with_numbers_joined(const std::vector<module_setting>& all) {
     std::vector<family> families;
-    for (const module_setting& setting : settings) {
+    for (const module_setting& setting : all) {
         const std::string number = number_in(setting.name);
         const bool taken = std::ranges::any_of(families, [&](family& each) {
             return take_in(each, setting, number);

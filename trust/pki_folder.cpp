@@ -2,6 +2,7 @@
 
 #include "host/probe_error.hpp"
 #include "host/secret_file.hpp"
+#include "host/settings_record.hpp"
 #include "host/kept_state.hpp"
 #include "text/words.hpp"
 #include "trust/shared_files.hpp"
@@ -97,7 +98,7 @@ template <typename Element>
 
 } // namespace
 
-void add_own_certificate(settings& values, const pki_folder& folder) {
+void add_own_certificate(std::map<std::string, std::string>& values, const pki_folder& folder) {
     const auto mode = values.find(keys::security_mode);
     const bool secured =
         mode != values.end() && (mode->second == "sign" || mode->second == "sign_encrypt");

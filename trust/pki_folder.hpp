@@ -3,7 +3,6 @@
 // trusted, what was refused, who this program is. People and other programs put files there, too,
 // at any time; each use reads what is there now.
 
-#include "host/settings_record.hpp"
 #include "trust/verification.hpp"
 
 #include <cstddef>
@@ -103,7 +102,7 @@ class pki_folder final {
 /// Adds the own certificate and its key to settings of a connection that is secured and names no
 /// certificate; nothing to others.
 /// @throws probe_error (usage) when there is none, with the way to get one
-void add_own_certificate(settings& values, const pki_folder& folder);
+void add_own_certificate(std::map<std::string, std::string>& values, const pki_folder& folder);
 
 /// @param chosen by a person; empty: "pki" in the state folder
 /// @return empty where there is no such folder
