@@ -2,6 +2,8 @@
 
 #include "tests/support/certificate_factory.hpp"
 
+#include <thread>
+
 namespace tarvik::monitoring_modules::tests {
 
 using test_support::key_kind;
@@ -47,6 +49,17 @@ std::string error_of(const nlohmann::json& scan_result) {
 bool answers_yes(recording_host& host, const std::string& kind, const setting_map& settings) {
     EXPECT_EQ(host.check(1, make_record(kind, settings)), std::uint32_t{OPCUA_MODULE_DONE});
     return host.take_message().at("success");
+}
+
+bool sessions_end(tested_server& server, std::chrono::milliseconds longest) {
+    const auto end = std::chrono::steady_clock::now() + longest;
+    while (server.session_count() > 0) {
+        if (std::chrono::steady_clock::now() >= end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds{20});
+    }
+    return true;
 }
 
 } // namespace tarvik::monitoring_modules::tests

@@ -5,6 +5,7 @@
 #include "tests/interop/tested_server.hpp"
 #include "tests/module/recording_host.hpp"
 
+#include <chrono>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -61,6 +62,10 @@ scan_once(recording_host& host, const std::string& kind, const setting_map& sett
 
 /// Empty when a result is good, else the text of its message.
 [[nodiscard]] std::string error_of(const nlohmann::json& scan_result);
+
+/// The last goodbye may still be under way to a server with threads of its own.
+/// @return whether no session is left there within some time
+[[nodiscard]] bool sessions_end(tested_server& server, std::chrono::milliseconds longest);
 
 /// Whether the check answers "yes".
 /// @param kind the check's kind
