@@ -104,18 +104,23 @@ void add_connection(exposition& to, const std::string& name, connection_state st
     return std::isfinite(value) ? json(value) : json(format_number(value));
 }
 
-[[nodiscard]] json limits_of(const channel_limits& limits) {
-    json result = json::object();
-    for (const auto& [name, limit] :
-         {std::pair{"lower_error", limits.lower_error},
-          std::pair{"lower_warning", limits.lower_warning},
-          std::pair{"upper_warning", limits.upper_warning},
-          std::pair{"upper_error", limits.upper_error}}) {
-        if (limit) {
-            result[name] = finite(*limit);
+/// @return null for an end that is open
+[[nodiscard]] json end_of(double value) {
+    return std::isfinite(value) ? json(value) : json();
+}
+
+/// Adds the ends of a range of good values as limits, and a range of bad ones as such.
+void add_range(json& to, const char* level, const std::optional<value_range>& range) {
+    if (range && range->inverted) {
+        to["bad"][level] = {end_of(range->start), end_of(range->end)};
+    } else if (range) {
+        for (const auto& [side, end] :
+             {std::pair{"lower_", range->start}, std::pair{"upper_", range->end}}) {
+            if (std::isfinite(end)) {
+                to["limits"][std::string{side} + level] = end;
+            }
         }
     }
-    return result;
 }
 
 /// @return what limits are compared with and curves are made of; null: a growth that is not known
@@ -126,7 +131,8 @@ void add_connection(exposition& to, const std::string& name, connection_state st
     return channel.growth ? finite(*channel.growth) : json();
 }
 
-[[nodiscard]] json channel_json(const channel_view& channel, const channel_definitions* known) {
+[[nodiscard]] json channel_json(const channel_view& channel) {
+    const channel_verdict& verdict = channel.verdict;
     json result{
         {"id", channel.id},
         {"name", channel.name},
@@ -134,22 +140,20 @@ void add_connection(exposition& to, const std::string& name, connection_state st
         {"unit", channel.value.unit},
         {"raw", finite(as_double(channel.raw))},
         {"scaled", judged_number(channel)},
-        {"state", name_of(channel.state)},
+        {"state", name_of(verdict.state)},
+        {"cause", name_of(verdict.cause)},
+        {"by_module", verdict.by_module},
         {"lookup", channel.lookup_text.has_value()},
         {"difference", channel.difference}};
-    if (known != nullptr) {
-        const auto definition = known->find(channel.id);
-        if (definition != known->end() && definition->second.limits.enabled) {
-            result["limits"] = limits_of(definition->second.limits);
-        }
-    }
+    add_range(result, "warning", verdict.warning);
+    add_range(result, "error", verdict.critical);
     return result;
 }
 
 [[nodiscard]] json sensor_json(const sensor_snapshot& sensor, const module_document& document) {
     json channels = json::array();
     for (const channel_view& channel : sensor.channels) {
-        channels.push_back(channel_json(channel, sensor.definitions.get()));
+        channels.push_back(channel_json(channel));
     }
     return {
         {"id", sensor.id},

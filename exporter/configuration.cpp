@@ -1,5 +1,6 @@
 #include "exporter/configuration.hpp"
 
+#include "exporter/channel_rules_config.hpp"
 #include "exporter/listen_settings.hpp"
 #include "exporter/yaml_value.hpp"
 #include "host/probe_error.hpp"
@@ -27,10 +28,9 @@ constexpr auto usual_interval = 10s;
 constexpr std::size_t spare_threads = 8; // of the web server, when all others wait for scans
 
 /// @return "; did you mean a or b?" of the names of a list or map
-[[nodiscard]] std::string
-did_you_mean_one(const std::string& typed, const auto& all, const auto& name_of_each) {
+[[nodiscard]] std::string meant(const std::string& typed, const auto& all, const auto& name_of) {
     std::vector<std::string> names;
-    std::ranges::transform(all, std::back_inserter(names), name_of_each);
+    std::ranges::transform(all, std::back_inserter(names), name_of);
     return did_you_mean(nearest_names(typed, names));
 }
 
@@ -101,6 +101,10 @@ class config_reader final {
              "units",
              "scales",
              "message_node",
+             "warning",
+             "critical",
+             "states",
+             "message_states",
              "trust",
              "plain_password"}
         );
@@ -125,6 +129,7 @@ class config_reader final {
             }
         }
         complete(module.settings);
+        module.rules = read_channel_rules(node, module.kind, module.settings, document_);
         try {
             add_own_certificate(module.settings, certificates);
             form.check(module.settings);
@@ -138,10 +143,9 @@ class config_reader final {
 
     [[nodiscard]] std::string read_kind(const yaml_value& node) const {
         std::string kind = node.text();
-        if (!document_.sensors().empty() && document_.find_sensor(kind) == nullptr) {
-            const auto& all = document_.sensors();
-            const auto kind_of = [](const auto& sensor) { return sensor.kind; };
-            node.fail("there is no such sensor" + did_you_mean_one(kind, all, kind_of));
+        const auto& all = document_.sensors();
+        if (!all.empty() && document_.find_sensor(kind) == nullptr) {
+            node.fail("there is no such sensor" + meant(kind, all, &sensor_description::kind));
         }
         return kind;
     }
@@ -223,26 +227,21 @@ class config_reader final {
         const auto found = modules.find(module.text());
         if (found == modules.end()) {
             const auto name_of = [](const auto& each) { return each.first; };
-            module.fail(
-                "there is no such module" + did_you_mean_one(module.text(), modules, name_of)
-            );
+            module.fail("there is no such module" + meant(module.text(), modules, name_of));
         }
         const yaml_value target = node.required("target");
         const auto server = parse_address(target.text());
         if (!server) {
             target.fail("expected host, host:port or [IPv6]:port");
         }
-        const auto interval = node.find("interval");
         const std::string name = node.text_of("name", found->first + "@" + server->text());
         if (!is_utf8(name)) {
             node.fail("the name is no UTF-8");
         }
-        return make_plan(
-            name,
-            found->second,
-            *server,
-            interval ? interval->duration(shortest_interval, longest_interval) : usual_interval
-        );
+        const auto given = node.find("interval");
+        const auto interval =
+            given ? given->duration(shortest_interval, longest_interval) : usual_interval;
+        return make_plan(name, found->second, *server, interval);
     }
 
     const module_document& document_;
@@ -294,7 +293,8 @@ sensor_plan make_plan(
         record(module.kind, values),
         record("endpoint_validation_check", values),
         interval,
-        module.trust};
+        module.trust,
+        module.rules};
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -3,6 +3,7 @@
 
 #include "exporter/address.hpp"
 #include "exporter/http/http_server.hpp"
+#include "host/channel_rules.hpp"
 #include "host/module_document.hpp"
 #include "trust/server_judge.hpp"
 
@@ -23,7 +24,8 @@ struct sensor_plan {
     std::string record;     ///< for the module; holds secrets
     std::string check;      ///< the same connection as a record of an endpoint check
     std::chrono::milliseconds interval{10'000};
-    trust_policy trust{}; ///< which servers to talk to
+    trust_policy trust{};  ///< which servers to talk to
+    channel_rules rules{}; ///< what is good
     bool operator==(const sensor_plan&) const = default;
 };
 
@@ -33,6 +35,7 @@ struct scan_module {
     std::map<std::string, std::string> settings; ///< but for host and port
     std::vector<std::string> targets;            ///< patterns of servers that may be probed
     trust_policy trust{};
+    channel_rules rules{};
 };
 
 struct serve_config {

@@ -52,6 +52,7 @@ struct server_connection::member {
     bool has_interval = false; // since its first scan
     std::optional<time_point> expires; // of those that are scanned on request only
     bool leaving = false;
+    std::optional<channel_rules> other_rules; // for the next scan
     std::vector<waiting_request> requests;
 };
 
@@ -67,6 +68,16 @@ void server_connection::add(sensor_plan plan, std::int32_t id) {
     members_.push_back(std::make_unique<member>(context_, id, std::move(plan)));
     context_.shown.put(members_.back()->sensor.shown(), false);
     show_connection();
+}
+
+void server_connection::judge_by(std::int32_t id, const channel_rules& rules) {
+    const std::lock_guard lock{mutex_};
+    for (const auto& one : members_) {
+        if (one->sensor.id() == id) {
+            one->other_rules = rules;
+            one->next = context_.time.now();
+        }
+    }
 }
 
 void server_connection::remove(const std::optional<std::int32_t>& id) {
@@ -173,9 +184,14 @@ void server_connection::dismiss(std::unique_ptr<member> gone) {
 void server_connection::scan(member& one) {
     const time_point started = context_.time.now();
     std::vector<member::waiting_request> requests;
+    std::optional<channel_rules> rules;
     {
         const std::lock_guard lock{mutex_};
         requests = std::exchange(one.requests, {});
+        rules = std::exchange(one.other_rules, std::nullopt);
+    }
+    if (rules) {
+        one.sensor.use(*rules);
     }
     const bool keep_log = std::ranges::any_of(requests, &member::waiting_request::keep_log);
     scan_outcome outcome = one.sensor.scan(keep_log);

@@ -45,6 +45,9 @@ class server_connection final : public timed_task {
     /// Adds a sensor that is scanned now and then in its interval.
     void add(sensor_plan plan, std::int32_t id);
 
+    /// Scans a sensor soon, by other rules, with the session that it has.
+    void judge_by(std::int32_t id, const channel_rules& rules);
+
     /// Lets a sensor go, which is destroyed in the next run.
     /// @param id nothing: all of them
     void remove(const std::optional<std::int32_t>& id);

@@ -38,6 +38,14 @@ constexpr const char* good_letters = "abcdefghijklmnopqrstuvwxyz0123456789_.";
     return label.empty() ? "other" : label.substr(0, 100);
 }
 
+/// @return what the scan came to: the state of its values, or why there are none
+[[nodiscard]] std::string_view outcome_label(const scan_outcome& outcome) {
+    if (outcome.fault) {
+        return outcome.fault->connection ? "not_connected" : "failed";
+    }
+    return name_of(outcome.shown->state);
+}
+
 template <typename Metric>
 void remove(prometheus::Family<Metric>& family, const prometheus::Labels& labels) {
     if (family.Has(labels)) {
@@ -135,8 +143,7 @@ void add_process(exposition& metrics) {
 
 void own_metrics::scanned(const sensor_plan& plan, const scan_outcome& outcome) {
     const prometheus::Labels server{{"server", plan.connection}};
-    const bool good = outcome.shown->state == sensor_state::ok;
-    const char* const result = outcome.fault ? "error" : good ? "ok" : "warning";
+    const std::string result{outcome_label(outcome)};
     const std::lock_guard lock{mutex_};
     durations_.Add({{"kind", plan.kind}}, scan_buckets()).Observe(outcome.took.count());
     scans_.Add({{"kind", plan.kind}, {"outcome", result}}).Increment();

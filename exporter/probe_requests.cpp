@@ -43,6 +43,11 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
         }
         text += "\n# Result\n" + sanitise(outcome->shown->text) + "\n";
         text += sanitise(outcome->shown->hint) + (outcome->shown->hint.empty() ? "" : "\n");
+        for (const channel_view& channel : outcome->shown->channels) {
+            if (const std::string reason = reason_of(channel); !reason.empty()) {
+                text += sanitise(channel.name + ": " + reason) + "\n";
+            }
+        }
     }
     return plain_answer(200, text + "\n# Metrics\n" + metrics.body);
 }

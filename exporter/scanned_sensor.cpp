@@ -1,6 +1,7 @@
 #include "exporter/scanned_sensor.hpp"
 
 #include "host/probe_error.hpp"
+#include "text/words.hpp"
 #include "trust/server_judge.hpp"
 
 #include <algorithm>
@@ -13,15 +14,24 @@ namespace {
     return {std::nullopt, "", text};
 }
 
-[[nodiscard]] sensor_state
-worst_state(scan_state result, const std::vector<channel_view>& channels) {
-    sensor_state worst = result == scan_state::ok ? sensor_state::ok : sensor_state::warning;
+[[nodiscard]] sensor_state state_of(channel_state state) noexcept {
+    return state == channel_state::error     ? sensor_state::error
+           : state == channel_state::warning ? sensor_state::warning
+                                             : sensor_state::ok;
+}
+
+/// @param stated what rules say about the result's message
+[[nodiscard]] sensor_state worst_state(
+    const scan_result& result,
+    const std::optional<channel_state>& stated,
+    const std::vector<channel_view>& channels
+) {
+    const bool good = result.state == scan_state::ok;
+    sensor_state worst = stated ? state_of(*stated)
+                         : good ? sensor_state::ok
+                                : sensor_state::warning;
     for (const channel_view& channel : channels) {
-        if (channel.state == channel_state::error) {
-            worst = sensor_state::error;
-        } else if (channel.state == channel_state::warning) {
-            worst = std::max(worst, sensor_state::warning);
-        }
+        worst = std::max(worst, state_of(channel.verdict.state));
     }
     return worst;
 }
@@ -40,7 +50,8 @@ scanned_sensor::scanned_sensor(const scan_context& context, std::int32_t id, sen
     : context_{context},
       id_{id},
       plan_{std::move(plan)},
-      memory_{context.document},
+      message_states_{plan_.rules.message},
+      memory_{context.document, plan_.rules},
       shown_{std::make_shared<const sensor_snapshot>(sensor_snapshot{
           id_, plan_.name, plan_.kind, plan_.connection, plan_.interval})} {}
 
@@ -48,6 +59,11 @@ scanned_sensor::~scanned_sensor() {
     if (created_) {
         context_.module.destroy(id_);
     }
+}
+
+void scanned_sensor::use(const channel_rules& rules) {
+    message_states_ = rules.message;
+    memory_.use(rules);
 }
 
 scan_outcome scanned_sensor::scan(bool keep_log) {
@@ -70,7 +86,6 @@ scan_outcome scanned_sensor::scan(bool keep_log) {
     } else {
         next->last_good = next->last_scan;
         next->stale = false;
-        next->hint.clear();
     }
     outcome.shown = shown_ = next;
     outcome.created = created_;
@@ -104,7 +119,21 @@ scanned_sensor::take(const module_answer& answer, const char* what, sensor_snaps
     next.identity = result->identity;
     next.text = result->text;
     next.channels = memory_.take(*result, context_.time.now());
-    next.state = worst_state(result->state, next.channels);
+    const auto stated = find_state(message_states_, result->text);
+    next.state = worst_state(*result, stated, next.channels);
+    std::vector<std::string> remarks = memory_.problems();
+    if (!remarks.empty()) { // what watches over nothing must not look as if all were well
+        next.state = std::max(next.state, sensor_state::warning);
+    }
+    if (stated && *stated != channel_state::ok) {
+        const bool error = *stated == channel_state::error;
+        remarks.insert(
+            remarks.begin(),
+            std::string{"this message is "} + (error ? "an error" : "a warning") +
+                " by message_states"
+        );
+    }
+    next.hint = joined(remarks, "; ");
     if (!result->definitions.empty()) {
         next.definitions = std::make_shared<const channel_definitions>(memory_.definitions());
         next.metrics = std::make_shared<const channel_metrics>(

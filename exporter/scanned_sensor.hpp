@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -42,12 +43,16 @@ class scanned_sensor final {
     scanned_sensor& operator=(const scanned_sensor&) = delete;
 
     // These two never change, so any thread may ask for them at any time.
+    // The plan's rules are those that it began with.
     [[nodiscard]] const sensor_plan& plan() const noexcept { return plan_; }
     [[nodiscard]] std::int32_t id() const noexcept { return id_; }
 
     [[nodiscard]] const std::shared_ptr<const sensor_snapshot>& shown() const noexcept {
         return shown_;
     }
+
+    /// From the next scan on, these say what is good.
+    void use(const channel_rules& rules);
 
     /// Creates the sensor, if that has not worked yet, and scans it. Blocks for some time-outs of
     /// the module at most.
@@ -66,6 +71,7 @@ class scanned_sensor final {
     const scan_context& context_;
     const std::int32_t id_;
     const sensor_plan plan_;
+    std::vector<stated_text> message_states_;
     channel_memory memory_;
     std::shared_ptr<const sensor_snapshot> shown_;
     bool created_ = false; // in the module

@@ -27,8 +27,8 @@ void enrich(ordered_json& channel, const channel_view& view) {
     if (view.difference) {
         channel["growth_per_second"] = view.growth ? real(*view.growth) : ordered_json();
     }
-    if (view.state != channel_state::none) {
-        channel["state"] = name_of(view.state);
+    if (view.verdict.state != channel_state::none) {
+        channel["state"] = name_of(view.verdict.state);
     }
 }
 

@@ -18,6 +18,9 @@ namespace tarvik::monitoring_modules::probe {
 /// The state of a channel's value.
 enum class channel_state { none, ok, warning, error };
 
+inline constexpr std::array all_channel_states{
+    channel_state::none, channel_state::ok, channel_state::warning, channel_state::error};
+
 /// @return "warning"
 [[nodiscard]] constexpr std::string_view name_of(channel_state state) noexcept {
     constexpr std::array<std::string_view, 4> names{"none", "ok", "warning", "error"};
@@ -153,6 +156,13 @@ class module_document final {
     [[nodiscard]] std::optional<lookup_value>
     find(std::string_view lookup_name, std::int64_t value) const;
 
+    /// @return in the order of the values; none for an unknown lookup
+    [[nodiscard]] std::vector<std::string> texts_of_lookup(std::string_view lookup_name) const;
+
+    /// @return names of channels that the module gives, of whatever sensor; none when they are not
+    /// told
+    [[nodiscard]] const auto& channel_names() const noexcept { return channel_names_; }
+
     /// @return the display name, or the kind itself
     [[nodiscard]] std::string sensor_name(const std::string& kind) const;
 
@@ -162,6 +172,7 @@ class module_document final {
     std::vector<check_description> checks_;
     std::vector<settings_section> sections_;
     std::vector<lookup_description> lookups_;
+    std::vector<std::string> channel_names_;
     translation texts_;
 };
 

@@ -77,6 +77,13 @@ void add_channels(
     settings& to, const std::vector<channel_argument>& channels, const std::string& message_node
 );
 
+/// @return the channels that a custom sensor has by its settings, by number; without a name: the
+/// server names it
+[[nodiscard]] std::map<std::int64_t, std::string> custom_channels(const settings& values);
+
+/// @return whether a custom sensor's message comes from a node
+[[nodiscard]] bool has_message_node(const settings& values);
+
 /// A value that is to be written into a node.
 struct notification {
     std::string target;                   ///< node id

@@ -35,6 +35,10 @@ Monitoring plugin (--format plugin):
   -w 'Boiler=70:' -c '3=@5:6'    by the channel's name or number: from 70 on; not from 5 to 6; "~:5" is up to 5
   A range replaces the module's own limit and lookup state of that level. For counters (channels whose growth counts)
   it is about the growth per second: such a sensor is scanned twice, 1 s apart (--interval).
+  --state 'Door=False:ok' --state 'Door=True:critical'   texts of the module's lookup, or numbers; "*" is all others
+  --state 'Pump=none'                                    the module's lookup of this channel decides nothing
+  --message-state 'Fault*:critical'                      the text of --message-node; "*" is any part of a text
+  A state that is given to a value decides alone, whatever ranges and the module say.
   Faults in settings, such as an unknown NodeID, are UNKNOWN; a server that cannot be reached is CRITICAL
   (--unreachable), and so are its own faults.
 
@@ -62,7 +66,13 @@ void add_channel_options(CLI::App& command, given_scan& to) {
 
 // Options that only the plugin format has.
 constexpr const char* plugin_only[] = {
-    "--warning", "--critical", "--timeout", "--unreachable", "--verbose"};
+    "--warning",
+    "--critical",
+    "--state",
+    "--message-state",
+    "--timeout",
+    "--unreachable",
+    "--verbose"};
 
 void add_plugin_options(CLI::App& command, plugin_options& to) {
     constexpr const char* range = "[CHANNEL=]RANGE";
@@ -70,6 +80,12 @@ void add_plugin_options(CLI::App& command, plugin_options& to) {
     add_option(command, "-w,--warning", to.warning, range, else_warning);
     constexpr const char* else_critical = "Where a channel may be, else CRITICAL";
     add_option(command, "-c,--critical", to.critical, range, else_critical);
+    constexpr const char* state =
+        "What a text or number of a channel means: ok, warning or critical; or that the module's "
+        "lookup decides nothing";
+    add_option(command, "--state", to.state, "[CHANNEL=]TEXT:STATE|none", state);
+    constexpr const char* message = "The same for the sensor's message";
+    add_option(command, "--message-state", to.message_state, "TEXT:STATE", message);
     add_option(command, "-t,--timeout", to.timeout, "SECONDS", "Longest time, then UNKNOWN")
         ->check(CLI::Range(0.1, 3600.0))
         ->capture_default_str();

@@ -59,6 +59,9 @@ Configuration (YAML):
       settings: {user: operator, password: {file: password.txt}, security_mode: sign_encrypt}
       channels: ["Boiler=ns=2;s=Boiler.Temperature"]
       units: {1: "°C"}
+      warning: {Boiler: "10:80"}          ranges as the plugin has them, by the channel's name or number
+      critical: {Boiler: "5:90"}
+      states: {Door: {"True": critical}}  texts or numbers: ok, warning, critical; none in place of them: no lookup
     status: {kind: server_status_sensor}
   sensors:
     - {name: boiler-1, module: boiler, target: "10.20.0.7:4840", interval: 10s}

@@ -23,11 +23,13 @@ struct log_arguments {
 
 /// What only the plugin format has.
 struct plugin_options {
-    std::vector<std::string> warning;     ///< [CHANNEL=]RANGE, not yet checked
-    std::vector<std::string> critical;    ///< the same
-    double timeout = 10;                  ///< seconds
-    std::string unreachable = "critical"; ///< or "unknown"
-    int verbosity = 0;                    ///< how often -v stands there
+    std::vector<std::string> warning;       ///< [CHANNEL=]RANGE, not yet checked
+    std::vector<std::string> critical;      ///< the same
+    std::vector<std::string> state;         ///< [CHANNEL=]TEXT:STATE, not yet checked
+    std::vector<std::string> message_state; ///< TEXT:STATE, not yet checked
+    double timeout = 10;                    ///< seconds
+    std::string unreachable = "critical";   ///< or "unknown"
+    int verbosity = 0;                      ///< how often -v stands there
 };
 
 struct scan_options {

@@ -76,13 +76,14 @@ std::string render_scan(
          {"state", alignment::left},
          {"raw", alignment::right}}};
     for (const channel_view& channel : channels) {
-        const bool stateless = channel.state == channel_state::none;
+        const bool stateless = channel.verdict.state == channel_state::none;
         lines.add_row(
             {{std::to_string(channel.id), colour::dim},
              {fit(channel.name, channel_columns)},
              {fit(channel.value.number, value_columns), colour::bold},
              {fit(channel.value.unit, unit_columns)},
-             {stateless ? "" : std::string{name_of(channel.state)}, paint_of(channel.state)},
+             {stateless ? "" : std::string{name_of(channel.verdict.state)},
+              paint_of(channel.verdict.state)},
              {channel.raw_is_shown ? "" : format_number(channel.raw), colour::dim}}
         );
     }

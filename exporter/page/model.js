@@ -20,8 +20,15 @@ export function count_states(sensors) {
     return counts;
 }
 
-// What to do stands behind what is wrong.
-const with_hint = thing => (thing.hint ? {...thing, message: `${thing.message} ${thing.hint}`} : thing);
+// What to do stands behind what is wrong; of a sensor that has values, what the configuration finds wrong.
+function with_hint(thing) {
+    const {message, hint} = thing;
+    if (!hint) {
+        return thing;
+    }
+    const before = message === '' || message === 'OK' ? '' : /[.!?。！？]$/.test(message) ? `${message} ` : `${message} – `;
+    return {...thing, message: before + hint};
+}
 
 export class model {
     servers = [];

@@ -2,8 +2,8 @@
 
 #include "probe/commands.hpp"
 #include "probe/plugin/plugin_output.hpp"
-#include "probe/plugin/plugin_range.hpp"
 #include "probe/plugin/plugin_result.hpp"
+#include "probe/plugin/rule_arguments.hpp"
 #include "probe/sensor_run.hpp"
 #include "text/number.hpp"
 
@@ -14,7 +14,6 @@
 #include <chrono>
 #include <exception>
 #include <future>
-#include <iterator>
 #include <mutex>
 #include <string_view>
 #include <thread>
@@ -76,13 +75,9 @@ struct plugin_call {
     return verbosity < 2 ? -1 : verbosity == 2 ? severity_info : severity_debug;
 }
 
-[[nodiscard]] plugin_demands demands_of(const plugin_options& options) {
-    std::vector<channel_range> ranges = parse_channel_ranges("--warning", options.warning);
-    std::ranges::move(
-        parse_channel_ranges("--critical", options.critical), std::back_inserter(ranges)
-    );
+[[nodiscard]] plugin_demands demands_of(const plugin_options& options, const channel_rules& rules) {
     return {
-        std::move(ranges),
+        rules.message,
         options.unreachable == "unknown" ? plugin_state::unknown : plugin_state::critical};
 }
 
@@ -108,23 +103,25 @@ measured(channel_memory& memory, const scan_result& result) {
 /// Scans the sensor once, or twice to learn how fast its counters grow.
 [[nodiscard]] plugin_result scan(
     plugin_call& call,
-    const plugin_demands& demands,
+    const channel_rules& rules,
     const module_document& document,
     sensor_run& sensor
 ) {
     const std::string address = address_of(call.options.connection);
-    channel_memory memory{document};
+    const plugin_demands demands = demands_of(call.options.plugin, rules);
+    channel_memory memory{document, rules};
     call.progress.enter("generating the client's key pair");
     sensor.prepare();
     call.progress.enter("connecting to " + address);
     const std::vector<scan_result> created = sensor.create();
     if (!sensor.created()) {
         const scan_result& failed = created.back();
-        return judge(failed, measured(memory, failed), demands, document);
+        std::vector<judged_channel> channels = measured(memory, failed);
+        return judge(failed, std::move(channels), memory.problems(), demands);
     }
     scan_result result = scan_once(sensor);
     std::vector<judged_channel> channels = measured(memory, result);
-    if (result.state != scan_state::error && needs_growth(channels, demands)) {
+    if (result.state != scan_state::error && needs_growth(channels)) {
         call.progress.enter("waiting for the second scan of " + address);
         const auto interval = std::chrono::duration<double>{call.options.interval};
         static_cast<void>(call.interrupt.wait_until(
@@ -134,13 +131,13 @@ measured(channel_memory& memory, const scan_result& result) {
         result = scan_once(sensor);
         channels = measured(memory, result);
     }
-    return judge(result, std::move(channels), demands, document);
+    return judge(result, std::move(channels), memory.problems(), demands);
 }
 
 void load_and_scan(plugin_call& call) {
     const scan_options& options = call.options;
     const std::string address = address_of(options.connection);
-    const plugin_demands demands = demands_of(options.plugin);
+    const channel_rules rules = rules_of(options.plugin);
     const settings_draft draft = draft_of(options, call.terminal);
     call.progress.enter("loading the module");
     loaded_module loaded{
@@ -156,7 +153,7 @@ void load_and_scan(plugin_call& call) {
         }
     });
     sensor_run sensor{call.terminal, loaded, options, draft};
-    plugin_result result = scan(call, demands, loaded.document, sensor);
+    plugin_result result = scan(call, rules, loaded.document, sensor);
     if (std::string refusal = loaded.trust.take_refusal(); !refusal.empty()) {
         result.message = std::move(refusal);
     }

@@ -49,15 +49,16 @@ constexpr std::size_t label_characters = 64;
 
 [[nodiscard]] std::string item(const std::string& label, const judged_channel& channel) {
     const channel_definition& definition = channel.definition;
+    const channel_verdict& verdict = channel.view.verdict;
     const bool counter = definition.difference;
     const std::string value = scaled_decimal(channel.view.raw, definition.multiplier);
     const std::string unit = value == "U" ? "" : counter ? "c" : unit_of(definition.unit);
-    const auto range_text = [counter](const std::optional<plugin_range>& range) {
+    const auto range_text = [counter](const std::optional<value_range>& range) {
         return range && !counter ? to_text(*range) : "";
     };
     const bool percent = static_cast<unit_code>(definition.unit.code) == unit_code::percent;
-    std::string text = quoted(label) + "=" + value + unit + ";" + range_text(channel.warning) +
-                       ";" + range_text(channel.critical) + (percent && !counter ? ";0;100" : "");
+    std::string text = quoted(label) + "=" + value + unit + ";" + range_text(verdict.warning) +
+                       ";" + range_text(verdict.critical) + (percent && !counter ? ";0;100" : "");
     text.erase(text.find_last_not_of(';') + 1);
     return text;
 }
@@ -99,21 +100,30 @@ constexpr std::size_t most_bytes = 8192;
     return plain(std::to_string(texts.size()) + " problems: " + joined(texts), room) + server;
 }
 
-[[nodiscard]] std::string range_detail(const char* name, const std::optional<plugin_range>& range) {
+[[nodiscard]] std::string range_detail(const char* name, const std::optional<value_range>& range) {
     return range ? std::string{", "} + name + " " + to_text(*range) : "";
 }
 
-[[nodiscard]] std::string channel_line(const judged_channel& channel, int verbosity) {
-    std::string text = "[" + std::string{word(channel.state)} + "] " +
-                       plain(channel.view.name, name_part) + ": " +
-                       plain(value_text(channel), value_part);
-    if (!channel.limit_text.empty() && !limit_tells_value(channel)) {
-        text += " " + channel.limit_text;
+/// @return " is above 90 °C, the module's limit", ", an error by the module's lookup"
+[[nodiscard]] std::string reason_text(const judged_channel& channel) {
+    const channel_verdict& verdict = channel.view.verdict;
+    if (limit_tells_value(channel)) {
+        const bool error = verdict.state == channel_state::error;
+        return std::string{error ? ", an error" : ", a warning"} + " by " + verdict.origin;
     }
+    return (verdict.text.empty() ? "" : " ") + verdict.text +
+           (verdict.origin.empty() ? "" : ", " + verdict.origin);
+}
+
+[[nodiscard]] std::string channel_line(const judged_channel& channel, int verbosity) {
+    const channel_verdict& verdict = channel.view.verdict;
+    std::string text = "[" + std::string{word(channel.state())} + "] " +
+                       plain(channel.view.name, name_part) + ": " +
+                       plain(value_text(channel), value_part) + reason_text(channel);
     if (verbosity > 0) {
         text += " (channel " + std::to_string(channel.view.id) + ", raw " +
-                format_number(channel.view.raw) + range_detail("warning", channel.warning) +
-                range_detail("critical", channel.critical) + ")";
+                format_number(channel.view.raw) + range_detail("warning", verdict.warning) +
+                range_detail("critical", verdict.critical) + ")";
     }
     return plain(text, detail_line);
 }

@@ -126,7 +126,7 @@ TEST(message_json, keeps_the_message_and_adds_what_was_worked_out) {
     door.name = "T\xc3\xbcr\x7f\xc2\x9b";
     door.value = {"Open", ""};
     door.lookup_text = "Open";
-    door.state = channel_state::warning;
+    door.verdict.state = channel_state::warning;
     const std::string line = scan_json(
         std::get<scan_result>(parse_message(
             R"({"type":"sensor_scan_result","sensor_id":7,"response_code":1,"later":[1],

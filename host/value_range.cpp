@@ -1,4 +1,4 @@
-#include "probe/plugin/plugin_range.hpp"
+#include "host/value_range.hpp"
 
 #include "host/probe_error.hpp"
 #include "text/number.hpp"
@@ -10,15 +10,14 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 [[noreturn]] void refuse(std::string_view text, const char* problem) {
-    throw probe_error{
-        exit_code::usage,
+    throw usage_error{
         "the range \"" + std::string{text} + "\" " + problem +
-            "; ranges are 10, 10:, ~:10, 10:20 and @10:20"};
+        "; ranges are 10, 10:, ~:10, 10:20 and @10:20"};
 }
 
 } // namespace
 
-range_side plugin_range::side(double value) const noexcept {
+range_side value_range::side(double value) const noexcept {
     if (inverted) {
         return value >= start && value <= end ? range_side::inside : range_side::good;
     }
@@ -28,8 +27,8 @@ range_side plugin_range::side(double value) const noexcept {
     return value > end ? range_side::above : range_side::good;
 }
 
-plugin_range parse_range(std::string_view text) {
-    plugin_range range{.inverted = text.starts_with('@')};
+value_range parse_range(std::string_view text) {
+    value_range range{.inverted = text.starts_with('@')};
     const std::string_view ends = text.substr(range.inverted ? 1 : 0);
     if (ends.empty()) {
         refuse(text, "is empty");
@@ -53,7 +52,7 @@ plugin_range parse_range(std::string_view text) {
     return range;
 }
 
-std::string to_text(const plugin_range& range) {
+std::string to_text(const value_range& range) {
     std::string text = range.inverted ? "@" : "";
     if (range.start == -infinity) {
         text += "~:";
@@ -61,28 +60,6 @@ std::string to_text(const plugin_range& range) {
         text += decimal(range.start) + ":";
     }
     return range.end == infinity ? text : text + decimal(range.end);
-}
-
-std::vector<channel_range>
-parse_channel_ranges(const std::string& option, const std::vector<std::string>& arguments) {
-    std::vector<channel_range> ranges;
-    for (const std::string& argument : arguments) {
-        const std::size_t equals = argument.rfind('=');
-        const bool named = equals != std::string::npos;
-        const std::string channel = named ? argument.substr(0, equals) : "";
-        try {
-            ranges.push_back({option, channel, parse_range(argument.substr(named ? equals + 1 : 0))}
-            );
-            if (named && channel.empty()) {
-                throw probe_error{exit_code::usage, "the channel's name is empty"};
-            }
-        } catch (const probe_error& error) {
-            throw probe_error{
-                exit_code::usage,
-                std::string{option}.append(" ").append(argument).append(": ") + error.what()};
-        }
-    }
-    return ranges;
 }
 
 } // namespace tarvik::monitoring_modules::probe
