@@ -172,6 +172,7 @@ def check_alerts(stage):
     """The faults of this stage raise their alerts and no others, in whole sentences; all have a runbook."""
     wanted = {("OpcuaServerUnreachable", stage.dead), ("OpcuaCertificateExpires", stage.expired),
               ("OpcuaScrapeFailing", "127.0.0.2:4840"), ("OpcuaSensorDown", stage.silent),
+              ("OpcuaSensorError", stage.well), ("OpcuaSensorWarning", stage.well),
               ("OpcuaServerUntrusted", f"{stage.well} (sign_encrypt)"), ("OpcuaOwnCertificateExpiresSoon", stage.probe)}
     raised = {}
 
