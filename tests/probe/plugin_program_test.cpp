@@ -70,6 +70,41 @@ TEST_F(plugin_program, answers_with_state_and_performance_data) {
     }
 }
 
+TEST_F(plugin_program, takes_states_in_place_of_the_lookup_and_of_the_message) {
+    plant_.set_value("ns=2;s=Text.Status", "Fault 17: no water");
+    const std::vector<std::string> door{
+        "custom_sensor",
+        "--channel",
+        "Door='ns=2;s=Array.Booleans'[1]",
+        "--message-node",
+        "ns=2;s=Text.Status"};
+    struct row {
+        std::vector<std::string> more;
+        int code;
+        const char* text;
+    };
+    const row rows[] = {
+        {{}, 2, "\n[CRITICAL] Door: False (0), an error by the module's lookup\n"},
+        {{"--state", "Door=False:ok"}, 0, "OPCUA OK - Door False (0) at "},
+        {{"--state", "Door=none"}, 0, "\n[OK] Door: False (0)\n"},
+        {{"--state", "False:warning"}, 1, "OPCUA WARNING - Door is False (server "},
+        {{"--state", "none", "--message-state", "fault*:critical"},
+         2,
+         "OPCUA CRITICAL - the message is Fault 17: no water (server "},
+        {{"--state", "Door=Fals:ok"},
+         2,
+         "the channel Door has no text \"Fals\"; did you mean False?"},
+        {{"--state", "Door=False:bad"},
+         3,
+         "OPCUA UNKNOWN - --state Door=False:bad: \"bad\" is none"},
+    };
+    for (const row& each : rows) {
+        std::vector<std::string> arguments = door;
+        arguments.insert(arguments.end(), each.more.begin(), each.more.end());
+        EXPECT_THAT(scan(arguments, each.code), HasSubstr(each.text));
+    }
+}
+
 TEST_F(plugin_program, scans_twice_for_the_growth_of_a_counter) {
     const std::string text =
         scan({"server_status_sensor", "-c", "Rejected Session Count=5", "--interval", "0.2"}, 0);
