@@ -199,11 +199,11 @@ exit_code run(const command_context& context, const endpoints_options& options) 
     return exit_code::ok;
 }
 
-std::vector<std::string>
-fetch_certificates(console& terminal, const std::string& host, std::uint16_t port) {
+std::vector<std::string> fetch_certificates(console& terminal, const named_server& server) {
     connection_arguments arguments;
-    arguments.host = host;
-    arguments.port = port;
+    arguments.host = server.host;
+    arguments.port = server.port.value_or(default_opcua_port);
+    arguments.path = server.path;
     const auto response = fetch_endpoints(
         server_settings(
             arguments, endpoints_options{}.timeout, use_of_connection::endpoints, terminal

@@ -46,6 +46,6 @@ struct endpoints_options {
 /// @return the certificates of a server's endpoints in DER, each once; they may be anything
 /// @throws probe_error (error) when the server does not answer
 [[nodiscard]] std::vector<std::string>
-fetch_certificates(console& terminal, const std::string& host, std::uint16_t port);
+fetch_certificates(console& terminal, const named_server& server);
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,6 +1,7 @@
 #include "exporter/configuration.hpp"
 
 #include "exporter/listen_settings.hpp"
+#include "exporter/target_path.hpp"
 #include "exporter/yaml_value.hpp"
 #include "host/probe_error.hpp"
 #include "host/secret_file.hpp"
@@ -80,7 +81,10 @@ class config_reader final {
                 return found == of.settings.end() ? std::string{} : found->second;
             };
             const bool shares = std::ranges::all_of(keys::of_connection, [&](const char* key) {
-                return text_of(added, key) == text_of(entry.second, key);
+                const std::string one = text_of(added, key);
+                const std::string other = text_of(entry.second, key);
+                const bool any = one.empty() || other.empty(); // a target's URL may have a path
+                return one == other || (any && std::string_view{key} == keys::path);
             });
             if (shares && added.trust != entry.second.trust) {
                 node.fail(
@@ -228,19 +232,16 @@ class config_reader final {
             );
         }
         const yaml_value target = node.required("target");
-        const auto server = parse_address(target.text());
-        if (!server) {
-            target.fail("expected host, host:port or [IPv6]:port");
-        }
+        const server_address server = read_target(target, found->second);
         const auto interval = node.find("interval");
-        const std::string name = node.text_of("name", found->first + "@" + server->text());
+        const std::string name = node.text_of("name", found->first + "@" + server.text());
         if (!is_utf8(name)) {
             node.fail("the name is no UTF-8");
         }
         return make_plan(
             name,
             found->second,
-            *server,
+            server,
             interval ? interval->duration(shortest_interval, longest_interval) : usual_interval
         );
     }
@@ -282,11 +283,7 @@ sensor_plan make_plan(
     std::chrono::milliseconds interval
 ) {
     settings values = module.settings;
-    values.insert_or_assign(keys::host_of_sensor, server.host);
-    values.insert_or_assign(keys::port, std::to_string(server.port));
-    if (server.host.find(':') != std::string::npos) {
-        values.insert_or_assign("ipversion", "IPv6");
-    }
+    put_server(values, server);
     return {
         name,
         module.kind,

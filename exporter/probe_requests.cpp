@@ -1,6 +1,7 @@
 #include "exporter/probe_requests.hpp"
 
 #include "exporter/answers.hpp"
+#include "exporter/target_path.hpp"
 #include "host/log.hpp"
 #include "text/number.hpp"
 #include "text/terminal_text.hpp"
@@ -87,13 +88,16 @@ http_answer probe_requests::answer(const http_request& request) {
     }
     const auto server = parse_address(*target);
     if (!server) {
-        return plain_answer(400, "the target is no HOST, HOST:PORT or [IPv6]:PORT\n");
+        return plain_answer(400, "target: " + parse_server(*target).problem + "\n");
     }
     const scan_module& module = found->second;
     if (std::ranges::none_of(module.targets, [&server](const std::string& pattern) {
             return matches(pattern, *server);
         })) {
         return plain_answer(403, "the module's targets do not include this one\n");
+    }
+    if (!has_path_of(module, *server)) {
+        return plain_answer(403, "the target's path is not that of the module's settings\n");
     }
     return scan(request, make_plan(server->text(), module, *server, std::chrono::seconds{0}));
 }

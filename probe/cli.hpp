@@ -25,13 +25,22 @@ void add_serve(CLI::App& program, any_command& chosen);
 void add_trust(CLI::App& program, any_command& chosen);
 void add_certificate(CLI::App& program, any_command& chosen);
 
+/// Takes the host apart that was typed for a command with connection options.
+/// @throws probe_error (usage) when it names no server, or contradicts other options
+void complete_connection(const CLI::App& command, connection_arguments& connection);
+
 /// @param complete makes the chosen command of what was given
 /// @return what the options of a command write to; lives as long as the command
 template <typename Given, typename Complete = std::identity>
 [[nodiscard]] Given&
 given_to(CLI::App& command, any_command& chosen, const Complete& complete = {}) {
     const auto given = std::make_shared<Given>();
-    command.final_callback([given, complete, &chosen] { chosen = complete(std::move(*given)); });
+    command.final_callback([given, complete, &command, &chosen] {
+        if constexpr (requires { given->connection; }) {
+            complete_connection(command, given->connection);
+        }
+        chosen = complete(std::move(*given));
+    });
     return *given;
 }
 

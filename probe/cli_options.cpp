@@ -73,8 +73,14 @@ Settings:
 Options such as --port are short for settings; --set replaces what they say. Settings are checked before anything is
 sent: unknown keys, values that are not allowed and required settings that are missing end with exit code 64.)";
 
+void complete_connection(const CLI::App& command, connection_arguments& connection) {
+    take_host_apart(connection, command.get_option("--port")->count() != 0);
+}
+
 void add_connection_options(CLI::App& command, connection_arguments& to) {
-    add_option(command, "-H,--host", to.host, "HOST", "Name or address of the server")->required();
+    constexpr const char* server =
+        "The server: name or address, with port if need be, or opc.tcp://HOST:PORT/PATH";
+    add_option(command, "-H,--host", to.host, "HOST", server)->required();
     command.add_option("-p,--port", to.port, "Port of the server")
         ->check(CLI::Range(1, 65535))
         ->capture_default_str();

@@ -112,6 +112,7 @@ void check_plugin(const CLI::App& command, const scan_options& scan) {
 
 [[nodiscard]] scan_options complete(const CLI::App& command, given_scan&& given) {
     scan_options& scan = given.scan;
+    complete_connection(command, scan.connection);
     scan.channels = parse_channels(given.channels, given.units, given.scales);
     const bool custom = scan.kind == "custom_sensor";
     if (!custom && (!scan.channels.empty() || !scan.message_node.empty())) {

@@ -21,8 +21,8 @@ using namespace tarvik::monitoring_modules::probe;
 }
 
 [[nodiscard]] exit_code run(const command_context& context, const trust_options& options) {
-    return run_trust(context, options, [&](const std::string& host, std::uint16_t port) {
-        return fetch_certificates(context.terminal, host, port);
+    return run_trust(context, options, [&](const named_server& server) {
+        return fetch_certificates(context.terminal, server);
     });
 }
 

@@ -1,5 +1,6 @@
 #include "trust/server_judge.hpp"
 
+#include "host/server_address.hpp"
 #include "text/words.hpp"
 
 #include <exception>
@@ -44,14 +45,9 @@ void note_server_uri(std::string_view uri) {
 }
 
 std::string address_in(std::string_view url) {
-    constexpr std::string_view scheme = "opc.tcp://";
-    if (url.starts_with(scheme)) {
-        url.remove_prefix(scheme.size());
-    }
-    std::string address = lower_case(url.substr(0, url.find('/')));
-    const std::size_t colon = address.rfind(':');
-    const bool has_port = colon != std::string::npos && address.find(']', colon) == std::string::npos;
-    return has_port ? address : address + ":4840"; // OPC 10000-6, 7.2: the port of opc.tcp
+    const std::optional<named_server> named = parse_server(url).server;
+    return named ? lower_case(host_and_port(named->host, named->port.value_or(default_opcua_port)))
+                 : lower_case(url);
 }
 
 server_judge::server_judge(

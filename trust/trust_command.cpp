@@ -1,6 +1,5 @@
 #include "host/secret_file.hpp"
 #include "terminal/table.hpp"
-#include "text/number.hpp"
 #include "text/terminal_text.hpp"
 #include "text/words.hpp"
 #include "trust/commands.hpp"
@@ -25,23 +24,13 @@ constexpr std::size_t name_columns = 40;
 constexpr std::size_t shortest_fingerprint = 8;
 constexpr std::array all_parts{part::trusted, part::issuers, part::rejected};
 
-struct host_and_port {
-    std::string host; ///< without brackets
-    std::uint16_t port;
-};
-
-/// @param address as address_in gives it
-[[nodiscard]] host_and_port split_address(const std::string& address) {
-    const std::size_t colon = address.rfind(':');
-    const auto port = parse_number<std::uint16_t>(address.substr(colon + 1));
-    std::string host = address.substr(0, colon);
-    if (host.starts_with('[') && host.ends_with(']')) {
-        host = host.substr(1, host.size() - 2);
+/// @throws probe_error (usage) when the text names no server
+[[nodiscard]] named_server parse_subject(const std::string& subject) {
+    parsed_server parsed = parse_server(subject);
+    if (!parsed.server) {
+        throw probe_error{exit_code::usage, subject + ": " + parsed.problem};
     }
-    if (host.empty() || !port || *port == 0) {
-        throw probe_error{exit_code::usage, address + ": expected HOST or HOST:PORT"};
-    }
-    return {host, *port};
+    return std::move(*parsed.server);
 }
 
 [[nodiscard]] std::string safe_lines(const std::string& text) {
@@ -93,15 +82,15 @@ void drop_former(const pki_folder& folder, const std::string& address, const std
     const trust_options& options,
     const certificate_fetcher& fetch
 ) {
+    const named_server server = parse_subject(options.subject);
     const std::string address = address_in(options.subject);
-    const auto [host, port] = split_address(address);
     const std::string expected = parse_fingerprint(options.fingerprint);
     if (expected.empty() && !options.fingerprint.empty()) {
         throw probe_error{
             exit_code::usage, "--fingerprint: expected the 64 hexadecimal digits of a SHA-256"};
     }
     std::vector<certificate> offered;
-    for (const std::string& der : fetch(host, port)) {
+    for (const std::string& der : fetch(server)) {
         if (const auto chain = read_certificates(der); !chain.empty()) {
             offered.push_back(chain.front());
         }

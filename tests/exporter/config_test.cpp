@@ -1,6 +1,7 @@
 // The configuration of `serve`: what it makes of right files, and what it says about wrong ones.
 
 #include "exporter/configuration.hpp"
+#include "exporter/target_path.hpp"
 #include "host/module_document.hpp"
 #include "tests/host/expect_error.hpp"
 #include "tests/host/made_up_document.hpp"
@@ -53,8 +54,9 @@ TEST_F(config_file, makes_plans_of_modules_and_targets) {
         "sensors:\n"
         "  - {module: pump, target: PLC-7, interval: 1.5}\n"
         "  - {name: two, module: pump, target: '[::1]:4841', interval: 500ms}\n"
+        "  - {module: pump, target: 'opc.tcp://PLC-8:4842/Line/1'}\n"
     );
-    ASSERT_EQ(config.sensors.size(), 2U);
+    ASSERT_EQ(config.sensors.size(), 3U);
     const sensor_plan& first = config.sensors[0];
     EXPECT_EQ(first.name, "pump@plc-7:4840");
     EXPECT_EQ(first.connection, "plc-7:4840");
@@ -65,6 +67,11 @@ TEST_F(config_file, makes_plans_of_modules_and_targets) {
     EXPECT_EQ(second.connection, "[::1]:4841");
     EXPECT_THAT(second.record, HasSubstr(R"("host":"::1")"));
     EXPECT_THAT(second.record, HasSubstr(R"("ipversion":"IPv6")"));
+    const sensor_plan& third = config.sensors[2];
+    EXPECT_EQ(third.name, "pump@plc-8:4842");
+    EXPECT_EQ(third.connection, "plc-8:4842 (Line/1)");
+    EXPECT_THAT(third.record, HasSubstr(R"("credentials.connection_opcua.server_name":"Line/1")"));
+    EXPECT_THAT(third.check, HasSubstr("Line/1"));
     EXPECT_EQ(config.listen.address, "127.0.0.1");
     EXPECT_EQ(config.modules.at("pump").targets, std::vector<std::string>{"10.0.0.*"});
 }
@@ -130,7 +137,8 @@ TEST_F(config_file, tells_where_something_is_wrong) {
              {with_sensor + "{module: pomp, target: a}",
               "probe.yaml:4: sensors[0].module: there is no such "
               "module; did you mean pump?"},
-             {with_sensor + "{module: pump, target: 'http://a'}", "sensors[0].target"},
+             {with_sensor + "{module: pump, target: 'http://a'}",
+              "sensors[0].target: http://: servers are reached by opc.tcp:// only"},
              {with_sensor + "{module: pump, target: a, interval: 1ms}", "from 100ms"},
              {with_sensor + "{module: pump, target: a, interval: nan}", "from 100ms"},
              {with_sensor + "{module: pump, target: a}\n  - {module: pump, target: A}",
@@ -154,6 +162,23 @@ TEST_F(config_file, names_no_secret_in_an_error) {
         } catch (const probe_error& error) {
             EXPECT_THAT(error.what(), Not(HasSubstr("123456789")));
         }
+    }
+}
+
+TEST(target_path, is_the_one_of_the_settings_or_none) {
+    scan_module with;
+    with.settings["credentials.connection_opcua.server_name"] = "/UA/Line";
+    const scan_module without;
+    for (const auto& [path, fits_with, fits_without] :
+         std::vector<std::tuple<const char*, bool, bool>>{
+             {"", true, true},
+             {"UA/Line", true, false},
+             {"UA", false, false},
+             {"UA/Line/2", false, false},
+             {"ua/line", false, false}}) {
+        const server_address server{"plc", 4840, path};
+        EXPECT_EQ(has_path_of(with, server), fits_with) << path;
+        EXPECT_EQ(has_path_of(without, server), fits_without) << path;
     }
 }
 

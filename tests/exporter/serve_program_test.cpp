@@ -265,13 +265,15 @@ TEST_F(serving, probes_what_it_may) {
              {"target=" + target, "400"},
              {"module=plant", "400"},
              {"module=plant&target=a/b", "400"},
+             {"module=plant&target=opc.https://" + target, "400"},
+             {"module=plant&target=opc.tcp://" + target + "/Other", "403"},
              {"module=gone&target=" + target, "404"},
              {"module=plant&target=127.0.0.2.example:1", "403"},
              {"module=closed&target=" + target, "403"}}) {
         EXPECT_THAT(ask(query), HasSubstr("HTTP/1.1 " + status)) << query;
     }
     EXPECT_EQ(plant_.session_count(), 0U);
-    const std::string good = ask("module=plant&target=" + target);
+    const std::string good = ask("module=plant&target=opc.tcp://" + target + "/");
     EXPECT_THAT(good, HasSubstr("\nopcua_up{sensor=\"" + target));
     EXPECT_THAT(good, HasSubstr("channel=\"Boiler\"}"));
     EXPECT_THAT(ask("module=plant&target=" + target), HasSubstr("kind=\"custom_sensor\"} 1\n"));
