@@ -235,6 +235,10 @@ void plant_server::set_read_status(std::string_view node_id, UA_StatusCode statu
     find(node_id).set_status(status);
 }
 
+void plant_server::set_value_age(std::string_view node_id, std::chrono::seconds age) {
+    find(node_id).set_age(age.count() * UA_DATETIME_SEC);
+}
+
 void plant_server::set_display_name(std::string_view node_id, std::string_view text) {
     set_text(node_id, text, &plant_node::set_display_name, &address_space::set_display_name);
 }

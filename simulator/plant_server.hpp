@@ -103,6 +103,10 @@ class plant_server final {
     /// @throws plant_error for a node the plant does not have.
     void set_read_status(std::string_view node_id, UA_StatusCode status);
 
+    /// The node's value came to be so long before each Read, by its source timestamp.
+    /// @throws plant_error for a node the plant does not have.
+    void set_value_age(std::string_view node_id, std::chrono::seconds age);
+
     /// The node is gone: clients get BadNodeIdUnknown for all its attributes, also after a restart.
     /// @throws plant_error for a node the plant does not have.
     void remove_node(std::string_view node_id);
