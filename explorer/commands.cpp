@@ -8,9 +8,12 @@
 #include "explorer/node_presentation.hpp"
 #include "explorer/tree_walk.hpp"
 #include "host/connection_arguments.hpp"
+#include "host/hint.hpp"
 #include "host/kept_state.hpp"
 #include "host/probe_error.hpp"
 #include "host/settings_form.hpp"
+#include "host/status_name.hpp"
+#include "host/translation.hpp"
 #include "libzunohelper/include/zunohelper/event_observer.h"
 #include "opcua/client/client_configuration.hpp"
 #include "opcua/client/connection.hpp"
@@ -97,9 +100,24 @@ enum class use_of_connection { session, endpoints };
     }
 }
 
+/// @param refusal why this program refused the server; it has the way out itself
+/// @throws probe_error (error), always
+[[noreturn]] void fail(
+    const libi18n::i18n_exception& error, const std::string& language, const std::string& refusal
+) {
+    const std::string& identity = error.message().identity();
+    const std::string hint = refusal.empty() ? hint_for(identity, language) : "";
+    throw probe_error{
+        exit_code::error, with_status_names(error.text()), labelled_hint(hint, language)};
+}
+
+/// @param language of the hint
 /// @throws probe_error (error) when the server does not answer
 [[nodiscard]] opcua::ua_get_endpoints_response fetch_endpoints(
-    const opcua::client_settings& server, const connection_arguments& arguments, console& terminal
+    const opcua::client_settings& server,
+    const connection_arguments& arguments,
+    console& terminal,
+    const std::string& language = default_language
 ) {
     liblog::null_logger log;
     opcua::ua_client client{log};
@@ -114,7 +132,7 @@ enum class use_of_connection { session, endpoints };
         }
         return response;
     } catch (const libi18n::i18n_exception& error) {
-        throw probe_error{exit_code::error, error.what()};
+        fail(error, language, "");
     }
 }
 
@@ -174,10 +192,11 @@ exit_code run(const command_context& context, const browse_options& options) {
     try {
         walk(context, options, server, std::move(first));
     } catch (const libi18n::i18n_exception& error) {
-        if (const std::string refusal = judge.take_refusal(); !refusal.empty()) {
+        const std::string refusal = judge.take_refusal();
+        if (!refusal.empty()) {
             context.terminal.line("opcua-probe: " + refusal);
         }
-        throw probe_error{exit_code::error, error.what()};
+        fail(error, context.language, refusal);
     }
     return exit_code::ok;
 }
@@ -186,7 +205,8 @@ exit_code run(const command_context& context, const endpoints_options& options) 
     const opcua::client_settings server = server_settings(
         options.connection, options.timeout, use_of_connection::endpoints, context.terminal
     );
-    const auto response = fetch_endpoints(server, options.connection, context.terminal);
+    const auto response =
+        fetch_endpoints(server, options.connection, context.terminal, context.language);
     const auto now = std::chrono::system_clock::now();
     const auto certificates = libcertificatehelper::create_openssl_allocator();
     const offer shown = read_offer(

@@ -1,5 +1,7 @@
 #include "exporter/answers.hpp"
 
+#include "host/hint.hpp"
+#include "host/status_name.hpp"
 #include "text/number.hpp"
 
 #include <cmath>
@@ -146,6 +148,21 @@ void add_connection(exposition& to, const std::string& name, connection_state st
     return result;
 }
 
+/// @return a message of the module in the document's language, with the name of its status
+[[nodiscard]] std::string shown_message(
+    const std::string& identity, const std::string& text, const module_document& document
+) {
+    const std::string said = document.texts().message(identity, text);
+    return status_in(identity).empty() ? said : with_status_names(said);
+}
+
+/// @param refusal what this program has to say against the server; it has the way out itself
+[[nodiscard]] std::string shown_hint(
+    const std::string& refusal, const std::string& identity, const module_document& document
+) {
+    return refusal.empty() ? hint_for(identity, document.texts().language()) : refusal;
+}
+
 [[nodiscard]] json sensor_json(const sensor_snapshot& sensor, const module_document& document) {
     json channels = json::array();
     for (const channel_view& channel : sensor.channels) {
@@ -158,8 +175,8 @@ void add_connection(exposition& to, const std::string& name, connection_state st
         {"kind_name", document.sensor_name(sensor.kind)},
         {"server", sensor.connection},
         {"state", name_of(sensor.state)},
-        {"message", document.texts().message(sensor.identity, sensor.text)},
-        {"hint", sensor.hint},
+        {"message", shown_message(sensor.identity, sensor.text, document)},
+        {"hint", shown_hint(sensor.hint, sensor.identity, document)},
         {"interval", std::chrono::duration<double>{sensor.interval}.count()},
         {"last_scan", page_time(sensor.last_scan)},
         {"last_good", page_time(sensor.last_good)},
@@ -173,8 +190,8 @@ connection_json(const connection_snapshot& connection, const module_document& do
     return {
         {"address", connection.name},
         {"state", name_of(connection.state)},
-        {"message", document.texts().message(fault.identity, fault.text)},
-        {"hint", fault.hint},
+        {"message", shown_message(fault.identity, fault.text, document)},
+        {"hint", shown_hint(fault.hint, fault.identity, document)},
         {"since", page_time(connection.since)},
         {"next_attempt", page_time(connection.next_attempt)},
         {"sensors", connection.sensors},

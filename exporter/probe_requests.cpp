@@ -2,7 +2,10 @@
 
 #include "exporter/answers.hpp"
 #include "exporter/target_path.hpp"
+#include "host/hint.hpp"
 #include "host/log.hpp"
+#include "host/status_name.hpp"
+#include "host/translation.hpp"
 #include "text/number.hpp"
 #include "text/terminal_text.hpp"
 
@@ -42,8 +45,11 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
         for (const log_line& line : lines_of(outcome->notes.lines.take())) {
             text += sanitise(to_text(line)) + "\n";
         }
-        text += "\n# Result\n" + sanitise(outcome->shown->text) + "\n";
-        text += sanitise(outcome->shown->hint) + (outcome->shown->hint.empty() ? "" : "\n");
+        const sensor_snapshot& shown = *outcome->shown;
+        const std::string hint =
+            shown.hint.empty() ? hint_for(shown.identity, default_language) : shown.hint;
+        text += "\n# Result\n" + sanitise(with_status_names(shown.text)) + "\n";
+        text += sanitise(hint) + (hint.empty() ? "" : "\n");
     }
     return plain_answer(200, text + "\n# Metrics\n" + metrics.body);
 }

@@ -19,18 +19,6 @@ namespace {
     return mark.is_null() ? "" : std::to_string(mark.line + 1) + ": ";
 }
 
-[[nodiscard]] std::optional<double> seconds_of(std::string_view text) {
-    constexpr std::array<std::pair<std::string_view, double>, 4> units{
-        {{"ms", 0.001}, {"s", 1}, {"m", 60}, {"h", 3600}}};
-    for (const auto& [name, factor] : units) {
-        if (text.ends_with(name)) {
-            const auto number = parse_number<double>(text.substr(0, text.size() - name.size()));
-            return number ? std::optional{*number * factor} : std::nullopt;
-        }
-    }
-    return parse_number<double>(text);
-}
-
 [[nodiscard]] std::string environment(const yaml_value& value, const std::string& name) {
     const char* const text = std::getenv(name.c_str());
     if (text == nullptr) {
@@ -143,7 +131,7 @@ std::string yaml_value::text() const {
 
 std::chrono::milliseconds
 yaml_value::duration(std::chrono::milliseconds shortest, std::chrono::milliseconds longest) const {
-    const std::optional<double> seconds = seconds_of(text());
+    const std::optional<double> seconds = parse_seconds(text());
     if (!seconds || !(*seconds * 1000 >= static_cast<double>(shortest.count())) ||
         !(*seconds * 1000 <= static_cast<double>(longest.count()))) {
         fail(

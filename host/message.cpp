@@ -1,5 +1,6 @@
 #include "host/message.hpp"
 
+#include "host/hint.hpp"
 #include "host/json.hpp"
 #include "host/probe_error.hpp"
 
@@ -174,9 +175,10 @@ void add_translations(ordered_json& document, const translation& texts) {
     }
 }
 
-[[nodiscard]] scan_result read_scan_result(const json_object& object, sent_message sent) {
+[[nodiscard]] scan_result
+read_scan_result(const json_object& object, sent_message sent, std::string_view language) {
     const json_object message = object.object("message");
-    return {
+    scan_result result{
         object.required<std::int64_t>("sensor_id"),
         object.get<std::int64_t>("error_code").value_or(0),
         read_state(object),
@@ -190,6 +192,10 @@ void add_translations(ordered_json& document, const translation& texts) {
         ),
         message.text("identity"),
         std::move(sent)};
+    if (result.state == scan_state::error) {
+        result.hint = hint_for(result.identity, language);
+    }
+    return result;
 }
 
 [[nodiscard]] log_line read_log_line(const json_object& entry) {
@@ -218,7 +224,7 @@ any_message parse_message(std::string_view text, const translation& texts) {
     const json_object object{*document};
     const std::string type = object.text("type");
     if (type == "sensor_scan_result") {
-        return read_scan_result(object, document);
+        return read_scan_result(object, document, texts.language());
     }
     if (type == "check_result") {
         return check_result{

@@ -80,6 +80,7 @@ struct scan_result {
     std::vector<channel_value> channels;
     std::string identity{}; ///< of the sensor message; @see parse_identity
     sent_message sent{};
+    std::string hint{}; ///< what to do about an error, in the language of the texts; may be empty
 };
 
 struct check_result {

@@ -2,6 +2,8 @@
 
 #include "host/document_json.hpp"
 #include "host/json.hpp"
+#include "host/probe_error.hpp"
+#include "text/nearest_names.hpp"
 #include "text/number.hpp"
 #include "text/utf8.hpp"
 #include "text/words.hpp"
@@ -228,6 +230,18 @@ module_document::module_document(std::string_view message, std::string_view lang
 
 const sensor_description* module_document::find_sensor(std::string_view kind) const {
     return find_by(sensors_, &sensor_description::kind, kind);
+}
+
+void module_document::require_sensor(const std::string& kind, const std::string& place) const {
+    if (sensors_.empty() || find_sensor(kind) != nullptr) {
+        return;
+    }
+    std::vector<std::string> kinds;
+    for (const sensor_description& sensor : sensors_) {
+        kinds.push_back(sensor.kind);
+    }
+    throw usage_error{
+        place + kind + ": there is no such sensor" + did_you_mean(nearest_names(kind, kinds))};
 }
 
 const check_description* module_document::find_check(std::string_view kind) const {

@@ -149,6 +149,11 @@ class module_document final {
     [[nodiscard]] const check_description* find_check(std::string_view kind) const;
     [[nodiscard]] const settings_section* find_section(std::string_view name) const;
 
+    /// @param place where the kind was named, for the error
+    /// @throws probe_error (usage) for a kind that no sensor has, naming those that may be meant;
+    /// nothing is known to be wrong by a document without sensors
+    void require_sensor(const std::string& kind, const std::string& place) const;
+
     /// @return nothing for an unknown lookup or value
     [[nodiscard]] std::optional<lookup_value>
     find(std::string_view lookup_name, std::int64_t value) const;

@@ -8,11 +8,13 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <CLI/App.hpp>
+#include <CLI/Validators.hpp>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -55,6 +57,11 @@ add_option(CLI::App& command, const char* names, Value& to, const char* shape, c
     return command.add_option(names, to, help)->type_name(shape)->allow_extra_args(false);
 }
 
+/// Lets an option or argument take these words alone; for others it names those that may be meant.
+/// @param silent words that it takes, too, without telling so
+[[nodiscard]] CLI::Validator
+one_of(std::vector<std::string> words, const std::vector<std::string>& silent = {});
+
 /// Where the server is, security, user, and any setting by its key.
 void add_connection_options(CLI::App& command, connection_arguments& to);
 
@@ -63,6 +70,18 @@ CLI::Option* add_format_option(
     CLI::App& command,
     output_format& to,
     const std::vector<std::string>& formats = {"table", "json"}
+);
+
+/// Time, state of a server that is out of reach, details.
+void add_plugin_options(CLI::App& command, plugin_options& to);
+/// Heading of what goes with the plugin format only.
+extern const char* const plugin_group;
+/// @throws probe_error (usage) when one of the options is given
+void refuse_given(const CLI::App& command, std::span<const char* const> options);
+/// @throws probe_error (usage) when options of add_plugin_options stand there without the format,
+/// or make no sense
+void check_plugin_options(
+    const CLI::App& command, output_format format, const plugin_options& options
 );
 
 /// Up to which level log lines are taken.

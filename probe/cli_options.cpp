@@ -1,5 +1,7 @@
 #include "host/probe_error.hpp"
 #include "probe/cli.hpp"
+#include "text/nearest_names.hpp"
+#include "text/words.hpp"
 
 #include <utility>
 
@@ -72,6 +74,16 @@ Settings:
   --set-file password=pw.txt                     from a file of at most 1 MiB; secrets must come so, and win over --set
 Options such as --port are short for settings; --set replaces what they say. Settings are checked before anything is
 sent: unknown keys, values that are not allowed and required settings that are missing end with exit code 64.)";
+
+CLI::Validator one_of(std::vector<std::string> words, const std::vector<std::string>& silent) {
+    const std::string shown = "{" + joined(words, ",") + "}";
+    const auto problem = [words = std::move(words), silent](const std::string& text) {
+        return contains(words, text) || contains(silent, text)
+                   ? std::string{}
+                   : text + ": none of " + joined(words) + did_you_mean(nearest_names(text, words));
+    };
+    return CLI::Validator{problem, shown};
+}
 
 void complete_connection(const CLI::App& command, connection_arguments& connection) {
     take_host_apart(connection, command.get_option("--port")->count() != 0);

@@ -28,6 +28,8 @@ struct plugin_options {
     double timeout = 10;                  ///< seconds
     std::string unreachable = "critical"; ///< or "unknown"
     int verbosity = 0;                    ///< how often -v stands there
+    std::optional<double> max_age;        ///< of values, in seconds; nothing: any
+    std::string too_old = "critical";     ///< or "warning" or "unknown": state of older values
 };
 
 struct scan_options {
@@ -47,6 +49,7 @@ struct check_options {
     connection_arguments connection;
     output_format format = output_format::table;
     log_arguments log;
+    plugin_options plugin{}; ///< no ranges, no ages
 };
 
 struct notify_options {

@@ -79,6 +79,9 @@ constexpr std::size_t most_bytes = 8192;
 
 /// @return what is good, or the findings as far as they fit
 [[nodiscard]] std::string summary(const plugin_result& result, const std::string& address) {
+    if (result.findings.empty() && !result.good.empty()) {
+        return plain(result.good, first_line - address_part) + " at " + address;
+    }
     if (result.findings.empty()) {
         const std::string what = result.channels.size() == 1
                                      ? plain(result.channels.front().view.name, name_part) + " " +
@@ -134,6 +137,7 @@ other_lines(const plugin_result& result, const std::string& first) {
         }
     }
     add("Message: ", result.message);
+    add("", result.hint);
     return lines;
 }
 
@@ -155,12 +159,18 @@ std::string plain(std::string_view text, std::size_t characters) {
                : std::string{first_characters(safe, characters - 1)} + "…";
 }
 
-std::string perfdata(const std::vector<judged_channel>& channels) {
+std::string
+perfdata(const std::vector<judged_channel>& channels, const std::optional<double>& seconds) {
     std::string text;
     std::vector<std::string> labels;
     for (const judged_channel& channel : channels) {
         labels.push_back(unique(label_text(channel.view.name), labels));
         text += (text.empty() ? "" : " ") + item(labels.back(), channel);
+    }
+    if (seconds) { // last, so that a channel of this name keeps it
+        constexpr int microseconds = 6;
+        text += (text.empty() ? "" : " ") + quoted(unique("time", labels)) + "=" +
+                with_decimals(*seconds, microseconds) + "s";
     }
     return text;
 }
@@ -171,7 +181,7 @@ std::string render_plugin(const plugin_result& result, const std::string& addres
     if (!result.message.empty() && room > least_message) {
         text += ": " + result.message;
     }
-    const std::string measured = perfdata(result.channels);
+    const std::string measured = perfdata(result.channels, result.seconds);
     text = plain(text, first_line);
     std::vector<std::string> lines = other_lines(result, text);
     text += (measured.empty() ? "" : " | " + measured) + "\n";

@@ -124,14 +124,6 @@ void judge_channels(
     }
 }
 
-[[nodiscard]] plugin_state
-state_of_error(const std::string& identity, const plugin_demands& demands) {
-    const scan_fault fault = fault_of(identity);
-    return fault == scan_fault::connection ? demands.unreachable
-           : fault == scan_fault::settings ? plugin_state::unknown
-                                           : plugin_state::critical;
-}
-
 /// CRITICAL, then UNKNOWN (it may hide a CRITICAL), then WARNING.
 [[nodiscard]] bool matters_more(const plugin_finding& left, const plugin_finding& right) {
     constexpr std::array weights{0, 1, 3, 2};
@@ -189,6 +181,19 @@ assign_ranges(std::vector<judged_channel>& channels, const std::vector<channel_r
         }
     }
     return problems;
+}
+
+plugin_state state_of_error(const std::string& identity, const plugin_demands& demands) {
+    const scan_fault fault = fault_of(identity);
+    return fault == scan_fault::connection ? demands.unreachable
+           : fault == scan_fault::settings ? plugin_state::unknown
+                                           : plugin_state::critical;
+}
+
+void add_finding(plugin_result& result, plugin_finding finding) {
+    result.findings.push_back(std::move(finding));
+    std::ranges::stable_sort(result.findings, matters_more);
+    result.state = result.findings.front().state;
 }
 
 bool needs_growth(std::vector<judged_channel> channels, const plugin_demands& demands) {

@@ -44,6 +44,9 @@ struct plugin_result {
     std::vector<plugin_finding> findings{}; ///< worst first; none: OK
     std::string message{}; ///< the sensor's own, when it is no finding; may be empty
     std::vector<judged_channel> channels{};
+    std::string good{};              ///< what the first line says if there is no finding
+    std::string hint{};              ///< with its label; may be empty
+    std::optional<double> seconds{}; ///< that the server took; nothing: it did not answer
 };
 
 /// What the command line wants to be looked at.
@@ -57,6 +60,13 @@ struct plugin_demands {
 /// @return a text for each range that belongs to none, or not to one alone
 [[nodiscard]] std::vector<std::string>
 assign_ranges(std::vector<judged_channel>& channels, const std::vector<channel_range>& ranges);
+
+/// @param identity of an error's message
+[[nodiscard]] plugin_state
+state_of_error(const std::string& identity, const plugin_demands& demands);
+
+/// Adds a finding and brings the worst one to the front.
+void add_finding(plugin_result& result, plugin_finding finding);
 
 /// @param channels not yet judged
 /// @return whether a limit or a range is about a growth that one scan alone does not tell

@@ -169,6 +169,18 @@ TEST_F(serving, follows_servers_that_go_and_return_without_a_flood) {
     }));
     EXPECT_THAT(probe.ask("/metrics"), Not(HasSubstr("opcua_custom_boiler_celsius{sensor=\"a\"")));
     EXPECT_EQ(probe.metric(series("c", other_)), "1");
+    const auto german = probe.json("/api/state?language=de");
+    const std::string nothing = "Unter dieser Adresse und diesem Port lauscht nichts";
+    EXPECT_THAT(german.at("sensors").at(0).at("hint").get<std::string>(), HasSubstr(nothing));
+    EXPECT_THAT(german.at("servers").at(0).at("hint").get<std::string>(), HasSubstr(nothing));
+    EXPECT_EQ(german.at("servers").at(1).at("hint"), "");
+    EXPECT_THAT(
+        probe.ask(
+            "/probe?module=plant&debug=true&target=" +
+            connection(plant_).substr(0, connection(plant_).find(' '))
+        ),
+        HasSubstr("\nNothing listens at this address")
+    );
     const auto shown = probe.json("/api/state").at("sensors").at(0);
     EXPECT_EQ(shown.at("state"), "error");
     EXPECT_EQ(shown.at("stale"), true);

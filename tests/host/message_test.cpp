@@ -152,9 +152,11 @@ TEST(message_json, adds_the_log_to_a_check) {
             std::get<check_result>(
                 parse_message(R"({"type":"check_result","check_id":1,"success":false})")
             ),
+            {"no", "#:error.opcua_discovery_failed[2158755840]", "look"},
             {{"runtime", 3, "bad \xff\n"}}
         ),
-        R"({"type":"check_result","check_id":1,"success":false,"log":[{"source":"runtime","severity":3,)"
+        R"({"type":"check_result","check_id":1,"success":false,"reason":"no",)"
+        R"("status_name":"BadConnectionRejected","hint":"look","log":[{"source":"runtime","severity":3,)"
         R"("text":"bad \ufffd\n"}]})"
         "\n"
     );
@@ -165,12 +167,12 @@ TEST(message_json, tells_what_became_of_a_notification) {
         parse_message(R"({"type":"notification_response","id":1,"log":[]})")
     );
     EXPECT_EQ(
-        notification_json(&response, {"done", true, "unused"}),
+        notification_json(&response, {"done", true, {"unused"}}),
         R"({"type":"notification_response","id":1,"log":[],"status":"done","written":true})"
         "\n"
     );
     EXPECT_EQ(
-        notification_json(nullptr, {"refused", false, "why"}),
+        notification_json(nullptr, {"refused", false, {"why"}}),
         R"({"status":"refused","written":false,"reason":"why"})"
         "\n"
     );

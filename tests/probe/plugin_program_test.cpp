@@ -88,6 +88,57 @@ TEST_F(plugin_program, tells_a_server_that_is_gone_as_it_was_asked_to) {
     );
 }
 
+TEST_F(plugin_program, runs_checks) {
+    const auto check = [this](std::vector<std::string> more, int code) {
+        more.insert(more.begin(), {"check"});
+        more.insert(more.end(), {"--format", "plugin", "-t", "120"});
+        return run(more, code);
+    };
+    EXPECT_THAT(
+        check({"connection"}, 0),
+        ContainsRegex(
+            "^OPCUA OK - a session can be opened at 127.0.0.1:[0-9]+ [|] 'time'=[0-9.]+s\n$"
+        )
+    );
+    EXPECT_THAT(
+        check({"endpoint"}, 0), StartsWith("OPCUA OK - an endpoint with this security is offered")
+    );
+    EXPECT_THAT(
+        check({"endpoint", "--user", "nobody"}, 3),
+        ContainsRegex("^OPCUA UNKNOWN - The sensor could not find the endpoint [^|]*\nHint: ")
+    );
+    plant_.stop();
+    EXPECT_THAT(
+        check({"connection"}, 2),
+        ContainsRegex(
+            "^OPCUA CRITICAL - The sensor could not connect [^\n|]*\nHint: Nothing listens[^\n]*\n$"
+        )
+    );
+    EXPECT_THAT(
+        check({"endpoint", "--unreachable", "unknown"}, 3),
+        StartsWith("OPCUA UNKNOWN - The sensor could not get the endpoints from the OPC UA server "
+                   "(2158755840 = BadConnectionRejected)")
+    );
+}
+
+TEST_F(plugin_program, tells_values_time_and_age) {
+    const std::string text = scan({"server_status_sensor", "--max-age", "1h"}, 0);
+    EXPECT_THAT(text, ContainsRegex("^OPCUA OK - Running, up [0-9].* 'time'=[0-9]+[.][0-9]{6}s\n"));
+    plant_.set_value_age("ns=2;s=Boiler.Temperature", 3700s);
+    const std::vector<std::string> boiler{
+        "custom_sensor", "--channel", "ns=2;s=Boiler.Temperature", "--max-age", "1h"};
+    EXPECT_THAT(
+        scan(boiler, 2),
+        StartsWith("OPCUA CRITICAL - the value of ns=2;s=Boiler.Temperature is 1 h 1 min old, more "
+                   "than 1 h (")
+    );
+    std::vector<std::string> mild = boiler;
+    mild.insert(mild.end(), {"--too-old", "warning"});
+    EXPECT_THAT(scan(mild, 1), StartsWith("OPCUA WARNING"));
+    mild[4] = "2h";
+    EXPECT_THAT(scan(mild, 0), StartsWith("OPCUA OK - Boiler Temperature "));
+}
+
 /// What the program keeps, in a folder of this test's own.
 struct kept_by_plugin : plugin_program {
     [[nodiscard]] std::string scan_here(std::vector<std::string> more) const {
