@@ -148,15 +148,7 @@ void add_connection(exposition& to, const std::string& name, connection_state st
     return result;
 }
 
-/// @return a message of the module in the document's language, with the name of its status
-[[nodiscard]] std::string shown_message(
-    const std::string& identity, const std::string& text, const module_document& document
-) {
-    const std::string said = document.texts().message(identity, text);
-    return status_in(identity).empty() ? said : with_status_names(said);
-}
-
-/// @param refusal what this program has to say against the server; it has the way out itself
+/// @param refusal of the server by this program; it has the way out itself
 [[nodiscard]] std::string shown_hint(
     const std::string& refusal, const std::string& identity, const module_document& document
 ) {
@@ -175,7 +167,7 @@ void add_connection(exposition& to, const std::string& name, connection_state st
         {"kind_name", document.sensor_name(sensor.kind)},
         {"server", sensor.connection},
         {"state", name_of(sensor.state)},
-        {"message", shown_message(sensor.identity, sensor.text, document)},
+        {"message", shown_message(document.texts(), sensor.identity, sensor.text)},
         {"hint", shown_hint(sensor.hint, sensor.identity, document)},
         {"interval", std::chrono::duration<double>{sensor.interval}.count()},
         {"last_scan", page_time(sensor.last_scan)},
@@ -190,7 +182,7 @@ connection_json(const connection_snapshot& connection, const module_document& do
     return {
         {"address", connection.name},
         {"state", name_of(connection.state)},
-        {"message", shown_message(fault.identity, fault.text, document)},
+        {"message", shown_message(document.texts(), fault.identity, fault.text)},
         {"hint", shown_hint(fault.hint, fault.identity, document)},
         {"since", page_time(connection.since)},
         {"next_attempt", page_time(connection.next_attempt)},

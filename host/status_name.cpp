@@ -1,6 +1,5 @@
 #include "host/status_name.hpp"
 
-#include "host/translation.hpp"
 #include "text/number.hpp"
 
 #include <algorithm>
@@ -55,6 +54,12 @@ std::string with_status_names(std::string_view text) {
         }
     }
     return result;
+}
+
+std::string
+shown_message(const translation& texts, const std::string& identity, const std::string& text) {
+    std::string said = texts.message(identity, text);
+    return status_in(identity).empty() ? said : with_status_names(said);
 }
 
 std::string status_in(std::string_view identity) {

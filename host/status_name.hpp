@@ -1,6 +1,8 @@
 #pragma once
 // OPC UA status codes by their names.
 
+#include "host/translation.hpp"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -14,6 +16,10 @@ namespace tarvik::monitoring_modules::probe {
 /// @param text of people's: numbers in it that are the decimal codes of errors get their names
 /// @return "failed (2158755840 = BadConnectionRejected)" of "failed (2158755840)"
 [[nodiscard]] std::string with_status_names(std::string_view text);
+
+/// @return a message in the language of the texts; an error with a status has its name, too
+[[nodiscard]] std::string
+shown_message(const translation& texts, const std::string& identity, const std::string& text);
 
 /// @param identity of an error's message
 /// @return the name of the status that it has as an argument, by name or by number; empty: none

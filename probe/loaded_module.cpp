@@ -98,7 +98,7 @@ void tell_refusal(console& terminal, const std::string& refusal) {
 failure_reason loaded_module::reason_of(const told_failure& failure) const {
     const translation& texts = document.texts();
     return {
-        with_status_names(texts.message(failure.identity, failure.reason)),
+        shown_message(texts, failure.identity, failure.reason),
         failure.identity,
         hint_for(failure.identity, texts.language())};
 }

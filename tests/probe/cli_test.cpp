@@ -141,58 +141,6 @@ TEST(command_line, reads_what_a_plugin_is_asked) {
             "goes with --format plugin only"
         );
     }
-    const auto check = std::get<check_options>(
-        parse({"check", "endpoint", "-H", "h:1", "--format", "plugin", "-t", "3"}).command
-    );
-    EXPECT_EQ(check.format, output_format::plugin);
-    EXPECT_EQ(check.plugin.timeout, 3);
-    EXPECT_EQ(check.connection.port, 1);
-    for (const char* option : {"-t5", "--unreachable=unknown", "-w5"}) {
-        expect_error(
-            [&] {
-                (void)parse({"check", "endpoint", "-H", "h", option});
-            },
-            exit_code::usage,
-            ""
-        );
-    }
-}
-
-TEST(command_line, takes_ages_of_values) {
-    const auto read = [](const char* kind, std::vector<const char*> more) {
-        more.insert(more.begin(), {"scan", kind, "--format", "plugin", "-H", "h"});
-        return std::get<scan_options>(parse(more).command).plugin;
-    };
-    constexpr const char* kind = "server_status_sensor";
-    EXPECT_FALSE(read(kind, {}).max_age);
-    EXPECT_EQ(read(kind, {"--max-age", "5m"}).max_age, 300);
-    EXPECT_EQ(read(kind, {"--max-age=250ms", "--too-old", "warning"}).max_age, 0.25);
-    const std::pair<const char*, std::vector<const char*>> refused[] = {
-        {kind, {"--max-age", "0"}},
-        {kind, {"--max-age", "-1s"}},
-        {kind, {"--max-age", "nan"}},
-        {kind, {"--max-age", "soon"}},
-        {kind, {"--too-old", "unknown"}},
-        {kind, {"--max-age", "5m", "--too-old", "ok"}},
-        {"certificate_sensor", {"--max-age", "5m"}}};
-    for (const auto& [of, arguments] : refused) {
-        SCOPED_TRACE(testing::PrintToString(arguments));
-        expect_error([&] { (void)read(of, arguments); }, exit_code::usage, "");
-    }
-}
-
-TEST(command_line, suggests_what_was_meant) {
-    const std::pair<std::vector<const char*>, const char*> rows[] = {
-        {{"check", "conection", "-H", "h"}, "did you mean connection?"},
-        {{"check", "endpoints", "-H", "h"}, "did you mean endpoint?"},
-        {{"notify", "-H", "h", "--target", "i=1", "--message", "x", "--type", "string"},
-         "did you mean String?"},
-        {{"notify", "-H", "h", "--target", "i=1", "--message", "1", "--type", "int"},
-         "did you mean Integer64 or"},
-        {{"scan", "custom", "-H", "h", "--channel", "i=1"}, "did you mean custom_sensor?"}};
-    for (const auto& [arguments, wanted] : rows) {
-        expect_error([&, &given = arguments] { (void)parse(given); }, exit_code::usage, wanted);
-    }
 }
 
 TEST(command_line, reads_a_notification) {

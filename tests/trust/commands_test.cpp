@@ -37,7 +37,8 @@ struct commands : testing::Test {
     exit_code run(const trust_options& options) {
         return captured([&](const command_context& context) {
             return run_trust(context, options, [this](const named_server& server) {
-                asked = server.host + " " + std::to_string(server.port.value_or(0)) + " " + server.path;
+                asked =
+                    server.host + " " + std::to_string(server.port.value_or(0)) + " " + server.path;
                 return shown;
             });
         });
