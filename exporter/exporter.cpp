@@ -6,11 +6,13 @@
 #include "exporter/own_metrics.hpp"
 #include "exporter/routes.hpp"
 #include "exporter/scheduler.hpp"
+#include "host/probe_error.hpp"
 #include <systemd/sd-daemon.h>
 
 #include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 
@@ -49,14 +51,6 @@ class exporter_service final {
               pki_folder{pki_path(config_->pki)},
               [this](const std::string& text) { terminal_.line("opcua-probe: " + text); }} {
         own_.watch_certificates(judge_);
-        for (const auto& [name, each] : config_->modules) {
-            if (each.trust.any_certificate) {
-                terminal_.line(
-                    "opcua-probe: warning: the module " + name +
-                    " accepts every server, whoever it is (trust: any)"
-                );
-            }
-        }
     }
 
     /// @throws probe_error (usage) also when the files of TLS are not usable
@@ -82,9 +76,6 @@ class exporter_service final {
         scans.apply(config_->sensors);
         place_ = "Serving " + url_of(config_->listen, port);
         terminal_.line(place_);
-        if (!is_loopback_address(config_->listen.address) && !config_->listen.basic_auth) {
-            terminal_.line("opcua-probe: warning: whoever reaches this address can read all of it");
-        }
         interrupt.let_hangup_reload();
         notify_service_manager("READY=1\nSTATUS=" + place_);
         while (interrupt.wait_for_reload()) {
@@ -101,8 +92,16 @@ class exporter_service final {
     }
 
   private:
+    /// Shows all that is wrong with it.
+    /// @throws probe_error (usage) when it cannot be used
     [[nodiscard]] std::shared_ptr<const serve_config> read() const {
-        return std::make_shared<const serve_config>(read_config(path_, *document_));
+        config_reading made = read_config(path_, *document_);
+        std::ranges::for_each(made.mistakes, terminal_.writer());
+        std::ranges::for_each(made.warnings, terminal_.writer());
+        if (made.config == nullptr) {
+            throw usage_error{path_ + " has mistakes"};
+        }
+        return std::move(made.config);
     }
 
     /// Before anything is scanned, so that no scan waits for seconds with its place held.

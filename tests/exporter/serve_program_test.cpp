@@ -75,7 +75,7 @@ class serving : public testing::Test {
     }
 
     [[nodiscard]] std::string connection(const plant_server& plant) const {
-        return "127.0.0.1:" + std::to_string(plant.port()) + " (user1)";
+        return "127.0.0.1:" + std::to_string(plant.port()) + " (user)";
     }
     [[nodiscard]] std::string
     series(const std::string& sensor_name, const plant_server& plant) const {

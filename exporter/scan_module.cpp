@@ -1,0 +1,54 @@
+#include "exporter/scan_module.hpp"
+
+#include "host/settings_record.hpp"
+
+namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+/// Names of users are no one's concern who reads metrics, so a number tells them apart.
+/// @return "plc-7:4840 (user, sign_encrypt)", "plc-7:4840 (user 2, sign_encrypt)"
+[[nodiscard]] std::string connection_name(
+    const server_address& server, const std::map<std::string, std::string>& values, std::size_t user
+) {
+    std::string details;
+    for (const char* key : {keys::path, keys::user, keys::security_mode}) {
+        const auto found = values.find(key);
+        if (found == values.end() || found->second.empty() || found->second == "none") {
+            continue;
+        }
+        details += details.empty() ? "" : ", ";
+        if (key == keys::user) {
+            details += user > 1 ? "user " + std::to_string(user) : "user";
+        } else {
+            details += found->second;
+        }
+    }
+    return details.empty() ? server.text() : server.text() + " (" + details + ")";
+}
+
+} // namespace
+
+sensor_plan make_plan(
+    const std::string& name,
+    const scan_module& module,
+    const server_address& server,
+    std::chrono::milliseconds interval
+) {
+    auto values = module.settings;
+    values.insert_or_assign(keys::host_of_sensor, server.host);
+    values.insert_or_assign(keys::port, std::to_string(server.port));
+    if (server.host.find(':') != std::string::npos) {
+        values.insert_or_assign("ipversion", "IPv6");
+    }
+    return {
+        name,
+        module.kind,
+        connection_name(server, values, module.user),
+        record(module.kind, values),
+        record("endpoint_validation_check", values),
+        interval,
+        module.trust};
+}
+
+} // namespace tarvik::monitoring_modules::probe
