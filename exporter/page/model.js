@@ -7,6 +7,9 @@ const ranks = Object.fromEntries(states.map((state, rank) => [state, rank]));
 // @param thing a sensor or a channel
 export const is_faulty = ({state}) => state === 'error' || state === 'warning';
 
+// @return the value of a label of the configuration; empty: the sensor has none such
+export const label_of = ({labels = {}}, name) => (Object.hasOwn(labels, name) ? labels[name] : '');
+
 // How a server's state is shown among those of sensors.
 const server_marks = {ready: 'ok', connecting: 'pending'};
 export const server_mark = server => server_marks[server.state] ?? 'error';
@@ -75,6 +78,12 @@ export class model {
 
     counts() {
         return count_states(this.sensors.values());
+    }
+
+    // @return the names of all labels that sensors have
+    label_names({compare}) {
+        const names = [...this.sensors.values()].flatMap(({labels}) => Object.keys(labels ?? {}));
+        return [...new Set(names)].sort(compare);
     }
 
     // @return all sensors, the worst first, then by name

@@ -38,6 +38,7 @@ class FakeProbe:
     hot      id of a sensor -> (since when, state): its first channel is beyond the limit of that state
     names    id of a sensor -> its name, in place of a made-up one
     hint     what to do about servers that are down
+    labels   id of a sensor -> its labels
     certificates  as the probe tells them
 
     Sensor 9 warns by a lookup, 12 was never scanned, and the names and texts of 2 are hostile unless told otherwise.
@@ -49,6 +50,7 @@ class FakeProbe:
         self.down, self.failing, self.hostile, self.names = {6}, {17}, hostile, {}
         self.hot = {25: (now - 5400, "error"), 47: (now - 130, "error"), 8: (now - 2400, "warning")}
         self.hint, self.certificates = "", []
+        self.labels = lambda id: {}
         self.delay = 0  # of answers about the state, seconds
         self.at_once = self.most_at_once = 0  # such requests
         probe = self
@@ -144,6 +146,7 @@ class FakeProbe:
             "id": id, "name": self.names.get(id, HOSTILE if hostile else made_up), "kind": "custom_sensor",
             "kind_name": "OPC UA Custom", "message": "" if new else fault or (HOSTILE if hostile else fine),
             "interval": 10.0, "stale": bool(fault), "channels": channels, "server": self.address(id % self.servers),
+            "labels": self.labels(id),
             "state": "error" if fault else "pending" if new else worst[0] if worst else "ok",
             "last_scan": None if new else now, "last_good": None if new else now - (950 if fault else 1),
         }
