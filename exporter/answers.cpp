@@ -67,7 +67,8 @@ void add_states(
 }
 
 void add_sensor(exposition& to, const sensor_snapshot& sensor, wall_time now) {
-    const auto labels = labels_of(sensor.name, sensor.connection, sensor.kind);
+    auto labels = labels_of(sensor.name, sensor.connection, sensor.kind);
+    labels.insert(labels.end(), sensor.labels.begin(), sensor.labels.end());
     const bool current = is_current(sensor, now);
     to.add(families().up, {labels, current ? 1.0 : 0.0});
     add_states(to, families().sensor_states, labels, all_sensor_states, sensor.state);
@@ -151,12 +152,17 @@ void add_connection(exposition& to, const std::string& name, connection_state st
     for (const channel_view& channel : sensor.channels) {
         channels.push_back(channel_json(channel, sensor.definitions.get()));
     }
+    json labels = json::object();
+    for (const auto& [name, value] : sensor.labels) {
+        labels[name] = value;
+    }
     return {
         {"id", sensor.id},
         {"name", sensor.name},
         {"kind", sensor.kind},
         {"kind_name", document.sensor_name(sensor.kind)},
         {"server", sensor.connection},
+        {"labels", std::move(labels)},
         {"state", name_of(sensor.state)},
         {"message", document.texts().message(sensor.identity, sensor.text)},
         {"hint", sensor.hint},

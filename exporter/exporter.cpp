@@ -6,6 +6,7 @@
 #include "exporter/own_metrics.hpp"
 #include "exporter/routes.hpp"
 #include "exporter/scheduler.hpp"
+#include "host/log.hpp"
 #include "host/probe_error.hpp"
 #include <systemd/sd-daemon.h>
 
@@ -42,7 +43,7 @@ class exporter_service final {
     exporter_service(const std::string& module, const exporter_options& options, console& terminal)
         : terminal_{terminal},
           path_{options.config},
-          module_{module, terminal_, options.log_level.value_or(severity_warning)},
+          module_{module, terminal_, options.log_level},
           languages_{module_.own()},
           document_{languages_.find("en")},
           config_{read()},
@@ -61,7 +62,10 @@ class exporter_service final {
 
     /// Serves until the program is to end.
     void run(interruption& interrupt) {
-        scheduler scans{{module_, *document_, time_, store_, own_}, config_->workers};
+        const auto tell = [this](std::int32_t severity, const std::string& line) {
+            terminal_.line(severity, line);
+        };
+        scheduler scans{{module_, *document_, time_, store_, own_, tell}, config_->workers};
         probe_requests probes{scans, time_, config_->requested_scans()};
         const answer_sources sources{store_, own_, time_, languages_, probes};
         http_server server{
@@ -96,8 +100,12 @@ class exporter_service final {
     /// @throws probe_error (usage) when it cannot be used
     [[nodiscard]] std::shared_ptr<const serve_config> read() const {
         config_reading made = read_config(path_, *document_);
-        std::ranges::for_each(made.mistakes, terminal_.writer());
-        std::ranges::for_each(made.warnings, terminal_.writer());
+        for (const std::string& line : made.mistakes) {
+            terminal_.line(severity_error, line);
+        }
+        for (const std::string& line : made.warnings) {
+            terminal_.line(severity_warning, line);
+        }
         if (made.config == nullptr) {
             throw usage_error{path_ + " has mistakes"};
         }
@@ -129,8 +137,8 @@ class exporter_service final {
                 "Configuration read again: " + std::to_string(config->sensors.size()) + " sensors"
             );
         } catch (const std::exception& error) {
-            terminal_.line(std::string{"opcua-probe: "} + error.what());
-            terminal_.line("opcua-probe: the configuration stays as it was");
+            terminal_.line(severity_error, std::string{"opcua-probe: "} + error.what());
+            terminal_.line(severity_error, "opcua-probe: the configuration stays as it was");
             notify_service_manager(
                 "READY=1\nSTATUS=" + place_ + " as before: the changed configuration is wrong"
             );

@@ -41,7 +41,9 @@ void take_event(const module_event& event) {
 
 } // namespace
 
-called_module::called_module(const std::string& chosen, console& terminal, std::int32_t shown)
+called_module::called_module(
+    const std::string& chosen, console& terminal, const std::optional<std::int32_t>& shown
+)
     : terminal_{terminal},
       shown_{shown},
       library_{find_module(chosen)},
@@ -55,8 +57,9 @@ called_module::called_module(const std::string& chosen, console& terminal, std::
       module_{library_} {}
 
 void called_module::take(log_line&& line) const {
-    if (line.severity <= shown_) {
-        terminal_.line(to_text(line));
+    const bool unasked = !shown_ && open_notes != nullptr; // the journal tells what came of it
+    if (!unasked && line.severity <= shown_.value_or(severity_warning)) {
+        terminal_.line(line.severity, to_text(line));
     }
     if (open_notes != nullptr && open_notes->keep_lines) {
         open_notes->lines.add(std::move(line));
@@ -74,6 +77,8 @@ module_answer called_module::scan(std::int32_t id, call_notes& notes) {
 }
 
 std::optional<bool> called_module::has_matching_endpoint(const std::string& record) {
+    call_notes unused;
+    const note_taking open{unused};
     try {
         const auto messages = module_.check(check_id, record).messages;
         const auto results = messages_about<check_result>(check_id, messages);

@@ -26,6 +26,14 @@ worst_state(scan_state result, const std::vector<channel_view>& channels) {
     return worst;
 }
 
+[[nodiscard]] metric_labels labels_of(const sensor_plan& plan) {
+    metric_labels labels;
+    for (const auto& [name, value] : plan.labels) {
+        labels.push_back({name, value});
+    }
+    return labels;
+}
+
 void show_fault(sensor_snapshot& next, const sensor_fault& fault) {
     next.state = sensor_state::error;
     next.identity = fault.identity;
@@ -42,7 +50,7 @@ scanned_sensor::scanned_sensor(const scan_context& context, std::int32_t id, sen
       plan_{std::move(plan)},
       memory_{context.document},
       shown_{std::make_shared<const sensor_snapshot>(sensor_snapshot{
-          id_, plan_.name, plan_.kind, plan_.connection, plan_.interval})} {}
+          id_, plan_.name, plan_.kind, plan_.connection, plan_.interval, labels_of(plan_)})} {}
 
 scanned_sensor::~scanned_sensor() {
     if (created_) {
@@ -108,7 +116,12 @@ scanned_sensor::take(const module_answer& answer, const char* what, sensor_snaps
     if (!result->definitions.empty()) {
         next.definitions = std::make_shared<const channel_definitions>(memory_.definitions());
         next.metrics = std::make_shared<const channel_metrics>(
-            plan_.name, plan_.connection, plan_.kind, *next.definitions, context_.document.lookups()
+            plan_.name,
+            plan_.connection,
+            plan_.kind,
+            *next.definitions,
+            context_.document.lookups(),
+            next.labels
         );
     }
     return std::nullopt;

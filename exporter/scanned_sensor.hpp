@@ -7,6 +7,8 @@
 #include "host/channel_memory.hpp"
 
 #include <chrono>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,6 +24,8 @@ struct scan_context {
     const time_source& time;
     snapshot_store& shown;
     own_metrics& own;
+    /// Writes a line of the journal with a severity as syslog has it; any thread may call it.
+    std::function<void(std::int32_t severity, const std::string& line)> tell{};
 };
 
 struct scan_outcome {

@@ -11,8 +11,8 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-constexpr std::size_t longest_name = 40;
-constexpr std::size_t longest_value = 100; // characters
+constexpr std::size_t longest_label_name = 40;
+constexpr std::size_t longest_label_value = 100; // characters
 
 /// Our own, those that Prometheus adds, and those that histograms and summaries have.
 constexpr auto taken_names = std::to_array<std::string_view>(
@@ -39,10 +39,10 @@ constexpr auto taken_names = std::to_array<std::string_view>(
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_0123456789";
     const bool digit = !name.empty() && name.front() >= '0' && name.front() <= '9';
     if (name.empty() || digit || name.find_first_not_of(letters) != std::string::npos ||
-        name.size() > longest_name) {
+        name.size() > longest_label_name) {
         return "a label's name has letters a to z, digits and _, begins with no digit, and has at "
                "most " +
-               std::to_string(longest_name) + " characters";
+               std::to_string(longest_label_name) + " characters";
     }
     if (contains(taken_names, name) || name.starts_with("opcua_") || name.starts_with("__")) {
         return "this label is in use already; take another name, such as plant_" + name;
@@ -65,9 +65,9 @@ void read_labels(const yaml_value& node, sensor_labels& to) {
                     given.fail(problem);
                 }
                 const std::string text = given.text();
-                if (sanitise(text) != text || character_count(text) > longest_value) {
+                if (sanitise(text) != text || character_count(text) > longest_label_value) {
                     given.fail(
-                        "expected a text of at most " + std::to_string(longest_value) +
+                        "expected a text of at most " + std::to_string(longest_label_value) +
                         " characters, in UTF-8, without control characters"
                     );
                 }

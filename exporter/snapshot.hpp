@@ -69,6 +69,7 @@ struct sensor_snapshot {
     std::string kind;
     std::string connection;
     std::chrono::milliseconds interval{};
+    metric_labels labels{}; ///< of the configuration
     sensor_state state = sensor_state::pending;
     std::string identity{}; ///< of the message
     std::string text{};     ///< the message in English

@@ -48,10 +48,14 @@ Serves, on loopback unless the configuration says otherwise:
   /probe?target=HOST:PORT&module=M  scans one server now; module M must allow the target; debug=true adds the log
   /healthz, /readyz                 is the program alive; does each sensor have a result
 
-SIGHUP reads the configuration again: sensors that stay as they were keep their sessions. SIGTERM closes all sessions.
+SIGHUP reads the configuration again: sensors that stay as they were keep their sessions; one with mistakes changes
+nothing. SIGTERM closes all sessions. Standard error has a line when a fault begins and one when it ends.
 
-Configuration (YAML):
+Configuration (YAML); included files have modules, sensors and defaults; what a module or sensor says itself comes first,
+then the defaults of its file, then those of the main file:
   listen: {address: 127.0.0.1, port: 9840}
+  include: conf.d
+  defaults: {interval: 30s, labels: {plant: north}}
   modules:
     boiler:
       kind: custom_sensor
@@ -62,7 +66,7 @@ Configuration (YAML):
     status: {kind: server_status_sensor}
   sensors:
     - {name: boiler-1, module: boiler, target: "10.20.0.7:4840", interval: 10s}
-    - {name: plc-7, module: status, target: "10.20.0.7:4840", interval: 1m})";
+    - {name: plc, module: status, targets: [plc-7.example, plc-8.example], interval: 1m, labels: {line: "1"}})";
 
 } // namespace
 
@@ -104,9 +108,11 @@ void add_serve(CLI::App& program, any_command& chosen) {
     );
     auto& options = given_to<exporter_options>(command, chosen);
     add_option(command, "--config", options.config, "FILE", "Configuration, YAML")->required();
-    command.add_flag("--check", options.check_only, "Only tell whether the configuration is right");
-    constexpr const char* level = "Lines of the module's log on standard error: "
-                                  "error, warning (default), info, debug, or 0 to 7";
+    command.add_flag(
+        "--check", options.check_only, "Only tell all mistakes and warnings of the configuration"
+    );
+    constexpr const char* level = "Lines of the module's log on standard error: error, warning, "
+                                  "info, debug, or 0 to 7; default: warnings, but none of scans";
     add_level_option(command, options.log_level, level);
     command.footer(serve_footer);
 }

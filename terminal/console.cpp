@@ -3,10 +3,12 @@
 #include "host/probe_error.hpp"
 #include "text/terminal_text.hpp"
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -22,6 +24,25 @@ namespace {
 [[nodiscard]] std::string_view environment(const char* name) noexcept {
     const char* value = std::getenv(name);
     return value == nullptr ? "" : value;
+}
+
+/// @return whether standard error goes straight to the journal: $JOURNAL_STREAM names its device
+/// and inode (systemd.exec(5)), and may be inherited by programs that write elsewhere
+[[nodiscard]] bool is_journal() noexcept {
+    struct stat status {};
+    if (fstat(STDERR_FILENO, &status) != 0) {
+        return false;
+    }
+    std::array<char, 64> own{};
+    const int size = std::snprintf(
+        own.data(),
+        own.size(),
+        "%ju:%ju",
+        static_cast<std::uintmax_t>(status.st_dev),
+        static_cast<std::uintmax_t>(status.st_ino)
+    );
+    return size > 0 && environment("JOURNAL_STREAM") ==
+                           std::string_view{own.data(), static_cast<std::size_t>(size)};
 }
 
 } // namespace
@@ -49,13 +70,24 @@ void output::write(std::string_view text) const {
     }
 }
 
-console::console() noexcept : terminal_{isatty(STDERR_FILENO) == 1} {}
+console::console() noexcept : terminal_{isatty(STDERR_FILENO) == 1}, journal_{is_journal()} {}
 
 void console::line(std::string_view text) noexcept {
+    write_line("", text);
+}
+
+void console::line(std::int32_t severity, std::string_view text) noexcept {
+    constexpr std::array<std::string_view, 8> marks{
+        "<0>", "<1>", "<2>", "<3>", "<4>", "<5>", "<6>", "<7>"}; // sd-daemon(3)
+    const auto which = static_cast<std::size_t>(std::clamp(severity, 0, 7));
+    write_line(journal_ ? marks.at(which) : "", text);
+}
+
+void console::write_line(std::string_view begin, std::string_view text) noexcept {
     std::string safe;
     std::string_view shown = "(out of memory)\n";
     try {
-        shown = safe = sanitise(text) + "\n";
+        shown = safe = std::string{begin} + sanitise(text) + "\n";
     } catch (const std::exception&) { // then that is what is shown
     }
     const std::lock_guard lock{mutex_};

@@ -3,6 +3,7 @@
 // terminal, and one notice that is overwritten while something takes long.
 
 #include <cstddef>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -40,6 +41,10 @@ class console final {
     /// @param text not yet sanitised
     void line(std::string_view text) noexcept;
 
+    /// The same, with the severity where standard error is the system's journal.
+    /// @param severity as of syslog, 0 to 7
+    void line(std::int32_t severity, std::string_view text) noexcept;
+
     /// Shows the notice in place of the one before; nothing unless this is a terminal.
     void notice(std::string_view text) noexcept;
     void clear_notice() noexcept;
@@ -59,7 +64,10 @@ class console final {
     void write(std::string_view text) const noexcept;
     void erase_notice() noexcept;
 
+    void write_line(std::string_view begin, std::string_view text) noexcept;
+
     const bool terminal_;
+    const bool journal_;
     std::mutex mutex_;
     bool notice_shown_ = false; // guarded by mutex_
     bool muted_ = false;        // guarded by mutex_
