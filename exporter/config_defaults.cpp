@@ -116,13 +116,13 @@ config_defaults read_defaults(
         given->allow_only({"interval", "labels", "settings"});
         read_interval(*given, result.interval);
         read_labels(*given, result.labels);
-        const auto settings = given->find("settings");
-        if (!settings) {
+        const auto written = given->find("settings");
+        if (!written) {
             return;
         }
         const std::vector<settings_form> forms = forms_of_all_kinds(document);
         auto& layer = result.settings.emplace_back();
-        for (const auto& [name, value] : settings->members()) {
+        for (const auto& [name, value] : written->members()) {
             value.attempt([&, &typed = name, &place = value] {
                 layer.push_back({typed, {read_setting(forms, typed, place, values), place}});
             });
