@@ -21,12 +21,12 @@ using enum access;
 /// What a plant shows: most of it moves.
 rows moving_rows() {
     return {
-        {"ns=2;s=Boiler.Temperature", "Boiler", "Boiler Temperature", "Water temperature, °C", value_of(72.5), wave},
-        {"ns=2;s=Boiler.Pressure", "Boiler", "Boiler Pressure", "Steam pressure, bar", value_of(2.5F), wave},
+        {"ns=2;s=Boiler.Temperature", "Boiler", "Boiler Temperature", "Water temperature, °C", value_of(72.5), wave, read_only, {"°C", "CEL"}},
+        {"ns=2;s=Boiler.Pressure", "Boiler", "Boiler Pressure", "Steam pressure, bar", value_of(2.5F), wave, read_only, {"bar", "BAR"}},
         {"ns=2;s=Boiler.Running", "Boiler", "Boiler Running", "Whether the burner is on", value_of(true), toggle},
-        {"ns=2;s=Pump.Speed", "Pump", "Pump Speed", "Shaft speed, 1/min", value_of(int32_t{1480}), wave},
+        {"ns=2;s=Pump.Speed", "Pump", "Pump Speed", "Shaft speed, 1/min", value_of(int32_t{1480}), wave, read_only, {"1/min", "RPM"}},
         {"ns=2;s=Pump.Revolutions", "Pump", "Pump Revolutions", "Turns since the last service", value_of(uint32_t{1'000'000}), count_up},
-        {"ns=2;s=Tank.Level", "Tank", "Tank Level", "Filling level, %", value_of(uint8_t{60}), wave},
+        {"ns=2;s=Tank.Level", "Tank", "Tank Level", "Filling level, %", value_of(uint8_t{60}), wave, read_only, {"%", "P1"}},
         {"ns=2;s=Counter.SByte", "Counter", "Counter SByte", "Counts up, 8 bits signed", value_of(int8_t{-5}), count_up},
         {"ns=2;s=Counter.Int16", "Counter", "Counter Int16", "Counts up, 16 bits signed", value_of(int16_t{-300}), count_up},
         {"ns=2;s=Counter.UInt16", "Counter", "Counter UInt16", "Counts up, 16 bits", value_of(uint16_t{65'530}), count_up},
