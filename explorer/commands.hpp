@@ -17,7 +17,8 @@ inline constexpr std::size_t all_levels = std::numeric_limits<std::size_t>::max(
 struct walk_options {
     std::size_t depth = all_levels; ///< levels below the first node
     std::size_t limit = 10'000;     ///< nodes to look at
-    std::string match{}; ///< only nodes whose names or id contain this are shown; empty: all
+    std::string match{};    ///< only nodes whose names or id contain this are shown; empty: all
+    bool own_nodes = false; ///< also what is below those that each server has about itself
 };
 
 struct browse_options {

@@ -13,9 +13,18 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-[[nodiscard]] bool begins_node_id(std::string_view text) noexcept {
-    constexpr auto keys = std::to_array<std::string_view>({"ns", "nsu", "svr", "i", "s", "g", "b"});
-    return text.starts_with('\'') || text.starts_with('"') || contains(keys, text);
+constexpr auto node_id_keys =
+    std::to_array<std::string_view>({"ns", "nsu", "svr", "i", "s", "g", "b"});
+
+/// @return whether a whole NodeID stands here, in either form, rather than the text of one
+[[nodiscard]] bool is_node_id(std::string_view text) noexcept {
+    if (text.starts_with('\'') || text.starts_with('"')) {
+        return text.ends_with(']');
+    }
+    const std::size_t equals = std::min(text.find('='), text.size());
+    // "ns==" is the base64 of a ByteString.
+    return contains(node_id_keys, text.substr(0, equals)) &&
+           text.find_first_not_of('=', equals) != std::string_view::npos;
 }
 
 /// @param arguments N=text, N one of the channels
@@ -53,9 +62,22 @@ void set(settings& to, const std::string& key, const std::string& text) {
 
 } // namespace
 
+bool begins_node_id(std::string_view text) noexcept {
+    return text.starts_with('\'') || text.starts_with('"') || contains(node_id_keys, text);
+}
+
 channel_argument parse_channel(const std::string& argument) {
     const std::size_t equals = argument.find('=');
     const bool named = equals != std::string::npos && !begins_node_id(argument.substr(0, equals));
+    if (!named && equals != std::string::npos) {
+        const std::string name = argument.substr(0, equals);
+        if (contains(node_id_keys, name) && is_node_id(argument.substr(equals + 1))) {
+            throw usage_error{
+                "--channel " + argument + ": \"" + name + "=\" begins a NodeID, so \"" + name +
+                "\" cannot be the name of a channel; choose another name, such as \"Channel " +
+                name + "\""};
+        }
+    }
     if (named && equals == 0) {
         throw usage_error{"--channel " + argument + ": the name is empty"};
     }

@@ -21,6 +21,7 @@ namespace tarvik::monitoring_modules::probe {
 void add_scan(CLI::App& program, any_command& chosen);
 void add_browse(CLI::App& program, any_command& chosen);
 void add_endpoints(CLI::App& program, any_command& chosen);
+void add_init(CLI::App& program, any_command& chosen);
 void add_serve(CLI::App& program, any_command& chosen);
 void add_trust(CLI::App& program, any_command& chosen);
 void add_certificate(CLI::App& program, any_command& chosen);
@@ -48,6 +49,14 @@ add_option(CLI::App& command, const char* names, Value& to, const char* shape, c
 
 /// Where the server is, security, user, and any setting by its key.
 void add_connection_options(CLI::App& command, connection_arguments& to);
+
+/// What of them is not about where the server is.
+/// @param modes of security that can be chosen
+void add_access_options(
+    CLI::App& command,
+    connection_arguments& to,
+    const std::vector<std::string>& modes = {"none", "sign", "sign_encrypt"}
+);
 
 /// Table or JSON, or what else the command offers.
 CLI::Option* add_format_option(

@@ -11,10 +11,13 @@ The last column of the table is what scan custom_sensor takes as --channel where
 array that is its first element, the others follow as [1], [2] and so on. In a shell it stands between quotes. (+5) tells
 how many nodes directly below a node are not shown.
 
+--format config writes sensors and modules for opcua-probe serve, with units: all numbers and Booleans that are shown.
+
 Examples:
   opcua-probe browse --host plc.example
   opcua-probe browse --host plc.example 'ns=2;s=Boiler' --depth 1
   opcua-probe browse --host plc.example --match temperature
+  opcua-probe browse --host plc.example 'ns=2;s=Boiler' --format config > boiler.yaml
   opcua-probe browse --host plc.example --format json --depth 10 | jq -r 'select(.channel).channel')";
 
 constexpr const char* endpoints_footer = R"(
@@ -80,11 +83,14 @@ void add_browse(CLI::App& program, any_command& chosen) {
     constexpr const char* match =
         "Only nodes whose name or NodeID contains this, in any case, with their paths";
     add_option(command, "--match", options.walk.match, "TEXT", match)->check(refuse_empty);
+    constexpr const char* all =
+        "Also what the server tells about itself, below the nodes of namespace 0";
+    command.add_flag("--all", options.walk.own_nodes, all);
     add_option(command, "--limit", options.walk.limit, "N", "Look at so many nodes at most")
         ->check(CLI::Range(1, 10'000'000))
         ->capture_default_str();
     add_timeout(command, options.timeout);
-    add_format_option(command, options.format);
+    add_format_option(command, options.format, {"table", "json", "config"});
     command.footer(browse_footer);
 }
 

@@ -22,6 +22,7 @@ Examples:
   opcua-probe info custom_sensor --language de
   opcua-probe browse --host 192.0.2.7 --match temperature
   opcua-probe endpoints --host 192.0.2.7
+  opcua-probe init 192.0.2.7 192.0.2.8 --output probe.yaml
   opcua-probe check connection --host 192.0.2.7
   opcua-probe scan custom_sensor --host 192.0.2.7 --channel 'ns=2;s=Boiler.Temperature' --unit 1=°C
   opcua-probe notify --host 192.0.2.7 --target 'ns=2;s=Lamp.Text' --type String --message 'Door open'
@@ -184,6 +185,7 @@ command_line parse_command_line(int count, const char* const* arguments) {
     add_demo(program, line.command);
     add_browse(program, line.command);
     add_endpoints(program, line.command);
+    add_init(program, line.command);
     add_serve(program, line.command);
     add_trust(program, line.command);
     add_certificate(program, line.command);

@@ -2,6 +2,7 @@
 // What a command line asks for.
 
 #include "explorer/commands.hpp"
+#include "explorer/init_command.hpp"
 #include "exporter/exporter.hpp"
 #include "host/probe_error.hpp"
 #include "host/settings_record.hpp"
@@ -82,6 +83,7 @@ using any_command = std::variant<
     demo_options,
     browse_options,
     endpoints_options,
+    init_options,
     exporter_options,
     trust_options,
     certificate_options>;

@@ -33,13 +33,18 @@ output::output() noexcept
 
 std::size_t output::columns() const noexcept {
     constexpr std::size_t without_terminal = 100;
-    constexpr std::size_t narrowest = 40;
     constexpr std::size_t widest = 120;
+    const std::size_t width = table_width();
+    return width == any_width ? without_terminal : std::min(width, widest);
+}
+
+std::size_t output::table_width() const noexcept {
+    constexpr std::size_t narrowest = 40;
     winsize size{};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
-        return without_terminal;
+        return any_width;
     }
-    return std::clamp<std::size_t>(size.ws_col, narrowest, widest);
+    return std::max<std::size_t>(size.ws_col, narrowest);
 }
 
 void output::write(std::string_view text) const {

@@ -2,6 +2,8 @@
 // Standard output: the answers of the program. Standard error: lines for the person at the
 // terminal, and one notice that is overwritten while something takes long.
 
+#include "terminal/table.hpp"
+
 #include <cstddef>
 #include <mutex>
 #include <string>
@@ -24,6 +26,9 @@ class output final {
 
     /// @return how wide lines of running text may be: as the terminal, within what reads well
     [[nodiscard]] std::size_t columns() const noexcept;
+
+    /// @return how wide lines of a table may be: as the terminal; any_width where there is none
+    [[nodiscard]] std::size_t table_width() const noexcept;
 
   private:
     bool colours_;
