@@ -50,7 +50,7 @@ struct init_program : testing::Test {
         int code;
     };
     [[nodiscard]] outcome run(const texts& arguments) const {
-        running_probe program{arguments, state.path()};
+        running_probe program{arguments}; // with the one key pair of all tests
         std::string text = program.read_all();
         return {text, program.exit_code()};
     }
@@ -71,7 +71,8 @@ struct init_program : testing::Test {
         EXPECT_EQ(checked.code, 0) << checked.text << configuration;
     }
 
-    state_for_tests state;
+    state_for_tests state; // for files alone
+    const texts pki{"--pki", state.path() + "/pki"};
     const std::string file = state.path() + "/probe.yaml";
     plant_server plant{{.endpoints = {.none = true, .sign_encrypt = true}, .auto_change = false}};
 };
@@ -97,7 +98,7 @@ TEST_F(init_program, makes_what_serve_runs_with) {
         )
     );
     check(written());
-    const serving_probe serving{as_serve_takes_it(written()), state.path()};
+    const serving_probe serving{as_serve_takes_it(written())};
     EXPECT_TRUE(comes_true([&] { return serving.ask("/readyz").starts_with("HTTP/1.1 200"); }));
     const std::string metrics = serving.ask("/metrics");
     for (const char* sensor : {"status", "certificate", "values"}) {
@@ -145,8 +146,8 @@ TEST_F(init_program, goes_on_where_a_server_is_down) {
 }
 
 TEST_F(init_program, does_not_go_back_to_no_security) {
-    ASSERT_EQ(run({"certificate", "create"}).code, 0);
-    const outcome first = init({address_of(plant)});
+    ASSERT_EQ(run({"certificate", "create", pki[0], pki[1]}).code, 0);
+    const outcome first = init({address_of(plant), pki[0], pki[1]});
     EXPECT_EQ(first.code, 2);
     EXPECT_THAT(first.text, HasSubstr("opcua-probe trust accept " + address_of(plant)));
     EXPECT_THAT(
@@ -163,8 +164,8 @@ TEST_F(init_program, does_not_go_back_to_no_security) {
         reinterpret_cast<const char*>(plant.certificate().data()),
         static_cast<std::streamsize>(plant.certificate().size())
     );
-    ASSERT_EQ(run({"trust", "add", der}).code, 0);
-    const outcome second = init({address_of(plant), "--force"});
+    ASSERT_EQ(run({"trust", "add", der, pki[0], pki[1]}).code, 0);
+    const outcome second = init({address_of(plant), "--force", pki[0], pki[1]});
     EXPECT_EQ(second.code, 0) << second.text;
     EXPECT_THAT(second.text, HasSubstr("security sign_encrypt, 10 values"));
     EXPECT_THAT(written(), HasSubstr("custom_sensor"));
