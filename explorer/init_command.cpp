@@ -33,6 +33,10 @@ connection_to(const std::string& server, const connection_arguments& access) {
         throw usage_error{server + ": expected HOST, HOST:PORT or opc.tcp://HOST:PORT"};
     }
     connection.port = *port;
+    constexpr std::string_view scheme = "opc.tcp://";
+    const std::size_t begin = server.starts_with(scheme) ? scheme.size() : 0;
+    const std::size_t slash = server.find('/', begin);
+    connection.path = slash == std::string::npos ? "" : server.substr(slash + 1);
     return connection;
 }
 

@@ -224,6 +224,8 @@ TEST_F(init_program, takes_the_nodes_that_were_chosen) {
     );
     check(written());
     EXPECT_EQ(init({address_of(plant), "--force", "--node", "ns=2;x=1"}).code, 64);
+    EXPECT_EQ(init({"opc.tcp://" + address_of(plant) + "/line/1", "--force"}).code, 0);
+    EXPECT_THAT(written(), HasSubstr("server_name: \"line/1\""));
     EXPECT_EQ(init({address_of(plant), "--force", "--node", "ns=2;s=Nowhere"}).code, 2);
 }
 
