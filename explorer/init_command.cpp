@@ -47,7 +47,8 @@ class configuration_maker final {
           options_{options},
           judge_{options.access, context.terminal} {
         plan_.pki = pki_of(options.access);
-        has_certificate_ = !options.access.client_certificate_file.empty() ||
+        const settings given = given_settings(options.access, [](const std::string&) {});
+        has_certificate_ = given.contains(keys::certificate) ||
                            pki_folder{pki_path(options.access.pki)}.own().has_value();
     }
 
