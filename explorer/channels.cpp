@@ -114,13 +114,23 @@ void number(std::vector<naming>& all) {
     }
 }
 
+/// @param element of an array
+[[nodiscard]] chosen_channel channel_of(const found_node& node, std::size_t element) {
+    const std::string unit = node.value.boolean ? "" : sanitise(node.unit);
+    return {
+        "",
+        node.value.length ? quoted_id(node.node_id, element) : node.node_id,
+        std::string{first_characters(unit, longest_name)},
+        node.value.boolean};
+}
+
 } // namespace
 
 std::string channel_text(const found_node& node) {
     if (!can_be_written(node.node_id) || node.value.length == 0) {
         return "";
     }
-    const std::string text = node.value.length ? quoted_id(node.node_id, 0) : node.node_id;
+    std::string text = node.value.length ? quoted_id(node.node_id, 0) : node.node_id;
     if (text.empty() || !node.display_name.empty()) {
         return text;
     }
@@ -137,29 +147,21 @@ bool gives_channels(const found_node& node) {
 channel_choice choose_channels(const std::vector<found_node>& nodes, std::size_t most) {
     channel_choice choice;
     std::vector<naming> names;
-    for (const found_node& node : nodes) {
-        if (!gives_channels(node)) {
-            continue;
+    const auto take = [&](const found_node& node, std::size_t element) {
+        choice.more = choice.more || names.size() >= most;
+        if (!choice.more) {
+            const std::string index = "[" + std::to_string(element) + "]";
+            names.push_back(naming_of(node, node.value.length ? index : ""));
+            choice.channels.push_back(channel_of(node, element));
         }
-        const bool array = node.value.length.has_value();
-        const std::size_t length = node.value.length.value_or(1);
+    };
+    for (const found_node& node : nodes) {
+        const std::size_t length = gives_channels(node) ? node.value.length.value_or(1) : 0;
         choice.elements_left = choice.elements_left || length > most_elements;
         for (std::size_t i = 0; i < std::min(length, most_elements); ++i) {
-            if (is_too_large(array ? node.value.json.at(i) : node.value.json)) {
-                continue;
+            if (!is_too_large(node.value.length ? node.value.json.at(i) : node.value.json)) {
+                take(node, i);
             }
-            if (names.size() >= most) {
-                choice.more = true;
-                break;
-            }
-            names.push_back(naming_of(node, array ? "[" + std::to_string(i) + "]" : ""));
-            const std::string unit = node.value.boolean ? "" : sanitise(node.unit);
-            choice.channels.push_back(
-                {"",
-                 array ? quoted_id(node.node_id, i) : node.node_id,
-                 std::string{first_characters(unit, longest_name)},
-                 node.value.boolean}
-            );
         }
     }
     tell_apart(names);
