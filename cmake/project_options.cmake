@@ -47,9 +47,16 @@ if(OPCUA_SANITIZERS)
         project_options INTERFACE -fsanitize=${OPCUA_SANITIZERS} -fno-omit-frame-pointer
                                   -fno-sanitize-recover=all
                                   # A third of the compile time of the build type's -O2 -g; traces still name lines.
-                                  -O0 -g1
+                                  -O$<IF:$<BOOL:${OPCUA_FUZZ}>,1,0> -g1
     )
     target_link_options(project_options INTERFACE -fsanitize=${OPCUA_SANITIZERS})
+endif()
+if(OPCUA_FUZZ)
+    # The module's document is measured at compile time, text by text, which clang takes for an endless loop.
+    target_compile_options(
+        project_options INTERFACE -fsanitize=fuzzer-no-link
+                                  $<$<COMPILE_LANGUAGE:CXX>:-fconstexpr-steps=100000000>
+    )
 endif()
 if(CMAKE_UNITY_BUILD)
     # Sources that are compiled as one see each other's names; the other builds tell of what a source itself shadows.
