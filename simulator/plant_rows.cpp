@@ -33,6 +33,7 @@ rows moving_rows() {
         {"ns=2;s=Counter.Int64", "Counter", "Counter Int64", "Counts up, 64 bits signed", value_of(int64_t{-9'000'000'000}), count_up},
         {"ns=2;s=Counter.UInt64", "Counter", "Counter UInt64", "Counts up, 64 bits", value_of(uint64_t{9'000'000'000}), count_up},
         {"ns=2;s=Clock.Now", "Clock", "Clock Now", "The plant's clock, UTC", date_time(0), clock},
+        {"ns=2;s=Clock.Milliseconds", "Clock", "Clock Milliseconds", "The plant's clock, ms since 1970", value_of(int64_t{0}), clock},
         {"ns=2;i=1001", "Numbered", "Numbered Flow", "Flow with a numeric node id, l/min", value_of(12.5), wave},
         {"ns=2;i=1002", "Numbered", "Numbered Parts", "Parts made, with a numeric node id", value_of(uint32_t{4711}), count_up},
         {"ns=2;g=09087e75-8e5e-499b-954f-f2a9603db28a", "Numbered", "Guid Torque", "Torque with a GUID node id, Nm", value_of(3.5F), wave},

@@ -13,10 +13,16 @@ constexpr std::chrono::milliseconds step_interval{500};
 constexpr std::uint16_t first_own_namespace = 2;
 
 plant_node::source source_of(const plant_row& row) {
-    if (row.moves == motion::clock) {
+    if (row.moves != motion::clock) {
+        return {};
+    }
+    if (row.value->type == &UA_TYPES[UA_TYPES_DATETIME]) {
         return [](UA_Server*) { return reading{date_time(UA_DateTime_now())}; };
     }
-    return {};
+    return [](UA_Server*) {
+        const UA_DateTime passed = UA_DateTime_now() - UA_DATETIME_UNIX_EPOCH;
+        return reading{value_of(std::int64_t{passed / UA_DATETIME_MSEC})};
+    };
 }
 
 /// A node of the server itself, which the stack has put into its place.

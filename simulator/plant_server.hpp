@@ -116,6 +116,9 @@ class plant_server final {
     /// Nodes that set_value() has set keep their values either way.
     void set_diagnostics(bool enabled) { state_.diagnostics = enabled; }
 
+    /// The server's clock (CurrentTime, not the plant's own clocks) goes wrong by this much more.
+    void step_clock(std::chrono::seconds by) { state_.clock_error += by.count() * UA_DATETIME_SEC; }
+
     /// All changing values move one step on; the same number of steps always gives the same values
     /// (clocks aside).
     void advance(unsigned steps = 1);
