@@ -12,7 +12,8 @@ from schedule import Fault
 
 LONGEST_ATTEMPT = 15.0  # seconds; one that began in a fault may end after it: time-outs of 5 s each
 LONGEST_WAIT = 60.0  # of serve between two attempts
-SLOW_MACHINE = 10.0  # seconds that scans may be late for no fault of anybody
+SLOW_MACHINE = 10.0  # seconds that scans may be late for no fault of anybody, and twice what the machine stood still
+STANDSTILL = 1.0  # seconds that this process was not run: then the others may have missed their time-outs as well
 SETTLED_AFTER = 15.0  # seconds after a fault: by then, servers have let go of sessions without clients
 
 
@@ -48,6 +49,8 @@ class Judge:
         self.by_address = {address: number for number, address in enumerate(plant.addresses)}
         self.start = time.time()
         self.failures, self.seen = [], set()
+        self.standstills = collections.deque(maxlen=1000)  # (end, seconds)
+        self.doubtful, self.excused = [], 0  # failures that a slow machine may explain: (when, arguments of fail)
         self.failing = set()  # serve's sensors, by name
         self.seen_scans = {}  # serve's, by sensor: when the last one ended, and its value
         self.since = {}  # of serve's connections: when they came into their state, and whether that is ready
@@ -55,7 +58,7 @@ class Judge:
         # sensor alone has no value.
         self.episodes, self.reasons, self.sensor_episodes = 0, 0, 0
         self.scans_of_host, self.stale_of_host, self.bad_of_host = {}, {}, {}
-        self.recoveries = collections.defaultdict(list)  # by kind and who: (seconds, intervals, from the announced attempt)
+        self.recoveries = collections.defaultdict(list)  # by kind and who: (seconds, intervals, since the announcement)
         self.lost = collections.defaultdict(lambda: [0, 0])  # by kind: faults, failed scans of the host
         self.judged = collections.Counter()
 
@@ -65,6 +68,26 @@ class Judge:
         if key not in self.seen:
             self.seen.add(key)
             self.failures.append(Failure(check, server, fault, time.time() - self.start, text))
+
+    # A machine that stands still is nobody's fault.
+    def stood_still(self, seconds):
+        self.standstills.append((time.time(), seconds))
+
+    def slow(self, now):
+        return SLOW_MACHINE + 2 * sum(seconds for end, seconds in self.standstills if end > now - LONGEST_WAIT)
+
+    def doubt(self, *failure):
+        """Fails unless the machine turns out to have stood still at that time."""
+        self.doubtful.append((time.time(), failure))
+
+    def settle_doubts(self, now):
+        ripe = [one for one in self.doubtful if one[0] < now - 3]
+        self.doubtful = self.doubtful[len(ripe):]
+        for when, failure in ripe:
+            if any(when - LONGEST_ATTEMPT < end and seconds > STANDSTILL for end, seconds in self.standstills):
+                self.excused += 1
+            else:
+                self.fail(*failure)
 
     # Faults come and go.
     def begin(self, fault):
@@ -103,12 +126,13 @@ class Judge:
             self.judged["lane"] += 1
             server = self.servers[number]
             calm = not server.active and not server.awaited
-            allowed = settings.VALUE_INTERVAL * 2 + SLOW_MACHINE if calm else \
-                LONGEST_WAIT + LONGEST_ATTEMPT + SLOW_MACHINE
+            allowed = settings.VALUE_INTERVAL * 2 + self.slow(now) if calm else \
+                LONGEST_WAIT + LONGEST_ATTEMPT + self.slow(now)
             if now - max(last, server.ended if calm else 0) > allowed:
                 self.fail("lane", number, f"serve has not scanned it for {now - last:.1f} s")
         for number, server in enumerate(self.servers):
             self.see_late(number, server, now)
+        self.settle_doubts(now)
 
     def see_connection(self, number, connection, now):
         server = self.servers[number]
@@ -121,7 +145,7 @@ class Judge:
         announced = connection["next_attempt"] or 0
         if announced > now + LONGEST_WAIT + 1:
             self.fail("wait", number, f"serve waits {announced - now:.1f} s")
-        if server.awaited and now < server.ended + LONGEST_ATTEMPT + SLOW_MACHINE:
+        if server.awaited and now < server.ended + LONGEST_ATTEMPT + self.slow(now):
             server.wait = max(server.wait, announced)
 
     def see_sensor(self, number, who, sensor):
@@ -135,15 +159,15 @@ class Judge:
             self.judged["value"] += good
             # Read between the ends of two scans. Of the former one it may be in the very millisecond of its end.
             if good and (value == old_value or not before <= value <= last):
-                self.fail("old value", number, f"serve shows the value of {value} (ms) for the scan that ended at {last}, "
-                                               f"after the value {old_value} and a scan that ended at {before}")
+                self.fail("old value", number, f"serve shows the value of {value} (ms) for the scan that ended at "
+                                               f"{last}, after the value {old_value} and a scan that ended at {before}")
         server = self.servers[number]
         self.sensor_episodes += not good and self.since[number][1] and sensor["name"] not in self.failing
         (self.failing.discard if good else self.failing.add)(sensor["name"])
         if not good and server.active and server.fault.kind.harmless and last > 1000 * server.began + 500:
-            self.fail("harmless", number, f"serve's {sensor['name']} failed: {sensor['message']}")
+            self.doubt("harmless", number, f"serve's {sensor['name']} failed: {sensor['message']}")
         if not good and not server.active and not server.awaited:
-            self.fail("without a fault", number, f"serve's {sensor['name']} failed: {sensor['message']}")
+            self.doubt("without a fault", number, f"serve's {sensor['name']} failed: {sensor['message']}")
         if good and who in server.awaited and sensor["last_good"] > server.ended:
             interval = settings.VALUE_INTERVAL if who == "value" else settings.STATUS_INTERVAL
             self.recovered(server, who, sensor["last_good"], interval)
@@ -170,12 +194,12 @@ class Judge:
             if new_bad and not server.active and bad_begin > server.ended:
                 server.failed_after.add(bad_begin)
                 if not server.awaited:
-                    self.fail("without a fault", number, f"the host's scan failed: {last['text']}")
+                    self.doubt("without a fault", number, f"the host's scan failed: {last['text']}")
             if new_bad and server.active and server.fault.kind.harmless and bad_begin > server.began:
-                self.fail("harmless", number, f"the host's scan failed: {last['text']}")
+                self.doubt("harmless", number, f"the host's scan failed: {last['text']}")
             if "host" in server.awaited and good_begin > server.ended:
                 self.recovered(server, "host", last["end"] / 1000, settings.HOST_INTERVAL)
-            if now - last["end"] / 1000 > settings.HOST_INTERVAL * 2 + 2 * LONGEST_ATTEMPT + SLOW_MACHINE:
+            if now - last["end"] / 1000 > settings.HOST_INTERVAL * 2 + 2 * LONGEST_ATTEMPT + self.slow(now):
                 self.fail("lane", number, f"the host has not scanned it for {now - last['end'] / 1000:.1f} s")
 
     def recovered(self, server, who, when, interval):
@@ -190,12 +214,13 @@ class Judge:
         for who, interval, begins in (
                 ("value", settings.VALUE_INTERVAL, server.wait), ("status", settings.STATUS_INTERVAL, server.wait),
                 ("host", settings.HOST_INTERVAL, 0)):
-            allowed = max(server.ended + LONGEST_ATTEMPT, begins) + 2 * interval + SLOW_MACHINE
+            allowed = max(server.ended + LONGEST_ATTEMPT, begins) + 2 * interval + self.slow(now)
             if who in server.awaited and now > allowed:
                 self.give_up(number, server, f"{now - server.ended:.1f} s after the end")
 
     def give_up(self, number, server, why):
-        self.fail("recovery", number, f"no good scan of {', '.join(sorted(server.awaited))} since the fault ended: {why}")
+        who = ", ".join(sorted(server.awaited))
+        self.fail("recovery", number, f"no good scan of {who} since the fault ended: {why}")
 
     # Figures for the table.
     def recovery_lines(self):

@@ -70,8 +70,10 @@ class Report:
         for name, one in soak.resources.items():
             print(f"{name}: memory {growth[name]:+.0f} KiB a minute (at most {most:.0f}), "
                   f"files {one.extra_files():+}, threads {min(one.threads_seen)} to {max(one.threads_seen)}")
-        print(f"serve: {self.lines()} log lines; servers were down {judge.episodes} times and then {judge.reasons} times "
-              f"for another reason, sensors alone {judge.sensor_episodes} times")
+        print(f"serve: {self.lines()} log lines; servers were down {judge.episodes} times, then {judge.reasons} "
+              f"times for another reason, sensors alone {judge.sensor_episodes} times")
+        longest = max((seconds for _, seconds in judge.standstills), default=0)
+        print(f"machine: stood still for {longest:.1f} s at most; {judge.excused} failed scans excused by that")
         print(f"judged: {judge.judged['value']} values of serve, {judge.judged['host value']} scans of the host")
 
     def verdict(self):

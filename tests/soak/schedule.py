@@ -61,7 +61,7 @@ def length_of(kind, seconds, dice):
 
 
 def make_schedule(seed, seconds, servers, secured, pause):
-    """`secured`: how many of the servers, the last ones, have a certificate; `pause`: mean seconds between two begins."""
+    """`secured`: how many of the servers, the last ones, have a certificate; `pause`: mean seconds between begins."""
     dice = random.Random(seed)
     faults, now, free_from = [], 0.0, [0.0] * servers
     while True:
