@@ -13,7 +13,7 @@ from schedule import Fault
 LONGEST_ATTEMPT = 15.0  # seconds; one that began in a fault may end after it: time-outs of 5 s each
 LONGEST_WAIT = 60.0  # of serve between two attempts
 SLOW_MACHINE = 10.0  # seconds that scans may be late for no fault of anybody, and twice what the machine stood still
-STANDSTILL = 1.0  # seconds that this process was not run: then the others may have missed their time-outs as well
+STANDSTILL = 1.0  # seconds that serve, the host or the servers were late for the soak: time-outs may have passed as well
 SETTLED_AFTER = 15.0  # seconds after a fault: by then, servers have let go of sessions without clients
 
 
@@ -84,7 +84,7 @@ class Judge:
         ripe = [one for one in self.doubtful if one[0] < now - 3]
         self.doubtful = self.doubtful[len(ripe):]
         for when, failure in ripe:
-            if any(when - LONGEST_ATTEMPT < end and seconds > STANDSTILL for end, seconds in self.standstills):
+            if any(when - LONGEST_ATTEMPT < end and seconds >= STANDSTILL for end, seconds in self.standstills):
                 self.excused += 1
             else:
                 self.fail(*failure)
