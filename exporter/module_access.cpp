@@ -18,7 +18,13 @@ thread_local call_notes* open_notes = nullptr;
 /// Has the calls of this thread noted while it lives.
 class note_taking final {
   public:
-    explicit note_taking(call_notes& to) noexcept { open_notes = &to; }
+    /// @param shown lines up to this severity are wanted in any case
+    note_taking(call_notes& to, const framework_functions& framework, std::int32_t shown) noexcept {
+        open_notes = &to;
+        if (framework.set_log_threshold != nullptr) { // else lines are made only to be dropped
+            framework.set_log_threshold(to.keep_lines ? severity_debug : shown);
+        }
+    }
     ~note_taking() { open_notes = nullptr; }
     note_taking(const note_taking&) = delete;
     note_taking& operator=(const note_taking&) = delete;
@@ -64,12 +70,12 @@ void called_module::take(log_line&& line) const {
 }
 
 module_answer called_module::create(std::int32_t id, const std::string& record, call_notes& notes) {
-    const note_taking open{notes};
+    const note_taking open{notes, framework(), shown_};
     return answer_of(id, module_.create_sensor(id, record));
 }
 
 module_answer called_module::scan(std::int32_t id, call_notes& notes) {
-    const note_taking open{notes};
+    const note_taking open{notes, framework(), shown_};
     return answer_of(id, module_.scan_sensor(id));
 }
 
