@@ -18,8 +18,9 @@ constexpr unsigned most_doublings = 6; // 2^6 s are more than the longest wait
     return static_cast<std::uint32_t>(std::hash<std::string>{}(name));
 }
 
-/// Sensors are spread over their interval, in a hundred steps that are the same for all connections:
-/// those of one step are scanned in one go, which costs less than to wake up for each of them.
+/// Sensors are spread over their interval, in a hundred steps that are the same for all
+/// connections: those of one step are scanned in one go, which costs less than to wake up for each
+/// of them.
 [[nodiscard]] time_source::time_point anchor_of(const sensor_plan& plan) {
     constexpr unsigned steps = 100;
     return time_source::time_point{} - plan.interval * (seed_of(plan.name) % steps) / steps;
@@ -214,6 +215,7 @@ void server_connection::resolve(const sensor_plan& plan, sensor_fault& fault) co
 
 void server_connection::settle(member& one, const scan_outcome& outcome, time_point started) {
     const std::lock_guard lock{mutex_};
+    const bool was_well = is_well();
     const bool had_session = status_.session;
     if (!one.expires) {
         context_.shown.put(outcome.shown, !outcome.fault);
@@ -239,7 +241,13 @@ void server_connection::settle(member& one, const scan_outcome& outcome, time_po
     if (had_session != status_.session) {
         context_.own.session_changed(status_.name, status_.session);
     }
-    show_connection();
+    if (!was_well || !is_well()) { // else nothing of it has changed
+        show_connection();
+    }
+}
+
+bool server_connection::is_well() const {
+    return status_.session && status_.state == connection_state::ready && !status_.fault;
 }
 
 /// Keeps to the interval, whatever a scan took; a scan that could not begin in time is left out.

@@ -75,6 +75,7 @@ class server_connection final : public timed_task {
     void plan_next(member& one, time_point started);
     void become(connection_state state, const std::optional<sensor_fault>& fault);
     void show_connection();
+    [[nodiscard]] bool is_well() const;
 
     const scan_context context_;
     mutable std::mutex mutex_; // guards all that follows, but for the sensors themselves

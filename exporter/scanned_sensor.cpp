@@ -42,7 +42,7 @@ scanned_sensor::scanned_sensor(const scan_context& context, std::int32_t id, sen
       plan_{std::move(plan)},
       memory_{context.document},
       shown_{std::make_shared<const sensor_snapshot>(sensor_snapshot{
-          id_, plan_.name, plan_.kind, plan_.connection, plan_.interval})} {}
+          {id_, plan_.name, plan_.kind, plan_.connection, plan_.interval}})} {}
 
 scanned_sensor::~scanned_sensor() {
     if (created_) {
@@ -53,7 +53,8 @@ scanned_sensor::~scanned_sensor() {
 scan_outcome scanned_sensor::scan(bool keep_log) {
     scan_outcome outcome{.notes = {.keep_lines = keep_log}};
     const auto start = context_.time.now();
-    const auto next = std::make_shared<sensor_snapshot>(*shown_);
+    const sensor_head& before = *shown_;
+    const auto next = std::make_shared<sensor_snapshot>(sensor_snapshot{before});
     judged_call trust{plan_.trust};
     try {
         outcome.fault = create_and_scan(*next, outcome.notes);
@@ -67,6 +68,7 @@ scan_outcome scanned_sensor::scan(bool keep_log) {
             outcome.fault->connection = connection_state::untrusted_server;
         }
         show_fault(*next, *outcome.fault);
+        next->channels = shown_->channels;
     } else {
         next->last_good = next->last_scan;
         next->stale = false;

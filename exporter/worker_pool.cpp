@@ -9,9 +9,7 @@ namespace tarvik::monitoring_modules::probe {
 namespace {
 
 void wait_until(
-    std::unique_lock<std::mutex>& lock,
-    std::condition_variable& called,
-    timed_task::time_point end
+    std::unique_lock<std::mutex>& lock, std::condition_variable& called, timed_task::time_point end
 ) {
     if (end == timed_task::never) {
         called.wait(lock);
@@ -128,9 +126,8 @@ worker_pool::time_point worker_pool::first_due() const {
 
 worker_pool::time_point worker_pool::latest_start() const {
     const time_point due = first_due();
-    return due == timed_task::never
-               ? due
-               : std::max(due, std::chrono::steady_clock::now()) + patience;
+    return due == timed_task::never ? due
+                                    : std::max(due, std::chrono::steady_clock::now()) + patience;
 }
 
 void worker_pool::run_first(std::unique_lock<std::mutex>& lock) {

@@ -38,9 +38,13 @@ namespace {
 }
 
 /// @return whether the shown value is the number that came, rounded or not
-[[nodiscard]] bool tells_raw(const channel_view& view) {
-    const std::string unscaled = format_value(view.raw, channel_unit{}, 1).number;
-    return !view.difference && !view.lookup_text && view.value.number == unscaled;
+[[nodiscard]] bool tells_raw(const channel_view& view, const channel_definition& definition) {
+    if (view.difference || view.lookup_text) {
+        return false;
+    }
+    constexpr auto no_unit = static_cast<std::int64_t>(unit_code::custom);
+    const bool as_it_came = definition.multiplier == 1.0 && definition.unit.code == no_unit;
+    return as_it_came || view.value.number == format_value(view.raw, channel_unit{}, 1).number;
 }
 
 } // namespace
@@ -76,11 +80,13 @@ std::optional<double> channel_memory::growth(
 channel_view channel_memory::view(
     const channel_value& channel, std::chrono::steady_clock::time_point when
 ) const {
-    channel_definition definition;
-    definition.name = "channel " + std::to_string(channel.id) + " (not defined)";
-    if (const auto defined = definitions_.find(channel.id); defined != definitions_.end()) {
-        definition = defined->second;
+    const auto defined = definitions_.find(channel.id);
+    channel_definition unknown;
+    if (defined == definitions_.end()) {
+        unknown.name = "channel " + std::to_string(channel.id) + " (not defined)";
     }
+    const channel_definition& definition =
+        defined == definitions_.end() ? unknown : defined->second;
     channel_view result;
     result.id = channel.id;
     result.name = definition.name;
@@ -105,7 +111,7 @@ channel_view channel_memory::view(
             result.state = std::max(result.state, looked_up->state);
         }
     }
-    result.raw_is_shown = tells_raw(result);
+    result.raw_is_shown = tells_raw(result, definition);
     return result;
 }
 
