@@ -36,7 +36,7 @@ void enrich(ordered_json& channel, const channel_view& view) {
 
 std::string
 scan_json(const scan_result& result, const std::vector<channel_view>& channels, std::size_t scan) {
-    ordered_json document = *result.sent;
+    ordered_json document = ordered_json::parse(*result.sent);
     document["scan"] = scan;
     document["state"] = name_of(result.state);
     for (std::size_t i = 0; i < channels.size(); ++i) {
@@ -46,7 +46,7 @@ scan_json(const scan_result& result, const std::vector<channel_view>& channels, 
 }
 
 std::string check_json(const check_result& result, const std::vector<log_line>& log) {
-    ordered_json document = *result.sent;
+    ordered_json document = ordered_json::parse(*result.sent);
     ordered_json& lines = document["log"] = ordered_json::array();
     for (const auto& [source, severity, text] : log) {
         lines.push_back({{"source", source}, {"severity", severity}, {"text", text}});
@@ -56,7 +56,8 @@ std::string check_json(const check_result& result, const std::vector<log_line>& 
 
 std::string
 notification_json(const notification_response* response, const notification_outcome& outcome) {
-    ordered_json document = response == nullptr ? ordered_json::object() : *response->sent;
+    ordered_json document =
+        response == nullptr ? ordered_json::object() : ordered_json::parse(*response->sent);
     document["status"] = outcome.status;
     document["written"] = outcome.written;
     if (!outcome.written) {
