@@ -6,6 +6,7 @@
 #include "exporter/own_metrics.hpp"
 #include "exporter/routes.hpp"
 #include "exporter/scheduler.hpp"
+#include <sys/resource.h>
 #include <systemd/sd-daemon.h>
 
 #include <malloc.h>
@@ -27,6 +28,16 @@ constexpr auto time_to_stop = 20s; // the longest scan takes some 15 s
 /// service manager's concern: without the word it ends the service by itself.
 void notify_service_manager(const std::string& lines) {
     static_cast<void>(sd_notify(0, lines.c_str()));
+}
+
+/// Each session takes two descriptors, and the usual limit of a login, 1024, is there for programs
+/// that use select(). Where it may not be raised it stays.
+void allow_many_descriptors() noexcept {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
+        limit.rlim_cur = limit.rlim_max;
+        static_cast<void>(setrlimit(RLIMIT_NOFILE, &limit));
+    }
 }
 
 [[nodiscard]] std::string url_of(const http_settings& listen, std::uint16_t port) {
@@ -162,6 +173,7 @@ exit_code run_exporter(
     // Each thread would get a heap of its own, of which little is ever used.
     // NOLINTNEXTLINE(concurrency-mt-unsafe): there are no other threads yet
     static_cast<void>(mallopt(M_ARENA_MAX, 2));
+    allow_many_descriptors();
     exporter_service service{module, options, terminal};
     if (options.check_only) {
         service.check();
