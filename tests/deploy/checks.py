@@ -6,6 +6,7 @@ import re
 import shutil
 import subprocess
 
+from shard_checks import check_two_probes  # noqa: F401
 from stage import PROMETHEUS, ROOT, as_secured, comes_true, find_tool
 
 DASHBOARD = ROOT / "packaging/grafana/opcua-overview.json"

@@ -63,6 +63,16 @@ def comes_true(condition, seconds=60):
     return result
 
 
+def ask(url, parameters):
+    with urllib.request.urlopen(url + "?" + urllib.parse.urlencode(parameters), timeout=20) as answer:
+        return json.load(answer)["data"]
+
+
+def query_of(address, expression):
+    """What a Prometheus knows now."""
+    return ask(f"http://{address}/api/v1/query", {"query": expression})["result"]
+
+
 def as_secured(text):
     """A configuration with the lines that are comments for those who need no TLS."""
     return re.sub(r"^( +)# (?=scheme:|tls_config:|basic_auth:)", r"\1", text, flags=re.MULTILINE)
@@ -145,9 +155,7 @@ class Stage(contextlib.ExitStack):
                 return refusal.code, refusal.read().decode()
 
     def ask_prometheus(self, path, **parameters):
-        url = self.prometheus + path + "?" + urllib.parse.urlencode(parameters)
-        with urllib.request.urlopen(url, timeout=20) as answer:
-            return json.load(answer)["data"]
+        return ask(self.prometheus + path, parameters)
 
     def query(self, expression):
         return self.ask_prometheus("query", query=expression)["result"]
