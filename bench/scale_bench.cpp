@@ -221,6 +221,22 @@ void print_gaps(const plant_farm& farm, const probe_process& probe, const char* 
     );
 }
 
+/// What a page gets that is open, each two seconds.
+void print_update(const probe_process& probe) {
+    const std::string mark = "\"revision\":";
+    const std::string all = probe.get("/api/state");
+    const std::size_t at = all.find(mark) + mark.size();
+    std::this_thread::sleep_for(std::chrono::seconds{2});
+    const auto start = clock::now();
+    const std::string update =
+        probe.get("/api/state?since=" + all.substr(at, all.find_first_of(",}", at) - at));
+    std::printf(
+        "  an update of the page after 2 s: %.1f MiB in %.0f ms\n",
+        static_cast<double>(update.size()) / 1024 / 1024,
+        milliseconds{clock::now() - start}.count()
+    );
+}
+
 } // namespace
 
 bool print_scale(const plant_farm& farm, const scale_size& size) {
@@ -249,6 +265,7 @@ bool print_scale(const plant_farm& farm, const scale_size& size) {
     const double before_requests = probe.resident_mib();
     print_gaps(farm, probe, "/metrics");
     print_gaps(farm, probe, "/api/state");
+    print_update(probe);
     const std::string metrics = probe.get("/metrics");
     std::printf(
         "  series: %zu\n  memory: %.0f MiB, after these requests %.0f MiB (goal 1024)%s\n",
