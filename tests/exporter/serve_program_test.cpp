@@ -2,7 +2,6 @@
 
 #include "simulator/plant_server.hpp"
 #include "tests/exporter/serving_probe.hpp"
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -40,24 +39,6 @@ modules:
            ", target: \"127.0.0.1:" + std::to_string(plant.port()) + "\", interval: 200ms" + more +
            "}\n";
 }
-
-/// Lowers what this process and its children may open, for as long as it lives.
-class few_descriptors final {
-  public:
-    few_descriptors() {
-        getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit few{256, before_.rlim_max};
-        EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-    }
-    ~few_descriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
-    few_descriptors(const few_descriptors&) = delete;
-    few_descriptors& operator=(const few_descriptors&) = delete;
-
-    [[nodiscard]] std::string most() const { return std::to_string(before_.rlim_max); }
-
-  private:
-    rlimit before_{};
-};
 
 /// What a service manager is told.
 class notify_socket final {
@@ -259,12 +240,6 @@ TEST_F(serving, ends_in_time_although_a_server_is_frozen) {
     EXPECT_LT(clock::now() - start, 25s);
     EXPECT_TRUE(comes_true([&] { return other_.session_count() == 0; }));
     plant_.thaw();
-}
-
-TEST_F(serving, takes_as_many_descriptors_as_it_may_have) {
-    const few_descriptors limit;
-    const serving_probe started{""};
-    EXPECT_EQ(std::stod(started.metric("process_max_fds")), std::stod(limit.most()));
 }
 
 TEST_F(serving, tells_a_service_manager_when_it_serves_and_when_it_ends) {
