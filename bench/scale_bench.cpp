@@ -256,11 +256,11 @@ bool print_scale(const plant_farm& farm, const scale_size& size) {
         farm.resident_mib()
     );
     const probe_process probe{configuration(ports, size)};
-    bare_fleet bare{ports};
     if (!wait_for_values(probe, size)) {
         std::puts("  NOT all sensors have values");
         return false;
     }
+    bare_fleet bare{ports}; // not while the probe connects, too
     print_scans(probe, bare, size);
     const double before_requests = probe.resident_mib();
     print_gaps(farm, probe, "/metrics");
