@@ -23,11 +23,13 @@ include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
 check_pie_supported()
 check_cxx_compiler_flag(-fcf-protection=full OPCUA_HAS_CF_PROTECTION)
+check_cxx_compiler_flag(-mbranch-protection=standard OPCUA_HAS_BRANCH_PROTECTION) # the same on ARM
 check_cxx_compiler_flag(-fstack-clash-protection OPCUA_HAS_STACK_CLASH_PROTECTION)
 target_compile_options(
     project_options
     INTERFACE -fstack-protector-strong
               $<$<BOOL:${OPCUA_HAS_CF_PROTECTION}>:-fcf-protection=full>
+              $<$<BOOL:${OPCUA_HAS_BRANCH_PROTECTION}>:-mbranch-protection=standard>
               $<$<BOOL:${OPCUA_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>
 )
 target_link_options(project_options INTERFACE -Wl,-z,relro -Wl,-z,now)
