@@ -1,5 +1,6 @@
 #include "bench/exporter_bench.hpp"
 
+#include "bench/metrics_text.hpp"
 #include "bench/probe_process.hpp"
 #include "bench/report.hpp"
 
@@ -39,28 +40,6 @@ std::string configuration(
                 "\", interval: " + std::to_string(interval.count()) + "s}\n";
     }
     return text;
-}
-
-/// @return the sum of all series of one name
-double sum_of(const std::string& metrics, const std::string& name) {
-    double sum = 0;
-    for (std::size_t at = metrics.find("\n" + name); at != std::string::npos;
-         at = metrics.find("\n" + name, at + 1)) {
-        const std::size_t after = at + 1 + name.size();
-        const std::size_t end = metrics.find('\n', after);
-        if (metrics[after] == '{' || metrics[after] == ' ') {
-            sum += std::stod(metrics.substr(metrics.rfind(' ', end)));
-        }
-    }
-    return sum;
-}
-
-std::size_t series_of(const std::string& metrics) {
-    std::size_t lines = 0;
-    for (std::size_t at = 0; at < metrics.size(); at = metrics.find('\n', at) + 1) {
-        lines += metrics[at] == '#' ? 0 : 1;
-    }
-    return lines;
 }
 
 const char* verdict(bool met) {

@@ -149,4 +149,19 @@ double probe_process::cpu_seconds() const {
     return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
+std::uint64_t probe_process::context_switches() const {
+    std::uint64_t sum = 0;
+    const std::string threads = "/proc/" + std::to_string(child_) + "/task";
+    for (const auto& thread : std::filesystem::directory_iterator{threads}) {
+        std::ifstream file{thread.path() / "status"};
+        for (std::string line; std::getline(file, line);) {
+            const std::size_t name = line.find("ctxt_switches:");
+            if (name != std::string::npos) {
+                sum += std::stoull(line.substr(line.find(':') + 1));
+            }
+        }
+    }
+    return sum;
+}
+
 } // namespace tarvik::bench

@@ -29,6 +29,9 @@ class probe_process final {
     /// @return seconds of CPU that it has used
     [[nodiscard]] double cpu_seconds() const;
 
+    /// @return how often its threads have waited or were interrupted
+    [[nodiscard]] std::uint64_t context_switches() const;
+
   private:
     std::string folder_;
     pid_t child_ = -1;

@@ -23,11 +23,13 @@ include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
 check_pie_supported()
 check_cxx_compiler_flag(-fcf-protection=full OPCUA_HAS_CF_PROTECTION)
+check_cxx_compiler_flag(-mbranch-protection=standard OPCUA_HAS_BRANCH_PROTECTION) # the same on ARM
 check_cxx_compiler_flag(-fstack-clash-protection OPCUA_HAS_STACK_CLASH_PROTECTION)
 target_compile_options(
     project_options
     INTERFACE -fstack-protector-strong
               $<$<BOOL:${OPCUA_HAS_CF_PROTECTION}>:-fcf-protection=full>
+              $<$<BOOL:${OPCUA_HAS_BRANCH_PROTECTION}>:-mbranch-protection=standard>
               $<$<BOOL:${OPCUA_HAS_STACK_CLASH_PROTECTION}>:-fstack-clash-protection>
 )
 target_link_options(project_options INTERFACE -Wl,-z,relro -Wl,-z,now)
@@ -47,9 +49,16 @@ if(OPCUA_SANITIZERS)
         project_options INTERFACE -fsanitize=${OPCUA_SANITIZERS} -fno-omit-frame-pointer
                                   -fno-sanitize-recover=all
                                   # A third of the compile time of the build type's -O2 -g; traces still name lines.
-                                  -O0 -g1
+                                  -O$<IF:$<BOOL:${OPCUA_FUZZ}>,1,0> -g1
     )
     target_link_options(project_options INTERFACE -fsanitize=${OPCUA_SANITIZERS})
+endif()
+if(OPCUA_FUZZ)
+    # The module's document is measured at compile time, text by text, which clang takes for an endless loop.
+    target_compile_options(
+        project_options INTERFACE -fsanitize=fuzzer-no-link
+                                  $<$<COMPILE_LANGUAGE:CXX>:-fconstexpr-steps=100000000>
+    )
 endif()
 if(CMAKE_UNITY_BUILD)
     # Sources that are compiled as one see each other's names; the other builds tell of what a source itself shadows.

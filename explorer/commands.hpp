@@ -17,7 +17,8 @@ inline constexpr std::size_t all_levels = std::numeric_limits<std::size_t>::max(
 struct walk_options {
     std::size_t depth = all_levels; ///< levels below the first node
     std::size_t limit = 10'000;     ///< nodes to look at
-    std::string match{}; ///< only nodes whose names or id contain this are shown; empty: all
+    std::string match{};    ///< only nodes whose names or id contain this are shown; empty: all
+    bool own_nodes = false; ///< also what is below those that each server has about itself
 };
 
 struct browse_options {
@@ -46,6 +47,6 @@ struct endpoints_options {
 /// @return the certificates of a server's endpoints in DER, each once; they may be anything
 /// @throws probe_error (error) when the server does not answer
 [[nodiscard]] std::vector<std::string>
-fetch_certificates(console& terminal, const std::string& host, std::uint16_t port);
+fetch_certificates(console& terminal, const named_server& server);
 
 } // namespace tarvik::monitoring_modules::probe

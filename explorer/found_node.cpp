@@ -28,7 +28,6 @@ using nlohmann::ordered_json;
 constexpr std::size_t longest_path = 4096;
 // An identifier has at most 4096 characters, a ByteString as base64 a third more.
 constexpr std::size_t longest_node_id = 8192;
-constexpr std::size_t longest_channel_name = 32; // characters that the module takes
 
 [[nodiscard]] std::string expanded_text(const UA_ExpandedNodeId& id) {
     opcua::ua_string text;
@@ -36,14 +35,6 @@ constexpr std::size_t longest_channel_name = 32; // characters that the module t
         throw std::bad_alloc{};
     }
     return std::string{opcua::view_of(*text)};
-}
-
-/// The name of a channel whose node has none: what the argument's form allows of its browse name.
-[[nodiscard]] std::string channel_name(const found_node& node) {
-    std::string name = is_utf8(node.plain_name) ? node.plain_name : "";
-    std::ranges::replace(name, '=', '_');
-    name.resize(first_characters(name, longest_channel_name).size());
-    return name.empty() ? "Channel" : name;
 }
 
 constexpr std::size_t json_elements = 100;
@@ -162,6 +153,10 @@ constexpr std::pair<UA_DataTypeKind, json_reader> json_readers[] = {
     return is_text ? '"' + text + '"' : text;
 }
 
+[[nodiscard]] std::string meaning_of(const UA_EnumValueType& value) {
+    return limited(opcua::view_of(value.displayName.text), 100);
+}
+
 /// @return "[4]", "[2x3]"
 [[nodiscard]] std::string shape_of(const UA_Variant& value) {
     std::string lengths;
@@ -206,11 +201,16 @@ node_value read_value(const UA_Variant& value) {
     if (opcua::is_scalar(value)) {
         read.json = element_json(value.data, *value.type);
         read.text = element_text(read.json, *value.type);
+        if (value.type == &UA_TYPES[UA_TYPES_ENUMVALUETYPE]) {
+            read.meaning = meaning_of(as<UA_EnumValueType>(value.data));
+        }
     } else {
         read_array(read, value);
     }
     const auto kind = kind_of(value);
     read.numeric = kind && *kind != opcua::value_kind::string;
+    read.boolean = kind && *kind == opcua::value_kind::boolean;
+    read.time = value.type->typeKind == UA_DATATYPEKIND_DATETIME;
     return read;
 }
 
@@ -268,21 +268,6 @@ std::string path_below(const std::string& path, const found_node& node) {
         longer = "…" + std::string{last_bytes(longer, longest_path)};
     }
     return longer;
-}
-
-std::string channel_text(const found_node& node) {
-    std::string text = node.node_id;
-    if (!is_utf8(text) || text.find('\0') != std::string::npos) {
-        return "";
-    }
-    if (node.value.length) {
-        const char quote = text.find('\'') == std::string::npos ? '\'' : '"';
-        if (*node.value.length == 0 || text.find(quote) != std::string::npos) {
-            return "";
-        }
-        text = quote + text + quote + "[0]";
-    }
-    return node.display_name.empty() ? channel_name(node) + "=" + text : text;
 }
 
 bool matches(const found_node& node, std::string_view text) {

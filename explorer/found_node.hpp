@@ -22,6 +22,9 @@ struct node_value {
     std::string shape;                 ///< behind the data type: "[4]", "[2x3]"; empty: no array
     std::optional<std::size_t> length; ///< of an array, in elements
     bool numeric = false;              ///< of a type whose values a custom sensor takes as they are
+    bool boolean = false;              ///< and one of these
+    bool time = false;
+    std::string meaning; ///< of one number of an enumeration, such as "Running"; empty: none
 };
 
 /// Numbers, Booleans and texts as such, times as "2026-01-31T12:00:00.000Z", names and ids as text,
@@ -33,6 +36,8 @@ struct found_node {
     std::size_t number = 0; ///< in the order in which nodes were found, from 0
     std::size_t parent = 0; ///< number of the node above; the first node's own
     std::size_t depth = 0;  ///< levels below the first node
+    bool own = false;       ///< one of those that each server has about itself, or below one
+    bool property = false;  ///< describes the variable above: EURange, ValuePrecision, ...
 
     std::string node_id; ///< standard notation, exact unless it is longer than the standard allows
     std::string browse_name;  ///< "2:Boiler"
@@ -57,7 +62,8 @@ struct found_node {
 
     // What requests about it need.
     std::optional<opcua::ua_node_id> id; ///< nothing: it is not on this server, or shown elsewhere
-    std::optional<opcua::ua_node_id> unit_property; ///< of a variable that has one
+    std::optional<opcua::ua_node_id> unit_property;  ///< of a variable that has one
+    std::optional<opcua::ua_node_id> texts_property; ///< EnumStrings or EnumValues, the same
 
     /// @return the name for people
     [[nodiscard]] const std::string& name() const noexcept {
@@ -84,11 +90,6 @@ void set_node_id(
 
 /// @return a path one name longer; of one that gets too long only the end is kept
 [[nodiscard]] std::string path_below(const std::string& path, const found_node& node);
-
-/// What --channel takes for a node: its id, of an array with the index of the first element, and a
-/// name where the server has none.
-/// @return empty when no argument can name the node
-[[nodiscard]] std::string channel_text(const found_node& node);
 
 /// @return whether the browse name, display name or node id contains the text, whatever the case of
 /// ASCII letters

@@ -3,6 +3,7 @@
 #include "host/json.hpp"
 #include "terminal/table.hpp"
 #include "text/terminal_text.hpp"
+#include "text/words.hpp"
 
 #include <algorithm>
 #include <map>
@@ -23,6 +24,11 @@ constexpr std::size_t type_columns = 30;
 constexpr std::size_t value_columns = 40;
 constexpr std::size_t unit_columns = 12;
 constexpr std::size_t id_columns = 200;
+// What they keep where lines get wider than the terminal.
+constexpr std::size_t least_name = 20;
+constexpr std::size_t least_type = 8;
+constexpr std::size_t least_value = 8;
+constexpr std::size_t least_id = 16;
 
 [[nodiscard]] std::string type_text(const found_node& node) {
     return node.is_variable && !node.data_type.empty() ? node.data_type + node.value.shape
@@ -33,10 +39,11 @@ constexpr std::size_t id_columns = 200;
     if (!node.same_as.empty()) {
         return {"see " + fit(node.same_as, id_columns), colour::dim};
     }
-    if (!node.problem.empty()) {
-        return {fit(node.problem, value_columns), colour::yellow};
-    }
-    return {fit(node.value.text, value_columns)};
+    const std::string& text = node.value.text;
+    const std::string& in_words = node.problem.empty() ? node.value.meaning : node.problem;
+    const std::string behind = text.empty() || in_words.empty() ? in_words : " (" + in_words + ")";
+    return {
+        fit(text + behind, value_columns), node.problem.empty() ? colour::plain : colour::yellow};
 }
 
 [[nodiscard]] cell id_cell(const found_node& node) {
@@ -80,17 +87,19 @@ void for_each_top_to_bottom(const std::vector<found_node>& nodes, const Visit& v
 
 } // namespace
 
-std::string node_table(const std::vector<found_node>& nodes, node_order order, bool colours) {
+std::string node_table(
+    const std::vector<found_node>& nodes, node_order order, bool colours, std::size_t width
+) {
     const bool tree = order == node_order::tree;
     table rows{
-        {{tree ? "node" : "path", alignment::left, 0},
+        {{tree ? "node" : "path", alignment::left, 0, least_name},
          {""},
-         {"type"},
-         {"value"},
+         {"type", alignment::left, 2, least_type},
+         {"value", alignment::left, 2, least_value},
          {"unit"},
          {"access"},
          {"channel"},
-         {"node id, as --channel takes it"}}};
+         {"node id, as --channel takes it", alignment::left, 2, least_id, true}}};
     const auto add = [&](const found_node& node) {
         const std::string indent(std::min<std::size_t>(2 * node.depth, name_columns / 2), ' ');
         rows.add_row(
@@ -110,7 +119,7 @@ std::string node_table(const std::vector<found_node>& nodes, node_order order, b
     } else {
         std::ranges::for_each(nodes, add);
     }
-    return rows.render(colours);
+    return rows.render(colours, width);
 }
 
 std::string node_json(const found_node& node) {
@@ -122,6 +131,7 @@ std::string node_json(const found_node& node) {
         {"node_class", node.node_class},
         {"data_type", text_or_null(node.data_type)},
         {"value", node.value.json},
+        {"meaning", text_or_null(node.value.meaning)},
         {"array_length", node.value.length ? ordered_json(*node.value.length) : ordered_json{}},
         {"unit", text_or_null(node.unit)},
         {"readable", node.readable},
@@ -150,6 +160,12 @@ std::vector<std::string> walk_notes(const walk_summary& summary, const walk_opti
         notes.push_back(
             "None of " + std::to_string(summary.looked_at) + " nodes matches \"" + options.match +
             "\""
+        );
+    }
+    if (!summary.folded.empty()) {
+        notes.push_back(
+            "What the server tells about itself is not shown (" + joined(summary.folded) +
+            "); --all shows it"
         );
     }
     if (summary.not_shown > 0) {

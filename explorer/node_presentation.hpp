@@ -3,6 +3,7 @@
 
 #include "explorer/found_node.hpp"
 #include "explorer/tree_walk.hpp"
+#include "terminal/table.hpp"
 
 #include <string>
 #include <vector>
@@ -14,11 +15,16 @@ enum class node_order {
     list  ///< each with its path
 };
 
-/// @param nodes in the order of their numbers; those whose parent is missing begin a tree of their
+/// @param nodes each behind the one above it; those whose parent is missing begin a tree of their
 /// own
+/// @param width that lines should not exceed
 /// @return a row for each; the last column has what --channel takes, or the node id
-[[nodiscard]] std::string
-node_table(const std::vector<found_node>& nodes, node_order order, bool colours);
+[[nodiscard]] std::string node_table(
+    const std::vector<found_node>& nodes,
+    node_order order,
+    bool colours,
+    std::size_t width = any_width
+);
 
 /// @return one JSON object on one line, with its line end
 [[nodiscard]] std::string node_json(const found_node& node);

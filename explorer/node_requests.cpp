@@ -165,7 +165,8 @@ UA_StatusCode node_requests::browse_once(
         description.browseDirection = UA_BROWSEDIRECTION_FORWARD;
         description.referenceTypeId = UA_NODEID_NUMERIC(0, UA_NS0ID_HIERARCHICALREFERENCES);
         description.includeSubtypes = true;
-        description.resultMask = UA_BROWSERESULTMASK_NODECLASS | UA_BROWSERESULTMASK_BROWSENAME |
+        description.resultMask = UA_BROWSERESULTMASK_REFERENCETYPEID |
+                                 UA_BROWSERESULTMASK_NODECLASS | UA_BROWSERESULTMASK_BROWSENAME |
                                  UA_BROWSERESULTMASK_DISPLAYNAME;
         return description;
     });

@@ -48,6 +48,9 @@ struct browse_pages {
     std::size_t room = 0; ///< once so many have come in all, no further pages are fetched
 };
 
+/// Of nodes that are not expanded: enough for their properties.
+inline constexpr browse_pages first_page{.size = 50, .first_only = true};
+
 /// All of its requests throw opcua_request_failed when a request failed as a whole, and
 /// opcua_response_size_mismatch when an answer has another length than the question.
 class node_requests final {

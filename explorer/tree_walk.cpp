@@ -1,6 +1,7 @@
 #include "explorer/tree_walk.hpp"
 
 #include "common/catalogue/opcua_exceptions.hpp"
+#include "explorer/channels.hpp"
 #include "opcua/enum_number.hpp"
 #include "opcua/nodes/node_id.hpp"
 #include "opcua/status_text.hpp"
@@ -17,9 +18,6 @@ namespace {
 
 /// Nodes that are read and browsed together, and shown before the next ones.
 constexpr std::size_t round_size = node_requests::most_nodes;
-
-/// References of a node that is not expanded.
-constexpr browse_pages first_page{.size = 50, .first_only = true};
 
 constexpr UA_UInt32 variable_attributes[] = {
     UA_ATTRIBUTEID_DATATYPE,
@@ -75,7 +73,7 @@ void set_value(found_node& node, const UA_DataValue& result) {
     if (!UA_StatusCode_isGood(status)) {
         node.problem = opcua::status_name(status);
     }
-    if (result.hasValue) {
+    if (result.hasValue && !UA_StatusCode_isBad(status)) { // what comes with a bad one is no value
         node.value = read_value(result.value);
     }
     if (node.readable && node.value.numeric && UA_StatusCode_isGood(status)) {
@@ -88,21 +86,44 @@ void set_value(found_node& node, const UA_DataValue& result) {
            opcua::view_of(reference.browseName.name) == "EngineeringUnits";
 }
 
-void read_units(node_requests& requests, const std::vector<found_node*>& variables) {
-    std::vector<found_node*> with_unit;
+/// Adds what a number of an enumeration means.
+void add_meaning(found_node& node, const enumeration& texts) {
+    if (node.value.json.is_number_integer() && node.value.meaning.empty()) {
+        const auto found = texts.find(node.value.json.get<std::int64_t>());
+        node.value.meaning = found == texts.end() ? "" : found->second;
+    }
+}
+
+/// Reads units, and texts that variables have themselves.
+void read_properties(node_requests& requests, const std::vector<found_node*>& variables) {
+    std::vector<found_node*> to;
     std::vector<UA_ReadValueId> items;
     for (found_node* variable : variables) {
-        if (variable->unit_property) {
-            with_unit.push_back(variable);
-            items.push_back(item_of(**variable->unit_property, UA_ATTRIBUTEID_VALUE));
+        for (const auto* property : {&variable->unit_property, &variable->texts_property}) {
+            if (*property) {
+                to.push_back(variable);
+                items.push_back(item_of(***property, UA_ATTRIBUTEID_VALUE));
+            }
         }
     }
     const std::vector<ua_data_value> results = requests.read(items);
-    for (std::size_t i = 0; i < with_unit.size(); ++i) {
+    for (std::size_t i = 0; i < to.size(); ++i) {
         if (const auto* unit = scalar<UA_EUInformation>(*results[i], UA_TYPES_EUINFORMATION)) {
-            with_unit[i]->unit = limited(opcua::view_of(unit->displayName.text));
+            to[i]->unit = limited(opcua::view_of(unit->displayName.text));
         }
+        add_meaning(*to[i], read_enumeration(*results[i]));
     }
+}
+
+/// @return whether it is one of the nodes of the standard's own namespace
+[[nodiscard]] bool is_standard(const std::optional<opcua::ua_node_id>& id) {
+    return id && (*id)->namespaceIndex == 0;
+}
+
+/// @return whether it is the standard's node with this number
+[[nodiscard]] bool is_node(const opcua::ua_node_id& id, UA_UInt32 number) {
+    const UA_NodeId standard = UA_NODEID_NUMERIC(0, number);
+    return UA_NodeId_equal(&*id, &standard);
 }
 
 } // namespace
@@ -112,23 +133,27 @@ tree_walk::tree_walk(
 )
     : requests_{requests},
       options_{std::move(options)},
-      show_{std::move(show)} {}
+      show_{std::move(show)},
+      types_{requests} {}
 
 void tree_walk::run(opcua::ua_node_id first) {
+    const bool is_entry =
+        is_node(first, UA_NS0ID_ROOTFOLDER) || is_node(first, UA_NS0ID_OBJECTSFOLDER);
+    fold_ = is_entry && !options_.own_nodes && options_.match.empty();
     waiting_.push_back(read_first_node(requests_, std::move(first)));
     places_.emplace(waiting_.front().node_id, waiting_.front().path);
     summary_.looked_at = 1;
-    while (!waiting_.empty() && !requests_.stopped()) {
+    while (!(waiting_.empty() && own_waiting_.empty()) && !requests_.stopped()) {
         take_round();
     }
-    summary_.stopped = !waiting_.empty();
+    summary_.stopped = !(waiting_.empty() && own_waiting_.empty());
 }
 
 void tree_walk::take_round() {
-    const auto end =
-        waiting_.begin() + static_cast<std::ptrdiff_t>(std::min(waiting_.size(), round_size));
-    std::vector<found_node> round{std::move_iterator{waiting_.begin()}, std::move_iterator{end}};
-    waiting_.erase(waiting_.begin(), end);
+    std::deque<found_node>& from = waiting_.empty() ? own_waiting_ : waiting_;
+    const auto end = from.begin() + static_cast<std::ptrdiff_t>(std::min(from.size(), round_size));
+    std::vector<found_node> round{std::move_iterator{from.begin()}, std::move_iterator{end}};
+    from.erase(from.begin(), end);
     browse(round);
     std::erase_if(round, [this](const found_node& node) {
         return !options_.match.empty() && !matches(node, options_.match);
@@ -149,7 +174,8 @@ void tree_walk::browse(std::vector<found_node>& round) {
     std::vector<UA_NodeId> ids[2];
     for (found_node& node : round) {
         if (node.id) {
-            const std::size_t list = node.depth < options_.depth && room() > 0 ? 1 : 0;
+            const bool expanded = node.depth < options_.depth && room() > 0 && !is_folded(node);
+            const std::size_t list = expanded ? 1 : 0;
             asked[list].push_back(&node);
             ids[list].push_back(**node.id);
         }
@@ -168,18 +194,33 @@ void tree_walk::take_below(found_node& node, const browse_answer& answer) {
         node.problem = opcua::status_name(answer.status);
     }
     node.more_not_shown = answer.more;
+    const bool folded = is_folded(node);
     const bool below_depth = node.depth >= options_.depth;
+    std::vector<const UA_ReferenceDescription*> below;
     for (const ua_reference& reference : answer.references) {
-        if (node.is_variable && is_unit(*reference)) {
-            node.unit_property = local_id(reference->nodeId, requests_.namespaces());
+        if (node.is_variable && (is_unit(*reference) || has_texts(*reference))) { // shown with it
+            (is_unit(*reference) ? node.unit_property : node.texts_property) =
+                local_id(reference->nodeId, requests_.namespaces());
+        } else {
+            below.push_back(&*reference);
         }
-        if (!below_depth && room() > 0) {
+    }
+    // What is the plant's gets the room that there is.
+    std::ranges::stable_partition(below, [](const UA_ReferenceDescription* each) {
+        return each->nodeId.nodeId.namespaceIndex != 0;
+    });
+    for (const UA_ReferenceDescription* reference : below) {
+        if (!below_depth && !folded && room() > 0) {
             add(node, *reference);
         } else {
             ++node.not_shown;
         }
     }
-    if (below_depth) {
+    if (folded) {
+        if (node.not_shown > 0) {
+            summary_.folded.push_back(node.name());
+        }
+    } else if (below_depth) {
         summary_.not_shown += node.not_shown;
     } else if (room() == 0 && (node.not_shown > 0 || answer.more)) {
         summary_.limit_reached = true;
@@ -196,6 +237,11 @@ void tree_walk::add(const found_node& above, const UA_ReferenceDescription& refe
     node.display_name = limited(opcua::view_of(reference.displayName.text));
     set_node_id(node, reference.nodeId, requests_.namespaces());
     node.path = path_below(above.path, node);
+    const UA_NodeId property = UA_NODEID_NUMERIC(0, UA_NS0ID_HASPROPERTY);
+    node.property = above.is_variable && UA_NodeId_equal(&reference.referenceTypeId, &property);
+    const bool both_standard = is_standard(node.id) && is_standard(above.id);
+    node.own = above.own || (both_standard && !is_node(*node.id, UA_NS0ID_OBJECTSFOLDER) &&
+                             !is_node(*node.id, UA_NS0ID_VIEWSFOLDER));
     if (node.id) {
         const auto [place, is_new] = places_.emplace(node.node_id, node.path);
         if (!is_new) {
@@ -203,7 +249,7 @@ void tree_walk::add(const found_node& above, const UA_ReferenceDescription& refe
             node.id.reset();
         }
     }
-    waiting_.push_back(std::move(node));
+    (node.own ? own_waiting_ : waiting_).push_back(std::move(node));
 }
 
 void tree_walk::read_variables(std::vector<found_node>& nodes) {
@@ -227,34 +273,11 @@ void tree_walk::read_variables(std::vector<found_node>& nodes) {
         set_access(*variables[i], *of_node[1], *of_node[2]);
         set_value(*variables[i], *of_node[3]);
     }
-    learn_names(types);
+    types_.learn(types);
+    read_properties(requests_, variables);
     for (std::size_t i = 0; i < variables.size(); ++i) {
-        variables[i]->data_type = type_names_[opcua::node_id_text(*types[i])];
-    }
-    read_units(requests_, variables);
-}
-
-void tree_walk::learn_names(const std::vector<opcua::ua_node_id>& types) {
-    std::vector<std::string*> names; // of those that only the server knows
-    std::vector<UA_ReadValueId> items;
-    for (const opcua::ua_node_id& type : types) {
-        const auto [place, is_new] = type_names_.try_emplace(opcua::node_id_text(*type));
-        if (!is_new || UA_NodeId_isNull(&*type)) {
-            continue;
-        }
-        if (const UA_DataType* const builtin = UA_findDataType(&*type)) {
-            place->second = builtin->typeName;
-            continue;
-        }
-        place->second = limited(place->first);
-        names.push_back(&place->second);
-        items.push_back(item_of(*type, UA_ATTRIBUTEID_BROWSENAME));
-    }
-    const std::vector<ua_data_value> results = requests_.read(items);
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        if (const auto* name = scalar<UA_QualifiedName>(*results[i], UA_TYPES_QUALIFIEDNAME)) {
-            *names[i] = limited(opcua::view_of(name->name));
-        }
+        variables[i]->data_type = types_.name(*types[i]);
+        add_meaning(*variables[i], types_.texts(*types[i]));
     }
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 // Walks the nodes below one node: level by level, each node expanded once, so that references in
-// circles end.
+// circles end. The nodes that each server has about itself come last, or are not looked below.
 
 #include "explorer/commands.hpp"
+#include "explorer/data_types.hpp"
 #include "explorer/found_node.hpp"
 #include "explorer/node_requests.hpp"
 
@@ -21,6 +22,8 @@ struct walk_summary {
     std::size_t not_shown = 0; ///< known to be below the depth
     bool limit_reached = false;
     bool stopped = false; ///< before all was looked at
+    /// The server's own nodes that were not looked below, although there is something.
+    std::vector<std::string> folded{};
 };
 
 class tree_walk final {
@@ -46,15 +49,19 @@ class tree_walk final {
     void take_below(found_node& node, const browse_answer& answer);
     void add(const found_node& above, const UA_ReferenceDescription& reference);
     void read_variables(std::vector<found_node>& nodes);
-    void learn_names(const std::vector<opcua::ua_node_id>& types);
+    [[nodiscard]] bool is_folded(const found_node& node) const noexcept {
+        return fold_ && node.own;
+    }
     [[nodiscard]] std::size_t room() const noexcept { return options_.limit - summary_.looked_at; }
 
     node_requests& requests_;
     walk_options options_;
     std::function<void(found_node&&)> show_;
+    bool fold_ = false;
     std::deque<found_node> waiting_;
-    std::map<std::string, std::string> places_;     // path of each node that is expanded, by its id
-    std::map<std::string, std::string> type_names_; // of data types, by their ids
+    std::deque<found_node> own_waiting_;        // until there are no others
+    std::map<std::string, std::string> places_; // path of each node that is expanded, by its id
+    data_types types_;
     walk_summary summary_;
 };
 

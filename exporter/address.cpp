@@ -15,14 +15,14 @@ namespace {
 constexpr std::size_t longest_host = 253;    // characters of a domain name (RFC 1035, 2.3.4)
 constexpr std::size_t longest_address = 270; // with brackets and port
 
-struct host_and_port {
+struct pattern_parts {
     std::string host;
     std::string port; // empty: none
     bool is_ipv6;
 };
 
-/// @return the parts of an address or a pattern; nothing when it is neither
-[[nodiscard]] std::optional<host_and_port> split(std::string_view text) {
+/// @return the parts of a pattern; nothing when it is none
+[[nodiscard]] std::optional<pattern_parts> split(std::string_view text) {
     static const std::regex form{
         R"((?:\[([0-9a-f:.]+)\]|([0-9a-z_.*][0-9a-z_.*-]*))(?::([0-9]+|\*))?)"};
     const std::string lower = lower_case(text.substr(0, longest_address + 1));
@@ -31,7 +31,7 @@ struct host_and_port {
         return std::nullopt;
     }
     const bool is_ipv6 = parts[1].matched;
-    host_and_port result{parts[is_ipv6 ? 1 : 2], parts[3], is_ipv6};
+    pattern_parts result{parts[is_ipv6 ? 1 : 2], parts[3], is_ipv6};
     return result.host.size() > longest_host ? std::nullopt : std::optional{result};
 }
 
@@ -67,15 +67,16 @@ struct host_and_port {
 } // namespace
 
 std::string server_address::text() const {
-    const std::string shown = host.find(':') == std::string::npos ? host : "[" + host + "]";
-    return shown + ":" + std::to_string(port);
+    return host_and_port(host, port);
 }
 
 std::optional<server_address> parse_address(std::string_view text) {
-    const auto parts = split(text);
-    const auto port = parts ? port_of(parts->port) : std::nullopt;
-    const bool wild = parts && parts->host.find('*') != std::string::npos;
-    return port && !wild ? std::optional{server_address{parts->host, *port}} : std::nullopt;
+    const std::optional<named_server> named = parse_server(text).server;
+    return named ? std::optional{server_address{
+                       lower_case(named->host),
+                       named->port.value_or(default_opcua_port),
+                       named->path}}
+                 : std::nullopt;
 }
 
 bool is_target_pattern(std::string_view pattern) {

@@ -1,39 +1,17 @@
 #pragma once
 // What the configuration asks for.
 
-#include "exporter/address.hpp"
 #include "exporter/http/http_server.hpp"
+#include "exporter/scan_module.hpp"
 #include "host/module_document.hpp"
-#include "trust/server_judge.hpp"
 
-#include <chrono>
 #include <cstdint>
 #include <map>
-#include <optional>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
-
-/// One sensor that is to be scanned. Sensors with equal connections share a session.
-struct sensor_plan {
-    std::string name;       ///< unique
-    std::string kind;       ///< as the module calls it
-    std::string connection; ///< the server's address and who goes there how, for display
-    std::string record;     ///< for the module; holds secrets
-    std::string check;      ///< the same connection as a record of an endpoint check
-    std::chrono::milliseconds interval{10'000};
-    trust_policy trust{}; ///< which servers to talk to
-    bool operator==(const sensor_plan&) const = default;
-};
-
-/// What to read from servers and how to get in, for any number of them.
-struct scan_module {
-    std::string kind;
-    std::map<std::string, std::string> settings; ///< but for host and port
-    std::vector<std::string> targets;            ///< patterns of servers that may be probed
-    trust_policy trust{};
-};
 
 struct serve_config {
     http_settings listen;     ///< on 127.0.0.1:9840, unless it says otherwise
@@ -49,18 +27,16 @@ struct serve_config {
 /// @return whether a client of these modules takes the module's generated key pair
 [[nodiscard]] bool takes_generated_key_pair(const serve_config& config);
 
-/// @return the module's settings with this server's address in them
-/// @throws probe_error (usage) when a setting is no UTF-8
-[[nodiscard]] sensor_plan make_plan(
-    const std::string& name,
-    const scan_module& module,
-    const server_address& server,
-    std::chrono::milliseconds interval
-);
+/// What came of reading a configuration. Lines name file, line and place, hold no secret, and stand
+/// in the order of the files and their lines.
+struct config_reading {
+    std::shared_ptr<const serve_config> config; ///< null when there are mistakes
+    std::vector<std::string> mistakes;          ///< the first ones, and how many more there are
+    std::vector<std::string> warnings;
+};
 
 /// Settings are checked against what the module tells about itself.
-/// @throws probe_error (usage) naming file, line and place of the first thing that is wrong; its
-/// text holds no secret
-[[nodiscard]] serve_config read_config(const std::string& path, const module_document& document);
+/// @throws probe_error (usage) when the file itself cannot be read
+[[nodiscard]] config_reading read_config(const std::string& path, const module_document& document);
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,63 +1,22 @@
 #include "exporter/connection.hpp"
 
+#include "exporter/connection_member.hpp"
 #include "exporter/own_metrics.hpp"
 
 #include <algorithm>
-#include <functional>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
 constexpr std::chrono::minutes kept_after_request{5};
-constexpr std::chrono::duration<double> shortest_wait{1};
-constexpr std::chrono::duration<double> longest_wait{60};
-constexpr unsigned most_doublings = 6; // 2^6 s are more than the longest wait
-
-[[nodiscard]] std::uint32_t seed_of(const std::string& name) {
-    return static_cast<std::uint32_t>(std::hash<std::string>{}(name));
-}
 
 } // namespace
-
-back_off::back_off(const std::string& name) : random_{seed_of(name)} {}
-
-std::chrono::milliseconds back_off::fail() {
-    const auto doubled =
-        shortest_wait * static_cast<double>(1U << std::min(failures_, most_doublings));
-    ++failures_;
-    std::uniform_real_distribution<double> jitter{0.75, 1.25};
-    return std::chrono::duration_cast<std::chrono::milliseconds>(
-        std::clamp(std::min(doubled, longest_wait) * jitter(random_), shortest_wait, longest_wait)
-    );
-}
-
-struct server_connection::member {
-    member(const scan_context& context, std::int32_t id, sensor_plan plan)
-        : sensor{context, id, std::move(plan)},
-          creation{sensor.plan().name},
-          next{context.time.now()},
-          anchor{next - sensor.plan().interval * (seed_of(sensor.plan().name) % 1000) / 1000} {}
-
-    struct waiting_request {
-        std::promise<scan_outcome> answer;
-        bool keep_log;
-        std::shared_ptr<void> held;
-    };
-
-    scanned_sensor sensor;     // touched by the thread in run() only
-    back_off creation;         // of a sensor that cannot be made although the server is there
-    time_point next;           // scan in its interval, the first one at once
-    time_point anchor;         // later scans come whole intervals after it
-    bool has_interval = false; // since its first scan
-    std::optional<time_point> expires; // of those that are scanned on request only
-    bool leaving = false;
-    std::vector<waiting_request> requests;
-};
 
 server_connection::server_connection(const scan_context& context, std::string name)
     : context_{context},
       status_{.name = std::move(name), .since = context.time.wall()},
+      journal_{status_.name},
       back_off_{status_.name} {}
 
 server_connection::~server_connection() = default;
@@ -65,8 +24,19 @@ server_connection::~server_connection() = default;
 void server_connection::add(sensor_plan plan, std::int32_t id) {
     const std::lock_guard lock{mutex_};
     members_.push_back(std::make_unique<member>(context_, id, std::move(plan)));
+    next_attempt_ = time_point::min(); // it may have what the others lack, such as a new password
     context_.shown.put(members_.back()->sensor.shown(), false);
     show_connection();
+}
+
+void server_connection::judge_by(std::int32_t id, const channel_rules& rules) {
+    const std::lock_guard lock{mutex_};
+    for (const auto& one : members_) {
+        if (one->sensor.id() == id) {
+            one->other_rules = rules;
+            one->next = context_.time.now();
+        }
+    }
 }
 
 void server_connection::remove(const std::optional<std::int32_t>& id) {
@@ -173,9 +143,14 @@ void server_connection::dismiss(std::unique_ptr<member> gone) {
 void server_connection::scan(member& one) {
     const time_point started = context_.time.now();
     std::vector<member::waiting_request> requests;
+    std::optional<channel_rules> rules;
     {
         const std::lock_guard lock{mutex_};
         requests = std::exchange(one.requests, {});
+        rules = std::exchange(one.other_rules, std::nullopt);
+    }
+    if (rules) {
+        one.sensor.use(*rules);
     }
     const bool keep_log = std::ranges::any_of(requests, &member::waiting_request::keep_log);
     scan_outcome outcome = one.sensor.scan(keep_log);
@@ -184,10 +159,15 @@ void server_connection::scan(member& one) {
         resolve(one.sensor.plan(), *outcome.fault);
     }
     context_.own.scanned(one.sensor.plan(), outcome);
-    settle(one, outcome, started);
+    const std::vector<journal_line> lines = settle(one, outcome, started);
     for (auto& waiting : requests) {
         waiting.held.reset(); // before its next request
         waiting.answer.set_value(outcome);
+    }
+    for (const auto& [severity, text] : lines) {
+        if (context_.tell) {
+            context_.tell(severity, text);
+        }
     }
 }
 
@@ -205,8 +185,10 @@ void server_connection::resolve(const sensor_plan& plan, sensor_fault& fault) co
     } // else it stays with what the status says
 }
 
-void server_connection::settle(member& one, const scan_outcome& outcome, time_point started) {
+std::vector<journal_line>
+server_connection::settle(member& one, const scan_outcome& outcome, time_point started) {
     const std::lock_guard lock{mutex_};
+    const bool was_well = is_well();
     const bool had_session = status_.session;
     if (!one.expires) {
         context_.shown.put(outcome.shown, !outcome.fault);
@@ -232,7 +214,20 @@ void server_connection::settle(member& one, const scan_outcome& outcome, time_po
     if (had_session != status_.session) {
         context_.own.session_changed(status_.name, status_.session);
     }
-    show_connection();
+    journal_.note(
+        {one.sensor.plan().name, one.faults},
+        outcome.fault,
+        [this] { return names(); },
+        context_.time.now()
+    );
+    if (!was_well || !is_well()) { // else nothing of it has changed
+        show_connection();
+    }
+    return journal_.take();
+}
+
+bool server_connection::is_well() const {
+    return status_.session && status_.state == connection_state::ready && !status_.fault;
 }
 
 /// Keeps to the interval, whatever a scan took; a scan that could not begin in time is left out.
@@ -261,6 +256,17 @@ void server_connection::become(connection_state state, const std::optional<senso
         next_attempt_ = time_point::min();
         status_.next_attempt.reset();
     }
+}
+
+/// @return of sensors that are scanned in their intervals
+std::vector<std::string> server_connection::names() const {
+    std::vector<std::string> names;
+    for (const auto& one : members_) {
+        if (!one->expires) {
+            names.push_back(one->sensor.plan().name);
+        }
+    }
+    return names;
 }
 
 /// A connection that only requests use is theirs to tell about.

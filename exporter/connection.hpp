@@ -3,6 +3,8 @@
 // would only wait for each other. A server that cannot be reached is tried with one sensor, after
 // longer and longer waits; meanwhile the others count as not reached either.
 
+#include "exporter/back_off.hpp"
+#include "exporter/fault_journal.hpp"
 #include "exporter/scanned_sensor.hpp"
 #include "exporter/snapshot.hpp"
 #include "exporter/worker_pool.hpp"
@@ -13,29 +15,10 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <random>
 #include <string>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
-
-/// Waits 1 s after the first failure and twice as long after each further one, up to 60 s; each
-/// time up to a quarter less or more, so that those who failed together do not return together.
-/// Never less than 1 s, nor more than 60 s.
-class back_off final {
-  public:
-    /// @param name differs among those who may fail together
-    explicit back_off(const std::string& name);
-
-    /// @return how long to wait after one more failure
-    [[nodiscard]] std::chrono::milliseconds fail();
-
-    void succeed() noexcept { failures_ = 0; }
-
-  private:
-    std::minstd_rand random_;
-    unsigned failures_ = 0;
-};
 
 class server_connection final : public timed_task {
   public:
@@ -44,6 +27,9 @@ class server_connection final : public timed_task {
 
     /// Adds a sensor that is scanned now and then in its interval.
     void add(sensor_plan plan, std::int32_t id);
+
+    /// Scans a sensor soon, by other rules, with the session that it has.
+    void judge_by(std::int32_t id, const channel_rules& rules);
 
     /// Lets a sensor go, which is destroyed in the next run.
     /// @param id nothing: all of them
@@ -71,15 +57,19 @@ class server_connection final : public timed_task {
     void dismiss(std::unique_ptr<member> gone);
     void scan(member& one);
     void resolve(const sensor_plan& plan, sensor_fault& fault) const;
-    void settle(member& one, const scan_outcome& outcome, time_point started);
+    [[nodiscard]] std::vector<journal_line>
+    settle(member& one, const scan_outcome& outcome, time_point started);
     void plan_next(member& one, time_point started);
     void become(connection_state state, const std::optional<sensor_fault>& fault);
+    [[nodiscard]] std::vector<std::string> names() const;
     void show_connection();
+    [[nodiscard]] bool is_well() const;
 
     const scan_context context_;
     mutable std::mutex mutex_; // guards all that follows, but for the sensors themselves
     std::vector<std::unique_ptr<member>> members_;
     connection_snapshot status_; // but for the number of sensors
+    fault_journal journal_;
     back_off back_off_;
     time_point next_attempt_ = time_point::min(); // before it, no sensor is scanned in its interval
 };

@@ -6,11 +6,15 @@
 #include "exporter/own_metrics.hpp"
 #include "exporter/routes.hpp"
 #include "exporter/scheduler.hpp"
+#include "host/log.hpp"
+#include "host/probe_error.hpp"
+#include <sys/resource.h>
 #include <systemd/sd-daemon.h>
 
 #include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 
@@ -29,6 +33,16 @@ void notify_service_manager(const std::string& lines) {
     static_cast<void>(sd_notify(0, lines.c_str()));
 }
 
+/// Each session takes two descriptors, and the usual limit of a login, 1024, is there for programs
+/// that use select(). Where it may not be raised it stays.
+void allow_many_descriptors() noexcept {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur < limit.rlim_max) {
+        limit.rlim_cur = limit.rlim_max;
+        static_cast<void>(setrlimit(RLIMIT_NOFILE, &limit));
+    }
+}
+
 [[nodiscard]] std::string url_of(const http_settings& listen, std::uint16_t port) {
     return (listen.tls ? "https://" : "http://") + server_address{listen.address, port}.text() +
            "/";
@@ -40,7 +54,7 @@ class exporter_service final {
     exporter_service(const std::string& module, const exporter_options& options, console& terminal)
         : terminal_{terminal},
           path_{options.config},
-          module_{module, terminal_, options.log_level.value_or(severity_warning)},
+          module_{module, terminal_, options.log_level},
           languages_{module_.own()},
           document_{languages_.find("en")},
           config_{read()},
@@ -49,14 +63,6 @@ class exporter_service final {
               pki_folder{pki_path(config_->pki)},
               [this](const std::string& text) { terminal_.line("opcua-probe: " + text); }} {
         own_.watch_certificates(judge_);
-        for (const auto& [name, each] : config_->modules) {
-            if (each.trust.any_certificate) {
-                terminal_.line(
-                    "opcua-probe: warning: the module " + name +
-                    " accepts every server, whoever it is (trust: any)"
-                );
-            }
-        }
     }
 
     /// @throws probe_error (usage) also when the files of TLS are not usable
@@ -67,7 +73,10 @@ class exporter_service final {
 
     /// Serves until the program is to end.
     void run(interruption& interrupt) {
-        scheduler scans{{module_, *document_, time_, store_, own_}, config_->workers};
+        const auto tell = [this](std::int32_t severity, const std::string& line) {
+            terminal_.line(severity, line);
+        };
+        scheduler scans{{module_, *document_, time_, store_, own_, tell}, config_->workers};
         probe_requests probes{scans, time_, config_->requested_scans()};
         const answer_sources sources{store_, own_, time_, languages_, probes};
         http_server server{
@@ -82,9 +91,6 @@ class exporter_service final {
         scans.apply(config_->sensors);
         place_ = "Serving " + url_of(config_->listen, port);
         terminal_.line(place_);
-        if (!is_loopback_address(config_->listen.address) && !config_->listen.basic_auth) {
-            terminal_.line("opcua-probe: warning: whoever reaches this address can read all of it");
-        }
         interrupt.let_hangup_reload();
         notify_service_manager("READY=1\nSTATUS=" + place_);
         while (interrupt.wait_for_reload()) {
@@ -101,8 +107,20 @@ class exporter_service final {
     }
 
   private:
+    /// Shows all that is wrong with it.
+    /// @throws probe_error (usage) when it cannot be used
     [[nodiscard]] std::shared_ptr<const serve_config> read() const {
-        return std::make_shared<const serve_config>(read_config(path_, *document_));
+        config_reading made = read_config(path_, *document_);
+        for (const std::string& line : made.mistakes) {
+            terminal_.line(severity_error, line);
+        }
+        for (const std::string& line : made.warnings) {
+            terminal_.line(severity_warning, line);
+        }
+        if (made.config == nullptr) {
+            throw usage_error{path_ + " has mistakes"};
+        }
+        return std::move(made.config);
     }
 
     /// Before anything is scanned, so that no scan waits for seconds with its place held.
@@ -130,8 +148,8 @@ class exporter_service final {
                 "Configuration read again: " + std::to_string(config->sensors.size()) + " sensors"
             );
         } catch (const std::exception& error) {
-            terminal_.line(std::string{"opcua-probe: "} + error.what());
-            terminal_.line("opcua-probe: the configuration stays as it was");
+            terminal_.line(severity_error, std::string{"opcua-probe: "} + error.what());
+            terminal_.line(severity_error, "opcua-probe: the configuration stays as it was");
             notify_service_manager(
                 "READY=1\nSTATUS=" + place_ + " as before: the changed configuration is wrong"
             );
@@ -162,6 +180,7 @@ exit_code run_exporter(
     // Each thread would get a heap of its own, of which little is ever used.
     // NOLINTNEXTLINE(concurrency-mt-unsafe): there are no other threads yet
     static_cast<void>(mallopt(M_ARENA_MAX, 2));
+    allow_many_descriptors();
     exporter_service service{module, options, terminal};
     if (options.check_only) {
         service.check();

@@ -2,7 +2,7 @@
 // Where the exporter listens, and whom it answers, as the configuration says.
 
 #include "exporter/http/http_server.hpp"
-#include "exporter/yaml_value.hpp"
+#include "exporter/value_source.hpp"
 
 #include <cstdint>
 
@@ -10,11 +10,9 @@ namespace tarvik::monitoring_modules::probe {
 
 inline constexpr std::uint16_t usual_http_port = 9840;
 
+/// Tells mistakes, and warns of what everybody can read.
 /// @param node the member "listen"
 /// @param values reads files and secrets that it names
-/// @param open whether others than owner and group can read the configuration
-/// @throws probe_error (usage) naming what is wrong
-[[nodiscard]] http_settings
-read_listen(const yaml_value& node, const value_source& values, bool open);
+[[nodiscard]] http_settings read_listen(const yaml_value& node, const value_source& values);
 
 } // namespace tarvik::monitoring_modules::probe

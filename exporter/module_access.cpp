@@ -9,7 +9,8 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-constexpr std::int32_t check_id = 0; // checks have numbers of their own
+constexpr std::int32_t check_id = 0;  // checks have numbers of their own
+constexpr std::int32_t no_lines = -1; // are wanted of a scan: the journal tells what came of it
 
 // Lines and events come on the thread that calls; the module knows no other way back to the caller.
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
@@ -18,7 +19,13 @@ thread_local call_notes* open_notes = nullptr;
 /// Has the calls of this thread noted while it lives.
 class note_taking final {
   public:
-    explicit note_taking(call_notes& to) noexcept { open_notes = &to; }
+    /// @param shown lines up to this severity are wanted in any case
+    note_taking(call_notes& to, const framework_functions& framework, std::int32_t shown) noexcept {
+        open_notes = &to;
+        if (framework.set_log_threshold != nullptr) { // else lines are made only to be dropped
+            framework.set_log_threshold(to.keep_lines ? severity_debug : shown);
+        }
+    }
     ~note_taking() { open_notes = nullptr; }
     note_taking(const note_taking&) = delete;
     note_taking& operator=(const note_taking&) = delete;
@@ -41,7 +48,9 @@ void take_event(const module_event& event) {
 
 } // namespace
 
-called_module::called_module(const std::string& chosen, console& terminal, std::int32_t shown)
+called_module::called_module(
+    const std::string& chosen, console& terminal, const std::optional<std::int32_t>& shown
+)
     : terminal_{terminal},
       shown_{shown},
       library_{find_module(chosen)},
@@ -55,8 +64,9 @@ called_module::called_module(const std::string& chosen, console& terminal, std::
       module_{library_} {}
 
 void called_module::take(log_line&& line) const {
-    if (line.severity <= shown_) {
-        terminal_.line(to_text(line));
+    const bool unasked = !shown_ && open_notes != nullptr;
+    if (!unasked && line.severity <= shown_.value_or(severity_warning)) {
+        terminal_.line(line.severity, to_text(line));
     }
     if (open_notes != nullptr && open_notes->keep_lines) {
         open_notes->lines.add(std::move(line));
@@ -64,16 +74,18 @@ void called_module::take(log_line&& line) const {
 }
 
 module_answer called_module::create(std::int32_t id, const std::string& record, call_notes& notes) {
-    const note_taking open{notes};
+    const note_taking open{notes, framework(), shown_.value_or(no_lines)};
     return answer_of(id, module_.create_sensor(id, record));
 }
 
 module_answer called_module::scan(std::int32_t id, call_notes& notes) {
-    const note_taking open{notes};
+    const note_taking open{notes, framework(), shown_.value_or(no_lines)};
     return answer_of(id, module_.scan_sensor(id));
 }
 
 std::optional<bool> called_module::has_matching_endpoint(const std::string& record) {
+    call_notes unused;
+    const note_taking open{unused, framework(), shown_.value_or(no_lines)};
     try {
         const auto messages = module_.check(check_id, record).messages;
         const auto results = messages_about<check_result>(check_id, messages);

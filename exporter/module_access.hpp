@@ -52,13 +52,17 @@ class module_access {
     [[nodiscard]] virtual std::optional<bool> has_matching_endpoint(const std::string& record) = 0;
 };
 
-/// The module, loaded and initialised. What it logs goes to the terminal, as far as it matters.
+/// The module, loaded and initialised. What it logs goes to the terminal, as far as it matters: of
+/// its work for sensors, the journal tells the outcome.
 class called_module final : public module_access {
   public:
     /// @param chosen path; empty: where it usually is
-    /// @param terminal must outlive this object; gets lines of the severity shown and below
+    /// @param terminal must outlive this object; gets lines of the severity shown and below;
+    /// nothing: warnings, but none of scans
     /// @throws probe_error when it cannot be loaded or initialised
-    called_module(const std::string& chosen, console& terminal, std::int32_t shown);
+    called_module(
+        const std::string& chosen, console& terminal, const std::optional<std::int32_t>& shown
+    );
 
     /// The module itself, for what no test stands in for.
     [[nodiscard]] const monitoring_module& own() const noexcept { return module_; }
@@ -76,7 +80,7 @@ class called_module final : public module_access {
     void take(log_line&& line) const;
 
     console& terminal_;
-    const std::int32_t shown_;
+    const std::optional<std::int32_t> shown_;
     const module_library library_;
     const log_sink log_; // before the module, so that all of its lines are heard
     kept_state store_;

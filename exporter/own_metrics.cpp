@@ -38,6 +38,14 @@ constexpr const char* good_letters = "abcdefghijklmnopqrstuvwxyz0123456789_.";
     return label.empty() ? "other" : label.substr(0, 100);
 }
 
+/// @return what the scan came to: the state of its values, or why there are none
+[[nodiscard]] std::string_view outcome_label(const scan_outcome& outcome) {
+    if (outcome.fault) {
+        return outcome.fault->connection ? "not_connected" : "failed";
+    }
+    return name_of(outcome.shown->state);
+}
+
 template <typename Metric>
 void remove(prometheus::Family<Metric>& family, const prometheus::Labels& labels) {
     if (family.Has(labels)) {
@@ -134,17 +142,23 @@ void add_process(exposition& metrics) {
 } // namespace
 
 void own_metrics::scanned(const sensor_plan& plan, const scan_outcome& outcome) {
-    const prometheus::Labels server{{"server", plan.connection}};
-    const bool good = outcome.shown->state == sensor_state::ok;
-    const char* const result = outcome.fault ? "error" : good ? "ok" : "warning";
+    const std::string_view result = outcome_label(outcome);
     const std::lock_guard lock{mutex_};
-    durations_.Add({{"kind", plan.kind}}, scan_buckets()).Observe(outcome.took.count());
-    scans_.Add({{"kind", plan.kind}, {"outcome", result}}).Increment();
+    kind_metrics& of_kind = kinds_[plan.kind];
+    if (of_kind.durations == nullptr) {
+        of_kind.durations = &durations_.Add({{"kind", plan.kind}}, scan_buckets());
+    }
+    of_kind.durations->Observe(outcome.took.count());
+    prometheus::Counter*& scans = of_kind.scans[result];
+    if (scans == nullptr) {
+        scans = &scans_.Add({{"kind", plan.kind}, {"outcome", std::string{result}}});
+    }
+    scans->Increment();
     if (outcome.notes.sessions_opened > 0) {
-        connects_.Add(server).Increment(outcome.notes.sessions_opened);
+        connects_.Add({{"server", plan.connection}}).Increment(outcome.notes.sessions_opened);
     }
     if (outcome.notes.retries > 0) {
-        retries_.Add(server).Increment(outcome.notes.retries);
+        retries_.Add({{"server", plan.connection}}).Increment(outcome.notes.retries);
     }
     if (outcome.fault) {
         std::string label = error_label(outcome.fault->identity);

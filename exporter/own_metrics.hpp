@@ -9,9 +9,11 @@
 #include <prometheus/histogram.h>
 #include <prometheus/registry.h>
 
+#include <map>
 #include <mutex>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
@@ -85,6 +87,14 @@ class own_metrics final {
         "opcua_probe_late_scans_total", "Scans that began an interval or more too late."
     );
     std::set<std::string> errors_;
+
+    /// Series of a kind of sensors, which stay: finding them by their labels takes time that each
+    /// scan would pay for.
+    struct kind_metrics {
+        prometheus::Histogram* durations = nullptr;
+        std::map<std::string_view, prometheus::Counter*> scans; // by outcome
+    };
+    std::map<std::string, kind_metrics> kinds_;
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -1,7 +1,11 @@
 #include "exporter/probe_requests.hpp"
 
-#include "exporter/answers.hpp"
+#include "exporter/metrics_answers.hpp"
+#include "exporter/target_path.hpp"
+#include "host/hint.hpp"
 #include "host/log.hpp"
+#include "host/status_name.hpp"
+#include "host/translation.hpp"
 #include "text/number.hpp"
 #include "text/terminal_text.hpp"
 
@@ -41,8 +45,16 @@ constexpr seconds way_back{0.5}; // so much of a time-out is left for the answer
         for (const log_line& line : lines_of(outcome->notes.lines.take())) {
             text += sanitise(to_text(line)) + "\n";
         }
-        text += "\n# Result\n" + sanitise(outcome->shown->text) + "\n";
-        text += sanitise(outcome->shown->hint) + (outcome->shown->hint.empty() ? "" : "\n");
+        const sensor_snapshot& shown = *outcome->shown;
+        const std::string hint =
+            shown.hint.empty() ? hint_for(shown.identity, default_language) : shown.hint;
+        text += "\n# Result\n" + sanitise(with_status_names(shown.text)) + "\n";
+        text += sanitise(hint) + (hint.empty() ? "" : "\n");
+        for (const channel_view& channel : shown.channels) {
+            if (const std::string reason = reason_of(channel); !reason.empty()) {
+                text += sanitise(channel.name + ": " + reason) + "\n";
+            }
+        }
     }
     return plain_answer(200, text + "\n# Metrics\n" + metrics.body);
 }
@@ -87,13 +99,16 @@ http_answer probe_requests::answer(const http_request& request) {
     }
     const auto server = parse_address(*target);
     if (!server) {
-        return plain_answer(400, "the target is no HOST, HOST:PORT or [IPv6]:PORT\n");
+        return plain_answer(400, "target: " + parse_server(*target).problem + "\n");
     }
     const scan_module& module = found->second;
     if (std::ranges::none_of(module.targets, [&server](const std::string& pattern) {
             return matches(pattern, *server);
         })) {
         return plain_answer(403, "the module's targets do not include this one\n");
+    }
+    if (!has_path_of(module, *server)) {
+        return plain_answer(403, "the target's path is not that of the module's settings\n");
     }
     return scan(request, make_plan(server->text(), module, *server, std::chrono::seconds{0}));
 }

@@ -26,10 +26,11 @@ class probe_requests final {
     /// Replaces the modules that are answered for.
     void use(std::shared_ptr<const serve_config> config);
 
-    /// 400 for a request that makes no sense, 403 for a server that may not be asked, 404 for an
-    /// unknown module, 503 when too much is asked at one time; else 200, also when the server could
-    /// not be reached: the metrics tell. Ends before the time-out that the header
-    /// X-Prometheus-Scrape-Timeout-Seconds names, 10 s without it.
+    /// 400 for a request that makes no sense, 403 for a server that may not be asked and for
+    /// another path on it than the module's settings name, 404 for an unknown module, 503 when too
+    /// much is asked at one time; else 200, also when the server could not be reached: the metrics
+    /// tell. Ends before the time-out that the header X-Prometheus-Scrape-Timeout-Seconds names, 10
+    /// s without it.
     [[nodiscard]] http_answer answer(const http_request& request);
 
     /// Whoever waits for a scan is answered at once, as if time were over.

@@ -1,6 +1,7 @@
 #include "exporter/routes.hpp"
 
-#include "exporter/answers.hpp"
+#include "exporter/metrics_answers.hpp"
+#include "exporter/page_answers.hpp"
 #include "host/probe_error.hpp"
 #include "host/translation.hpp"
 #include "text/number.hpp"
@@ -101,8 +102,7 @@ std::shared_ptr<const module_document> language_cache::find(const std::string& c
     auto& document = documents_[known];
     if (document == nullptr) {
         try {
-            document =
-                std::make_shared<const module_document>(module_.information(known != "en"), known);
+            document = std::make_shared<const module_document>(module_.information(true), known);
         } catch (const probe_error&) { // without one, kinds are shown by their names
             document = std::make_shared<const module_document>();
         }

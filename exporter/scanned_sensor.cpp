@@ -1,6 +1,7 @@
 #include "exporter/scanned_sensor.hpp"
 
 #include "host/probe_error.hpp"
+#include "text/words.hpp"
 #include "trust/server_judge.hpp"
 
 #include <algorithm>
@@ -13,17 +14,34 @@ namespace {
     return {std::nullopt, "", text};
 }
 
-[[nodiscard]] sensor_state
-worst_state(scan_state result, const std::vector<channel_view>& channels) {
-    sensor_state worst = result == scan_state::ok ? sensor_state::ok : sensor_state::warning;
+[[nodiscard]] sensor_state state_of(channel_state state) noexcept {
+    return state == channel_state::error     ? sensor_state::error
+           : state == channel_state::warning ? sensor_state::warning
+                                             : sensor_state::ok;
+}
+
+/// @param stated what rules say about the result's message
+[[nodiscard]] sensor_state worst_state(
+    const scan_result& result,
+    const std::optional<channel_state>& stated,
+    const std::vector<channel_view>& channels
+) {
+    const bool good = result.state == scan_state::ok;
+    sensor_state worst = stated ? state_of(*stated)
+                         : good ? sensor_state::ok
+                                : sensor_state::warning;
     for (const channel_view& channel : channels) {
-        if (channel.state == channel_state::error) {
-            worst = sensor_state::error;
-        } else if (channel.state == channel_state::warning) {
-            worst = std::max(worst, sensor_state::warning);
-        }
+        worst = std::max(worst, state_of(channel.verdict.state));
     }
     return worst;
+}
+
+[[nodiscard]] metric_labels labels_of(const sensor_plan& plan) {
+    metric_labels labels;
+    for (const auto& [name, value] : plan.labels) {
+        labels.push_back({name, value});
+    }
+    return labels;
 }
 
 void show_fault(sensor_snapshot& next, const sensor_fault& fault) {
@@ -40,9 +58,10 @@ scanned_sensor::scanned_sensor(const scan_context& context, std::int32_t id, sen
     : context_{context},
       id_{id},
       plan_{std::move(plan)},
-      memory_{context.document},
+      message_states_{plan_.rules.message},
+      memory_{context.document, plan_.rules},
       shown_{std::make_shared<const sensor_snapshot>(sensor_snapshot{
-          id_, plan_.name, plan_.kind, plan_.connection, plan_.interval})} {}
+          {id_, plan_.name, plan_.kind, plan_.connection, plan_.interval, labels_of(plan_)}})} {}
 
 scanned_sensor::~scanned_sensor() {
     if (created_) {
@@ -50,10 +69,16 @@ scanned_sensor::~scanned_sensor() {
     }
 }
 
+void scanned_sensor::use(const channel_rules& rules) {
+    message_states_ = rules.message;
+    memory_.use(rules);
+}
+
 scan_outcome scanned_sensor::scan(bool keep_log) {
     scan_outcome outcome{.notes = {.keep_lines = keep_log}};
     const auto start = context_.time.now();
-    const auto next = std::make_shared<sensor_snapshot>(*shown_);
+    const sensor_head& before = *shown_;
+    const auto next = std::make_shared<sensor_snapshot>(sensor_snapshot{before});
     judged_call trust{plan_.trust};
     try {
         outcome.fault = create_and_scan(*next, outcome.notes);
@@ -67,10 +92,10 @@ scan_outcome scanned_sensor::scan(bool keep_log) {
             outcome.fault->connection = connection_state::untrusted_server;
         }
         show_fault(*next, *outcome.fault);
+        next->channels = shown_->channels;
     } else {
         next->last_good = next->last_scan;
         next->stale = false;
-        next->hint.clear();
     }
     outcome.shown = shown_ = next;
     outcome.created = created_;
@@ -104,11 +129,30 @@ scanned_sensor::take(const module_answer& answer, const char* what, sensor_snaps
     next.identity = result->identity;
     next.text = result->text;
     next.channels = memory_.take(*result, context_.time.now());
-    next.state = worst_state(result->state, next.channels);
+    const auto stated = find_state(message_states_, result->text);
+    next.state = worst_state(*result, stated, next.channels);
+    std::vector<std::string> remarks = memory_.problems();
+    if (!remarks.empty()) { // what watches over nothing must not look as if all were well
+        next.state = std::max(next.state, sensor_state::warning);
+    }
+    if (stated && *stated != channel_state::ok) {
+        const bool error = *stated == channel_state::error;
+        remarks.insert(
+            remarks.begin(),
+            std::string{"this message is "} + (error ? "an error" : "a warning") +
+                " by message_states"
+        );
+    }
+    next.hint = joined(remarks, "; ");
     if (!result->definitions.empty()) {
         next.definitions = std::make_shared<const channel_definitions>(memory_.definitions());
         next.metrics = std::make_shared<const channel_metrics>(
-            plan_.name, plan_.connection, plan_.kind, *next.definitions, context_.document.lookups()
+            plan_.name,
+            plan_.connection,
+            plan_.kind,
+            *next.definitions,
+            context_.document.lookups(),
+            next.labels
         );
     }
     return std::nullopt;

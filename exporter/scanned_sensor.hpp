@@ -7,9 +7,12 @@
 #include "host/channel_memory.hpp"
 
 #include <chrono>
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -22,6 +25,8 @@ struct scan_context {
     const time_source& time;
     snapshot_store& shown;
     own_metrics& own;
+    /// Writes a line of the journal with a severity as syslog has it; any thread may call it.
+    std::function<void(std::int32_t severity, const std::string& line)> tell{};
 };
 
 struct scan_outcome {
@@ -42,12 +47,16 @@ class scanned_sensor final {
     scanned_sensor& operator=(const scanned_sensor&) = delete;
 
     // These two never change, so any thread may ask for them at any time.
+    // The plan's rules are those that it began with.
     [[nodiscard]] const sensor_plan& plan() const noexcept { return plan_; }
     [[nodiscard]] std::int32_t id() const noexcept { return id_; }
 
     [[nodiscard]] const std::shared_ptr<const sensor_snapshot>& shown() const noexcept {
         return shown_;
     }
+
+    /// From the next scan on, these say what is good.
+    void use(const channel_rules& rules);
 
     /// Creates the sensor, if that has not worked yet, and scans it. Blocks for some time-outs of
     /// the module at most.
@@ -66,6 +75,7 @@ class scanned_sensor final {
     const scan_context& context_;
     const std::int32_t id_;
     const sensor_plan plan_;
+    std::vector<stated_text> message_states_;
     channel_memory memory_;
     std::shared_ptr<const sensor_snapshot> shown_;
     bool created_ = false; // in the module

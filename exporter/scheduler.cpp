@@ -11,6 +11,12 @@ namespace {
 /// Connections for requests and intervals together: each may hold a session.
 constexpr std::size_t most_connections = 10'000;
 
+/// @return whether both are scanned alike, whatever is thought of the values
+[[nodiscard]] bool is_same_scan(const sensor_plan& left, sensor_plan right) {
+    right.rules = left.rules;
+    return left == right;
+}
+
 } // namespace
 
 const std::shared_ptr<server_connection>& scheduler::connection_of(const std::string& name) {
@@ -27,7 +33,13 @@ void scheduler::apply(const std::vector<sensor_plan>& plans) {
     std::set<std::shared_ptr<server_connection>> changed;
     for (const sensor_plan& plan : plans) {
         const auto before = placed_.find(plan.name);
-        if (before != placed_.end() && before->second.plan == plan) {
+        if (before != placed_.end() && is_same_scan(before->second.plan, plan)) {
+            if (before->second.plan.rules != plan.rules) {
+                before->second.plan.rules = plan.rules;
+                const auto& used = connection_of(plan.connection);
+                used->judge_by(before->second.id, plan.rules);
+                changed.insert(used);
+            }
             placed.insert(placed_.extract(before));
             continue;
         }

@@ -26,7 +26,8 @@ class scheduler final {
           pool_{workers} {}
 
     /// Makes these the sensors that are scanned in their intervals. Those that were there before
-    /// with an equal plan go on as they are, sessions and all.
+    /// with an equal plan go on as they are, sessions and all; also with other rules, which count
+    /// at once.
     void apply(const std::vector<sensor_plan>& plans);
 
     /// Scans a server once, outside any interval. The sensor is kept for some minutes, for the next

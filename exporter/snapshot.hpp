@@ -62,13 +62,14 @@ inline constexpr std::array all_sensor_states{
     return names[static_cast<std::size_t>(state)];
 }
 
-/// One sensor after its last scan; never changed once it is shown.
-struct sensor_snapshot {
+/// What is known of a sensor, but for its channels.
+struct sensor_head {
     std::int32_t id = 0; ///< the module's, unique for the life of this program
     std::string name;
     std::string kind;
     std::string connection;
     std::chrono::milliseconds interval{};
+    metric_labels labels{}; ///< of the configuration
     sensor_state state = sensor_state::pending;
     std::string identity{}; ///< of the message
     std::string text{};     ///< the message in English
@@ -78,6 +79,10 @@ struct sensor_snapshot {
     bool stale = false; ///< the channels are those of the last good scan, not of the last one
     std::shared_ptr<const channel_definitions> definitions{}; ///< null: none yet
     std::shared_ptr<const channel_metrics> metrics{};         ///< made of the definitions
+};
+
+/// One sensor after its last scan; never changed once it is shown.
+struct sensor_snapshot : sensor_head {
     std::vector<channel_view> channels{};
 };
 

@@ -1,9 +1,24 @@
 #include "exporter/worker_pool.hpp"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+void wait_until(
+    std::unique_lock<std::mutex>& lock, std::condition_variable& called, timed_task::time_point end
+) {
+    if (end == timed_task::never) {
+        called.wait(lock);
+    } else {
+        called.wait_until(lock, end);
+    }
+}
+
+} // namespace
 
 worker_pool::~worker_pool() {
     std::vector<std::thread> threads;
@@ -13,6 +28,7 @@ worker_pool::~worker_pool() {
         threads = std::exchange(threads_, {});
     }
     leader_called_.notify_all();
+    deputy_called_.notify_all();
     follower_called_.notify_all();
     for (std::thread& thread : threads) {
         thread.join();
@@ -57,6 +73,10 @@ void worker_pool::call_somebody() {
         leader_called_.notify_one();
         return;
     }
+    if (deputy_until_) {
+        deputy_called_.notify_one();
+        return;
+    }
     if (idle_ > 0) {
         follower_called_.notify_one();
         return;
@@ -86,18 +106,28 @@ void worker_pool::work() {
 
 void worker_pool::wait(std::unique_lock<std::mutex>& lock) {
     ++idle_;
-    if (has_leader_) {
-        follower_called_.wait(lock);
-    } else {
+    if (!has_leader_) {
         has_leader_ = true;
-        if (queue_.empty() || queue_.begin()->first == timed_task::never) {
-            leader_called_.wait(lock);
-        } else {
-            leader_called_.wait_until(lock, time_point{queue_.begin()->first});
-        }
+        wait_until(lock, leader_called_, first_due());
         has_leader_ = false;
+    } else if (!deputy_until_) {
+        deputy_until_ = latest_start();
+        wait_until(lock, deputy_called_, *deputy_until_);
+        deputy_until_.reset();
+    } else {
+        follower_called_.wait(lock);
     }
     --idle_;
+}
+
+worker_pool::time_point worker_pool::first_due() const {
+    return queue_.empty() ? timed_task::never : queue_.begin()->first;
+}
+
+worker_pool::time_point worker_pool::latest_start() const {
+    const time_point due = first_due();
+    return due == timed_task::never ? due
+                                    : std::max(due, std::chrono::steady_clock::now()) + patience;
 }
 
 void worker_pool::run_first(std::unique_lock<std::mutex>& lock) {
@@ -106,7 +136,9 @@ void worker_pool::run_first(std::unique_lock<std::mutex>& lock) {
     place& chosen = places_.at(key);
     chosen.running = true;
     const std::shared_ptr<timed_task> task = chosen.task;
-    call_somebody(); // who waits for the next one
+    if (!has_leader_ && (!deputy_until_ || *deputy_until_ > latest_start())) {
+        call_somebody(); // who waits for the next one
+    }
     lock.unlock();
     task->run();
     lock.lock();

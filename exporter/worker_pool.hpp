@@ -1,12 +1,13 @@
 #pragma once
-// Threads that run tasks when these are due. A task that blocks delays no other one while there are
-// threads left.
+// Threads that run tasks when these are due. A task that blocks delays no other one for long while
+// there are threads left.
 
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <thread>
 #include <unordered_map>
@@ -35,6 +36,9 @@ class timed_task {
 
 class worker_pool final {
   public:
+    /// The longest delay by a task that blocks: the time that most tasks take is below it.
+    static constexpr std::chrono::milliseconds patience{20};
+
     /// Threads are started as they are needed.
     /// @param most at least 1
     explicit worker_pool(std::size_t most) : most_{most} {}
@@ -66,14 +70,20 @@ class worker_pool final {
     void run_first(std::unique_lock<std::mutex>& lock);
     void wait(std::unique_lock<std::mutex>& lock);
     void call_somebody();
+    [[nodiscard]] time_point first_due() const;
+    [[nodiscard]] time_point latest_start() const;
 
     const std::size_t most_;
     mutable std::mutex mutex_; // guards all that follows
-    // Of those that have nothing to do, one waits for the next task to become due: were it all of
-    // them, all would wake up for each task.
+    // Of those that have nothing to do, the leader waits for the next task to become due: were it
+    // all of them, all would wake up for each task. It runs the task without calling another to its
+    // place, which would cost as much as half a scan: the deputy wakes up by itself, a little
+    // later, and sees whether somebody leads.
     std::condition_variable leader_called_;
+    std::condition_variable deputy_called_;
     std::condition_variable follower_called_;
     bool has_leader_ = false;
+    std::optional<time_point> deputy_until_; // when it wakes up; nothing: there is no deputy
     bool stopping_ = false;
     std::size_t idle_ = 0; // the leader included
     std::unordered_map<timed_task*, place> places_;

@@ -1,91 +1,69 @@
 #include "exporter/yaml_value.hpp"
 
-#include "host/probe_error.hpp"
-#include "host/secret_file.hpp"
 #include "text/nearest_names.hpp"
 #include "text/number.hpp"
-#include "text/terminal_text.hpp"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
+#include <set>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-[[nodiscard]] std::string line_of(const YAML::Mark& mark) {
-    return mark.is_null() ? "" : std::to_string(mark.line + 1) + ": ";
-}
-
-[[nodiscard]] std::optional<double> seconds_of(std::string_view text) {
-    constexpr std::array<std::pair<std::string_view, double>, 4> units{
-        {{"ms", 0.001}, {"s", 1}, {"m", 60}, {"h", 3600}}};
-    for (const auto& [name, factor] : units) {
-        if (text.ends_with(name)) {
-            const auto number = parse_number<double>(text.substr(0, text.size() - name.size()));
-            return number ? std::optional{*number * factor} : std::nullopt;
-        }
-    }
-    return parse_number<double>(text);
-}
-
-[[nodiscard]] std::string environment(const yaml_value& value, const std::string& name) {
-    const char* const text = std::getenv(name.c_str());
-    if (text == nullptr) {
-        value.fail("the environment has no variable " + name);
-    }
-    return text;
-}
-
-/// Editors end a file with a line end, which is no part of a password; a certificate keeps its own.
-[[nodiscard]] std::string read_at(const yaml_value& value, const std::string& path) {
-    try {
-        std::string text = read_file(path);
-        const bool several_lines = text.find('\n') != text.rfind('\n');
-        return several_lines ? text : without_line_end(std::move(text));
-    } catch (const std::exception& error) {
-        value.fail(error.what());
-    }
-}
-
-[[nodiscard]] std::string credential_path(const yaml_value& value) {
-    const std::string name = value.text();
-    if (name.empty() || name.front() == '.' || name.find('/') != std::string::npos) {
-        value.fail("this can be no name of a credential");
-    }
-    return environment(value, "CREDENTIALS_DIRECTORY") + "/" + name;
+[[nodiscard]] config_place place_of(std::size_t file, const YAML::Mark& mark) {
+    return mark.is_null() ? config_place{file} : config_place{file, mark.line + 1, mark.column};
 }
 
 } // namespace
 
-yaml_value::yaml_value(const YAML::Node& node, std::string place, std::string file)
+yaml_value::yaml_value(const YAML::Node& node, config_report& report, config_remark remark)
     : node_{node},
-      place_{std::move(place)},
-      file_{std::move(file)} {}
+      report_{&report},
+      remark_{std::move(remark)} {}
 
-yaml_value yaml_value::parse(const std::string& text, const std::string& file) {
+std::optional<yaml_value>
+yaml_value::parse(const std::string& text, config_report& report, std::size_t file) {
     try {
-        return {YAML::Load(text), "", file};
+        const std::vector<YAML::Node> documents = YAML::LoadAll(text);
+        const YAML::Node first = documents.empty() ? YAML::Node{} : documents.front();
+        const yaml_value whole{first, report, {place_of(file, first.Mark()), "", ""}};
+        if (documents.size() > 1) { // a line of "---" by which the rest would be lost
+            whole.at(documents[1], documents[1].Mark(), "")
+                .mistake("a second document begins here; one file has one");
+            return std::nullopt;
+        }
+        return whole;
     } catch (const YAML::Exception& error) {
-        throw probe_error{exit_code::usage, file + ":" + line_of(error.mark) + error.msg};
+        // What stands behind a colon is from the file, and perhaps a password: "*secret" names an
+        // anchor, unless it stands in quotes.
+        const std::string problem = error.msg.substr(0, error.msg.find(':'));
+        const bool anchor = problem.find("anchor") != std::string::npos;
+        const char* const advice = anchor ? "; a text that begins with * or & needs quotes" : "";
+        report.mistake({place_of(file, error.mark), "", problem + advice});
+        return std::nullopt;
     }
 }
 
-yaml_value yaml_value::at(const YAML::Node& node, const std::string& name) const {
-    return {node, place_.empty() ? name : place_ + "." + name, file_};
+yaml_value
+yaml_value::at(const YAML::Node& node, const YAML::Mark& mark, const std::string& member) const {
+    return {node, *report_, {place_of(remark_.place.file, mark), member, ""}};
 }
 
 std::optional<yaml_value> yaml_value::find(const std::string& name) const {
     if (!node_.IsMap()) {
         fail("expected a mapping");
     }
-    const YAML::Node found = node_[name];
-    if (!found || found.IsNull()) {
-        return std::nullopt;
+    for (const auto& member : node_) {
+        if (member.first.IsScalar() && member.first.Scalar() == name) {
+            const std::string whole = remark_.member.empty() ? name : remark_.member + "." + name;
+            return member.second.IsNull()
+                       ? std::nullopt
+                       : std::optional{at(member.second, member.first.Mark(), whole)};
+        }
     }
-    return at(found, name);
+    return std::nullopt;
 }
 
 yaml_value yaml_value::required(const std::string& name) const {
@@ -101,15 +79,21 @@ std::vector<std::pair<std::string, yaml_value>> yaml_value::members() const {
         fail("expected a mapping");
     }
     std::vector<std::pair<std::string, yaml_value>> result;
+    std::set<std::string> names;
     for (const auto& member : node_) {
         if (!member.first.IsScalar()) {
-            fail("the names of members must be texts");
+            at(member.first, member.first.Mark(), remark_.member)
+                .mistake("the names of members must be texts");
+            continue;
         }
         const std::string name = member.first.Scalar();
-        if (std::ranges::any_of(result, [&name](const auto& each) { return each.first == name; })) {
-            fail("\"" + name + "\" stands here twice");
+        const std::string whole = remark_.member.empty() ? name : remark_.member + "." + name;
+        const yaml_value value = at(member.second, member.first.Mark(), whole);
+        if (names.insert(name).second) {
+            result.emplace_back(name, value);
+        } else {
+            value.mistake("\"" + name + "\" stands here twice");
         }
-        result.emplace_back(name, at(member.second, name));
     }
     return result;
 }
@@ -119,8 +103,9 @@ std::vector<yaml_value> yaml_value::items() const {
         fail("expected a list");
     }
     std::vector<yaml_value> result;
-    for (std::size_t i = 0; i < node_.size(); ++i) {
-        result.push_back({node_[i], place_ + "[" + std::to_string(i) + "]", file_});
+    for (const auto& item : node_) {
+        const std::string number = "[" + std::to_string(result.size()) + "]";
+        result.push_back(at(item, item.Mark(), remark_.member + number));
     }
     return result;
 }
@@ -129,7 +114,9 @@ void yaml_value::allow_only(std::initializer_list<const char*> names) const {
     const std::vector<std::string> known{names.begin(), names.end()};
     for (const auto& [name, value] : members()) {
         if (std::ranges::find(known, name) == known.end()) {
-            value.fail("there is no such setting here" + did_you_mean(nearest_names(name, known)));
+            value.mistake(
+                "there is no such setting here" + did_you_mean(nearest_names(name, known))
+            );
         }
     }
 }
@@ -143,7 +130,7 @@ std::string yaml_value::text() const {
 
 std::chrono::milliseconds
 yaml_value::duration(std::chrono::milliseconds shortest, std::chrono::milliseconds longest) const {
-    const std::optional<double> seconds = seconds_of(text());
+    const std::optional<double> seconds = parse_seconds(text());
     if (!seconds || !(*seconds * 1000 >= static_cast<double>(shortest.count())) ||
         !(*seconds * 1000 <= static_cast<double>(longest.count()))) {
         fail(
@@ -155,25 +142,34 @@ yaml_value::duration(std::chrono::milliseconds shortest, std::chrono::millisecon
 }
 
 std::string yaml_value::text_of(const std::string& name, const std::string& fallback) const {
-    const auto found = find(name);
-    return found ? found->text() : fallback;
+    std::string result = fallback;
+    attempt([&] {
+        if (const auto found = find(name)) {
+            result = found->text();
+        }
+    });
+    return result;
 }
 
 std::int64_t yaml_value::integer_of(
     const std::string& name, std::int64_t lowest, std::int64_t highest, std::int64_t fallback
 ) const {
-    const auto found = find(name);
-    if (!found) {
-        return fallback;
-    }
-    const auto number = parse_number<std::int64_t>(found->text());
-    if (!number || *number < lowest || *number > highest) {
-        found->fail(
-            "expected a whole number from " + std::to_string(lowest) + " to " +
-            std::to_string(highest)
-        );
-    }
-    return *number;
+    std::int64_t result = fallback;
+    attempt([&] {
+        const auto found = find(name);
+        if (!found) {
+            return;
+        }
+        const auto number = parse_number<std::int64_t>(found->text());
+        if (!number || *number < lowest || *number > highest) {
+            found->fail(
+                "expected a whole number from " + std::to_string(lowest) + " to " +
+                std::to_string(highest)
+            );
+        }
+        result = *number;
+    });
+    return result;
 }
 
 bool yaml_value::is_chosen(
@@ -181,64 +177,37 @@ bool yaml_value::is_chosen(
 ) const {
     const std::string text = text_of(name, usual);
     if (text != usual && text != other) {
-        required(name).fail("expected " + usual + " or " + other);
+        required(name).mistake("expected " + usual + " or " + other);
     }
     return text == other;
 }
 
+std::vector<yaml_value> yaml_value::items_of(const std::string& name) const {
+    std::vector<yaml_value> result;
+    attempt([&] {
+        if (const auto found = find(name)) {
+            result = found->items();
+        }
+    });
+    return result;
+}
+
 std::vector<std::string> yaml_value::texts_of(const std::string& name) const {
     std::vector<std::string> result;
-    if (const auto found = find(name)) {
-        for (const yaml_value& item : found->items()) {
-            result.push_back(item.text());
-        }
+    for (const yaml_value& item : items_of(name)) {
+        item.attempt([&] { result.push_back(item.text()); });
     }
     return result;
 }
 
+config_remark yaml_value::with(const std::string& problem) const {
+    config_remark remark = remark_;
+    remark.problem = problem;
+    return remark;
+}
+
 void yaml_value::fail(const std::string& problem) const {
-    // Sanitised here, because the text of an exception ends at a zero byte, which a file may hold.
-    throw probe_error{
-        exit_code::usage,
-        sanitise(
-            file_ + ":" + line_of(node_.Mark()) + (place_.empty() ? "" : place_ + ": ") + problem
-        )};
-}
-
-std::string value_source::path(const std::string& text) const {
-    return (folder_ / text).string();
-}
-
-std::string value_source::read(const yaml_value& value) const {
-    if (!value.is_mapping()) {
-        return value.text();
-    }
-    if (const auto members = value.members(); members.size() == 1) {
-        const auto& [source, place] = members.front();
-        if (source == "env") {
-            return environment(place, place.text());
-        }
-        if (source == "file") {
-            return read_at(place, path(place.text()));
-        }
-        if (source == "credential") {
-            return read_at(place, credential_path(place));
-        }
-    } // an unknown member is not named: it may be a secret that somebody put into braces
-    value.fail("expected one of file, env and credential");
-}
-
-std::string value_source::secret(const yaml_value& value, bool open) const {
-    std::string text = read(value);
-    if (!value.is_mapping() && open && !text.empty()) {
-        value.fail("everybody can read this file, and it holds a secret: chmod o-rwx, or name a "
-                   "{file: PATH}, {env: NAME} or {credential: NAME}");
-    }
-    if (value.is_mapping() && value.find("file") &&
-        is_open_to_all(path(value.required("file").text()))) {
-        value.fail("everybody can read the secret in this file: chmod o-rwx");
-    }
-    return text;
+    throw config_mistake{with(problem)};
 }
 
 } // namespace tarvik::monitoring_modules::probe

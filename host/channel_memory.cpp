@@ -1,25 +1,13 @@
 #include "host/channel_memory.hpp"
 
+#include "host/channel_verdict.hpp"
+
 #include <algorithm>
 #include <cmath>
 
 namespace tarvik::monitoring_modules::probe {
 
 namespace {
-
-[[nodiscard]] channel_state state_by_limits(const channel_limits& limits, double value) {
-    if (!limits.enabled || std::isnan(value)) {
-        return channel_state::none;
-    }
-    const auto beyond = [value](const auto& lower, const auto& upper) {
-        return (lower && value < *lower) || (upper && value > *upper);
-    };
-    if (beyond(limits.lower_error, limits.upper_error)) {
-        return channel_state::error;
-    }
-    return beyond(limits.lower_warning, limits.upper_warning) ? channel_state::warning
-                                                              : channel_state::ok;
-}
 
 /// @return nothing when the value fell: a counter that began anew has no growth
 [[nodiscard]] std::optional<double> rise(const channel_number& before, const channel_number& now) {
@@ -38,9 +26,13 @@ namespace {
 }
 
 /// @return whether the shown value is the number that came, rounded or not
-[[nodiscard]] bool tells_raw(const channel_view& view) {
-    const std::string unscaled = format_value(view.raw, channel_unit{}, 1).number;
-    return !view.difference && !view.lookup_text && view.value.number == unscaled;
+[[nodiscard]] bool tells_raw(const channel_view& view, const channel_definition& definition) {
+    if (view.difference || view.lookup_text) {
+        return false;
+    }
+    constexpr auto no_unit = static_cast<std::int64_t>(unit_code::custom);
+    const bool as_it_came = definition.multiplier == 1.0 && definition.unit.code == no_unit;
+    return as_it_came || view.value.number == format_value(view.raw, channel_unit{}, 1).number;
 }
 
 } // namespace
@@ -55,6 +47,7 @@ channel_memory::take(const scan_result& result, std::chrono::steady_clock::time_
     for (const channel_value& channel : result.channels) {
         views.push_back(view(channel, when));
     }
+    judge(views);
     for (const channel_value& channel : result.channels) {
         last_.insert_or_assign(channel.id, sample{channel.value, when});
     }
@@ -73,14 +66,35 @@ std::optional<double> channel_memory::growth(
     return risen ? std::optional{*risen / passed.count()} : std::nullopt;
 }
 
+void channel_memory::judge(std::vector<channel_view>& channels) {
+    const channel_definition unknown{};
+    std::vector<const channel_definition*> known;
+    std::vector<rule_target> targets;
+    for (const channel_view& each : channels) {
+        const auto found = definitions_.find(each.id);
+        known.push_back(found == definitions_.end() ? &unknown : &found->second);
+        targets.push_back({each.id, each.name, known.back()->lookup});
+    }
+    assigned_rules assigned = assign_rules(targets, rules_, document_);
+    problems_ = std::move(assigned.problems);
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        const auto* const integer = std::get_if<std::int64_t>(&channels[i].raw);
+        const auto looked_up =
+            integer == nullptr ? std::nullopt : document_.find(known[i]->lookup, *integer);
+        channels[i].verdict = judge_channel(channels[i], *known[i], looked_up, assigned.demands[i]);
+    }
+}
+
 channel_view channel_memory::view(
     const channel_value& channel, std::chrono::steady_clock::time_point when
 ) const {
-    channel_definition definition;
-    definition.name = "channel " + std::to_string(channel.id) + " (not defined)";
-    if (const auto defined = definitions_.find(channel.id); defined != definitions_.end()) {
-        definition = defined->second;
+    const auto defined = definitions_.find(channel.id);
+    channel_definition unknown;
+    if (defined == definitions_.end()) {
+        unknown.name = "channel " + std::to_string(channel.id) + " (not defined)";
     }
+    const channel_definition& definition =
+        defined == definitions_.end() ? unknown : defined->second;
     channel_view result;
     result.id = channel.id;
     result.name = definition.name;
@@ -89,11 +103,9 @@ channel_view channel_memory::view(
     result.difference = definition.difference;
     if (!definition.difference) {
         result.value = format_value(channel.value, definition.unit, definition.multiplier);
-        result.state = state_by_limits(definition.limits, result.scaled);
     } else if (const auto risen = growth(channel, when)) {
         result.growth = *risen * definition.multiplier;
         result.value = format_growth(*result.growth, definition.unit);
-        result.state = state_by_limits(definition.limits, *result.growth);
     } else {
         result.value.number = "-";
     }
@@ -102,10 +114,9 @@ channel_view channel_memory::view(
         if (const auto looked_up = document_.find(definition.lookup, *integer)) {
             result.lookup_text = looked_up->text;
             result.value = {looked_up->text, ""};
-            result.state = std::max(result.state, looked_up->state);
         }
     }
-    result.raw_is_shown = tells_raw(result);
+    result.raw_is_shown = tells_raw(result, definition);
     return result;
 }
 

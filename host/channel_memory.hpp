@@ -1,39 +1,29 @@
 #pragma once
 // Channels as values: what is kept from scan to scan, because channels are defined once and growth
-// needs the value before, and each channel of a scan ready to be shown.
+// needs the value before, and each channel of a scan judged and ready to be shown.
 
-#include "host/message.hpp"
-#include "host/module_document.hpp"
-#include "host/value_format.hpp"
+#include "host/channel_rules.hpp"
+#include "host/channel_view.hpp"
 
 #include <chrono>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarvik::monitoring_modules::probe {
 
-/// One channel of one scan, ready to be shown. Names, units and lookup texts are as they were sent:
-/// not yet sanitised.
-struct channel_view {
-    std::int64_t id = 0;
-    std::string name;
-    channel_number raw;
-    formatted_value value;    ///< "-" for a growth that is not known
-    bool raw_is_shown = true; ///< the value tells the raw number already
-    double scaled = 0;        ///< raw × multiplier
-    bool difference = false;
-    std::optional<double>
-        growth; ///< of scaled, per second; nothing in the first scan and after a fall
-    std::optional<std::string> lookup_text;
-    channel_state state = channel_state::none; ///< the worse one of lookup and limits
-};
-
 class channel_memory final {
   public:
     /// @param document must outlive this object
-    explicit channel_memory(const module_document& document) : document_{document} {}
+    /// @param rules go before what the module says is good
+    explicit channel_memory(const module_document& document, channel_rules rules = {})
+        : document_{document},
+          rules_{std::move(rules)} {}
+
+    /// The next result is judged by these.
+    void use(channel_rules rules) { rules_ = std::move(rules); }
 
     /// Takes a result in: its definitions are kept, its values are the ones before for the next
     /// result.
@@ -41,6 +31,9 @@ class channel_memory final {
     /// @return its channels in the order of the result
     [[nodiscard]] std::vector<channel_view>
     take(const scan_result& result, std::chrono::steady_clock::time_point when);
+
+    /// @return which rules the last result's channels cannot follow, and why
+    [[nodiscard]] const std::vector<std::string>& problems() const noexcept { return problems_; }
 
     /// @return what is known of the channels, by their ids
     [[nodiscard]] const std::map<std::int64_t, channel_definition>& definitions() const noexcept {
@@ -57,8 +50,11 @@ class channel_memory final {
     growth(const channel_value& channel, std::chrono::steady_clock::time_point when) const;
     [[nodiscard]] channel_view
     view(const channel_value& channel, std::chrono::steady_clock::time_point when) const;
+    void judge(std::vector<channel_view>& channels);
 
     const module_document& document_;
+    channel_rules rules_;
+    std::vector<std::string> problems_;
     std::map<std::int64_t, channel_definition> definitions_;
     std::map<std::int64_t, sample> last_;
 };

@@ -97,14 +97,35 @@ bool names_secret(std::string_view key) {
     return contains(secrets, key.substr(key.rfind('.') + 1));
 }
 
+void take_host_apart(connection_arguments& connection, bool port_given) {
+    const std::string typed = connection.host;
+    const parsed_server parsed = parse_server(typed);
+    if (!parsed.server) {
+        throw usage_error{"--host " + typed + ": " + parsed.problem};
+    }
+    const named_server& named = *parsed.server;
+    const auto refuse_two = [&typed](const std::string& option, const std::string& value) {
+        throw usage_error{
+            "--host " + typed + " and " + option + " " + value + " differ; name it once"};
+    };
+    if (port_given && named.port && *named.port != connection.port) {
+        refuse_two("--port", std::to_string(connection.port));
+    }
+    const bool same = connection.path == named.path || connection.path == "/" + named.path;
+    if (!named.path.empty() && !connection.path.empty() && !same) {
+        refuse_two("--path", connection.path);
+    }
+    connection.host = named.host;
+    connection.port = named.port.value_or(connection.port);
+    connection.path = named.path.empty() ? connection.path : named.path;
+}
+
 std::string waiting_for(const connection_arguments& connection) {
     return "waiting for " + address_of(connection);
 }
 
 std::string address_of(const connection_arguments& connection) {
-    const std::string& host = connection.host;
-    const bool needs_brackets = host.find(':') != std::string::npos && !host.starts_with('[');
-    return (needs_brackets ? "[" + host + "]" : host) + ":" + std::to_string(connection.port);
+    return host_and_port(connection.host, connection.port);
 }
 
 } // namespace tarvik::monitoring_modules::probe

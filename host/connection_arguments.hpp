@@ -4,6 +4,7 @@
 // because everybody on a machine can read the arguments of a program.
 
 #include "host/secret_file.hpp"
+#include "host/server_address.hpp"
 #include "host/settings_record.hpp"
 
 #include <cstdint>
@@ -16,7 +17,7 @@ namespace tarvik::monitoring_modules::probe {
 /// Where the server is and how to get in. Secrets are named by file only.
 struct connection_arguments {
     std::string host;
-    std::uint16_t port = 4840;
+    std::uint16_t port = default_opcua_port;
     std::string path;
     std::string user; ///< empty: anonymous
     std::string password_file;
@@ -31,6 +32,13 @@ struct connection_arguments {
     std::vector<std::string> raw;       ///< KEY=VALUE, in the order given
     std::vector<std::string> raw_files; ///< KEY=PATH, in the order given
 };
+
+/// Takes a host that was typed apart, as parse_server does: a port and a path in it become those of
+/// the connection.
+/// @param port_given whether the port was named by itself, too
+/// @throws probe_error (usage) when the host names no server, or another port or path than was
+/// named by itself
+void take_host_apart(connection_arguments& connection, bool port_given);
 
 /// @return "waiting for 192.0.2.7:4840"
 [[nodiscard]] std::string waiting_for(const connection_arguments& connection);

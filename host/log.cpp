@@ -1,5 +1,6 @@
 #include "host/log.hpp"
 
+#include "host/status_name.hpp"
 #include "text/utf8.hpp"
 
 #include <algorithm>
@@ -71,7 +72,7 @@ std::string to_text(const log_line& line) {
     const auto severity = std::clamp(line.severity, failure, severity_debug);
     std::string text = names.at(static_cast<std::size_t>(severity - failure));
     text.resize(9, ' ');
-    return text + line.source + (line.source.empty() ? "" : ": ") + line.text;
+    return text + line.source + (line.source.empty() ? "" : ": ") + with_status_names(line.text);
 }
 
 log_sink::log_sink(const module_library& library, line_receiver on_line, event_receiver on_event)

@@ -31,7 +31,8 @@ struct module_event {
     std::string text;      ///< what belongs to it, in English; not yet sanitised
 };
 
-/// @return "warning  sensor 7: text", or "warning  text" without a source; not yet sanitised
+/// @return "warning  sensor 7: text", or "warning  text" without a source, with the names of status
+/// codes beside their numbers; not yet sanitised
 [[nodiscard]] std::string to_text(const log_line& line);
 
 /// The module's log sink and event observer while it lives.

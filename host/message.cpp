@@ -1,9 +1,14 @@
 #include "host/message.hpp"
 
+#include "host/hint.hpp"
 #include "host/json.hpp"
 #include "host/probe_error.hpp"
+#include <rapidjson/document.h>
+#include <rapidjson/error/en.h>
 
+#include <array>
 #include <limits>
+#include <type_traits>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -15,40 +20,54 @@ using nlohmann::ordered_json;
     throw probe_error{exit_code::call_failed, "Unusable message: " + problem};
 }
 
+/// @tparam Type std::int64_t, double, bool or std::string
+/// @return nothing for a value of another type
+template <typename Type>
+[[nodiscard]] std::optional<Type> value_as(const rapidjson::Value& value) {
+    if constexpr (std::is_same_v<Type, double>) {
+        return value.IsNumber() ? std::optional{value.GetDouble()} : std::nullopt;
+    } else if constexpr (std::is_same_v<Type, std::int64_t>) {
+        return value.IsInt64() ? std::optional{value.GetInt64()} : std::nullopt;
+    } else if constexpr (std::is_same_v<Type, bool>) {
+        return value.IsBool() ? std::optional{value.GetBool()} : std::nullopt;
+    } else {
+        return value.IsString()
+                   ? std::optional{std::string{value.GetString(), value.GetStringLength()}}
+                   : std::nullopt;
+    }
+}
+
 /// An object within a message and the way to it, such as "channel_definitions[2]"; empty for the
-/// message itself. Refers to the message. Members that are null count as absent.
+/// message itself. Refers to the message and to the object that it is in. Members that are null
+/// count as absent.
 class json_object final {
   public:
-    explicit json_object(const ordered_json& object, std::string place = {})
-        : object_{object},
-          place_{std::move(place)} {
-        if (!object_.is_object()) {
-            refuse((place_.empty() ? "it" : place_) + " is no JSON object");
-        }
-    }
+    explicit json_object(const rapidjson::Value& message) : json_object{message, nullptr, "", {}} {}
 
-    [[noreturn]] void fail(const std::string& name, const std::string& problem) const {
+    [[noreturn]] void fail(const char* name, const std::string& problem) const {
         refuse("\"" + place_of(name) + "\" " + problem);
     }
 
     /// @return null JSON when the member is absent
-    [[nodiscard]] const ordered_json& operator[](const char* name) const {
-        return member(object_, name);
+    [[nodiscard]] const rapidjson::Value& operator[](const char* name) const {
+        static const rapidjson::Value nothing;
+        const auto found = object_.FindMember(name);
+        return found == object_.MemberEnd() ? nothing : found->value;
     }
 
     /// @return the object that is a member, empty when it is absent
     [[nodiscard]] json_object object(const char* name) const {
-        static const ordered_json empty = ordered_json::object();
-        const ordered_json& found = (*this)[name];
-        return json_object{found.is_null() ? empty : found, place_of(name)};
+        static const rapidjson::Value empty{rapidjson::kObjectType};
+        const rapidjson::Value& found = (*this)[name];
+        return {found.IsNull() ? empty : found, this, name, {}};
     }
 
     /// @return nothing when the member is absent
     template <typename Type>
     [[nodiscard]] std::optional<Type> get(const char* name) const {
-        const ordered_json& found = (*this)[name];
-        auto value = as<Type>(found);
-        if (!value && !found.is_null()) {
+        const rapidjson::Value& found = (*this)[name];
+        auto value = value_as<Type>(found);
+        if (!value && !found.IsNull()) {
             fail(
                 name,
                 std::is_same_v<Type, std::string>    ? "is no text"
@@ -62,7 +81,7 @@ class json_object final {
 
     template <typename Type>
     [[nodiscard]] Type required(const char* name) const {
-        if ((*this)[name].is_null()) {
+        if ((*this)[name].IsNull()) {
             fail(name, "is missing");
         }
         return *get<Type>(name);
@@ -76,24 +95,49 @@ class json_object final {
     template <typename Read>
     [[nodiscard]] auto each(const char* name, Read read) const {
         std::vector<decltype(read(*this))> values;
-        const ordered_json& list = (*this)[name];
-        if (!list.is_array() && !list.is_null()) {
+        const rapidjson::Value& list = (*this)[name];
+        if (list.IsNull()) {
+            return values;
+        }
+        if (!list.IsArray()) {
             fail(name, "is no list");
         }
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            values.push_back(read(json_object{
-                list[i], place_of(name) + "[" + std::to_string(i) + "]"}));
+        values.reserve(list.Size());
+        for (rapidjson::SizeType i = 0; i < list.Size(); ++i) {
+            values.push_back(read(json_object{list[i], this, name, i}));
         }
         return values;
     }
 
   private:
-    [[nodiscard]] std::string place_of(const std::string& name) const {
-        return place_.empty() ? name : place_ + "." + name;
+    json_object(
+        const rapidjson::Value& object,
+        const json_object* parent,
+        const char* name,
+        std::optional<rapidjson::SizeType> index
+    )
+        : object_{object},
+          parent_{parent},
+          name_{name},
+          index_{index} {
+        if (!object_.IsObject()) {
+            refuse((parent == nullptr ? "it" : place()) + " is no JSON object");
+        }
     }
 
-    const ordered_json& object_;
-    std::string place_;
+    // Put together only for a message that is refused.
+    [[nodiscard]] std::string place() const {
+        const std::string name = parent_ == nullptr ? "" : parent_->place_of(name_);
+        return index_ ? name + "[" + std::to_string(*index_) + "]" : name;
+    }
+    [[nodiscard]] std::string place_of(const std::string& name) const {
+        return parent_ == nullptr ? name : place() + "." + name;
+    }
+
+    const rapidjson::Value& object_;
+    const json_object* parent_; // null: this is the message
+    const char* name_;
+    std::optional<rapidjson::SizeType> index_; // in a list of that name
 };
 
 /// @param object has perhaps a member of this name with "identity" and "text"
@@ -105,9 +149,11 @@ void add_translation(ordered_json& object, const char* name, const translation& 
     }
 }
 
-void add_translations(ordered_json& document, const translation& texts) {
-    if (texts.english()) {
-        return;
+/// @return the message with its translations, if it is one
+[[nodiscard]] std::string with_translations(std::string_view text, const translation& texts) {
+    ordered_json document = ordered_json::parse(text, nullptr, false);
+    if (document.is_discarded()) {
+        return std::string{text}; // whoever reads it says why
     }
     add_translation(document, "message", texts);
     if (member(document, "channel_definitions").is_array()) {
@@ -115,6 +161,7 @@ void add_translations(ordered_json& document, const translation& texts) {
             add_translation(definition, "name", texts);
         }
     }
+    return document.dump();
 }
 
 /// @return the English text, or what was put beside it in another language
@@ -144,14 +191,14 @@ void add_translations(ordered_json& document, const translation& texts) {
 
 [[nodiscard]] channel_number read_number(const json_object& channel) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
-    const ordered_json& value = channel["value"];
-    if (value.is_null() || value.is_number_integer()) {
+    const rapidjson::Value& value = channel["value"];
+    if (value.IsNull() || value.IsInt64() || value.IsUint64()) {
         return channel.required<std::int64_t>("value");
     }
-    if (const auto real = as<double>(value)) {
+    if (const auto real = value_as<double>(value)) {
         return *real;
     }
-    const std::string text = as<std::string>(value).value_or("");
+    const std::string text = value_as<std::string>(value).value_or("");
     if (text == "NaN") {
         return std::numeric_limits<double>::quiet_NaN();
     }
@@ -174,9 +221,10 @@ void add_translations(ordered_json& document, const translation& texts) {
     }
 }
 
-[[nodiscard]] scan_result read_scan_result(const json_object& object, sent_message sent) {
+[[nodiscard]] scan_result
+read_scan_result(const json_object& object, sent_message sent, std::string_view language) {
     const json_object message = object.object("message");
-    return {
+    scan_result result{
         object.required<std::int64_t>("sensor_id"),
         object.get<std::int64_t>("error_code").value_or(0),
         read_state(object),
@@ -190,6 +238,10 @@ void add_translations(ordered_json& document, const translation& texts) {
         ),
         message.text("identity"),
         std::move(sent)};
+    if (result.state == scan_state::error) {
+        result.hint = hint_for(result.identity, language);
+    }
+    return result;
 }
 
 [[nodiscard]] log_line read_log_line(const json_object& entry) {
@@ -208,25 +260,34 @@ double as_double(const channel_number& value) noexcept {
 }
 
 any_message parse_message(std::string_view text, const translation& texts) {
-    auto document = std::make_shared<ordered_json>();
-    try {
-        *document = ordered_json::parse(text);
-    } catch (const ordered_json::exception& error) {
-        refuse(std::string{"no JSON: "} + error.what());
+    const auto sent = std::make_shared<const std::string>(
+        texts.english() ? std::string{text} : with_translations(text, texts)
+    );
+    constexpr unsigned flags = rapidjson::kParseFullPrecisionFlag | // numbers as they were sent
+                               rapidjson::kParseValidateEncodingFlag |
+                               rapidjson::kParseIterativeFlag; // however deep it is
+    std::array<char, 8192> room;                               // for a usual message
+    rapidjson::MemoryPoolAllocator<> memory{room.data(), room.size()};
+    rapidjson::Document document{&memory};
+    document.Parse<flags>(sent->data(), sent->size());
+    if (document.HasParseError()) {
+        refuse(
+            std::string{"no JSON: "} + rapidjson::GetParseError_En(document.GetParseError()) +
+            " (byte " + std::to_string(document.GetErrorOffset()) + ")"
+        );
     }
-    add_translations(*document, texts);
-    const json_object object{*document};
+    const json_object object{document};
     const std::string type = object.text("type");
     if (type == "sensor_scan_result") {
-        return read_scan_result(object, document);
+        return read_scan_result(object, sent, texts.language());
     }
     if (type == "check_result") {
         return check_result{
-            object.required<std::int64_t>("check_id"), object.required<bool>("success"), document};
+            object.required<std::int64_t>("check_id"), object.required<bool>("success"), sent};
     }
     if (type == "notification_response") {
         return notification_response{
-            object.required<std::int64_t>("id"), object.each("log", read_log_line), document};
+            object.required<std::int64_t>("id"), object.each("log", read_log_line), sent};
     }
     return {};
 }

@@ -13,8 +13,6 @@
 #include <variant>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
-
 namespace tarvik::monitoring_modules::probe {
 
 /// A channel's value as the module sent it; doubles may be NaN or infinite.
@@ -60,9 +58,9 @@ struct channel_value {
     channel_number value;
 };
 
-/// A message as the module sent it, with the member "translated" beside "text" where another
+/// A message as the module sent it, JSON, with the member "translated" beside "text" where another
 /// language than English is asked for; for those who pass it on. Null where nothing was sent.
-using sent_message = std::shared_ptr<const nlohmann::ordered_json>;
+using sent_message = std::shared_ptr<const std::string>;
 
 enum class scan_state { ok, warning, error };
 
@@ -80,6 +78,7 @@ struct scan_result {
     std::vector<channel_value> channels;
     std::string identity{}; ///< of the sensor message; @see parse_identity
     sent_message sent{};
+    std::string hint{}; ///< what to do about an error, in the language of the texts; may be empty
 };
 
 struct check_result {

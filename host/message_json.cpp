@@ -1,6 +1,7 @@
 #include "host/message_json.hpp"
 
 #include "host/json.hpp"
+#include "host/status_name.hpp"
 #include "text/number.hpp"
 
 #include <cmath>
@@ -27,26 +28,48 @@ void enrich(ordered_json& channel, const channel_view& view) {
     if (view.difference) {
         channel["growth_per_second"] = view.growth ? real(*view.growth) : ordered_json();
     }
-    if (view.state != channel_state::none) {
-        channel["state"] = name_of(view.state);
+    if (view.verdict.state != channel_state::none) {
+        channel["state"] = name_of(view.verdict.state);
     }
+}
+
+void add_advice(ordered_json& document, const std::string& identity, const std::string& hint) {
+    if (const std::string status = status_in(identity); !status.empty()) {
+        document["status_name"] = status;
+    }
+    if (!hint.empty()) {
+        document["hint"] = hint;
+    }
+}
+
+void add_reason(ordered_json& document, const failure_reason& reason) {
+    document["reason"] = reason.text;
+    add_advice(document, reason.identity, reason.hint);
 }
 
 } // namespace
 
 std::string
 scan_json(const scan_result& result, const std::vector<channel_view>& channels, std::size_t scan) {
-    ordered_json document = *result.sent;
+    ordered_json document = ordered_json::parse(*result.sent);
     document["scan"] = scan;
     document["state"] = name_of(result.state);
+    if (result.state == scan_state::error) {
+        add_advice(document, result.identity, result.hint);
+    }
     for (std::size_t i = 0; i < channels.size(); ++i) {
         enrich(document.at("channels").at(i), channels[i]);
     }
     return json_line(document);
 }
 
-std::string check_json(const check_result& result, const std::vector<log_line>& log) {
-    ordered_json document = *result.sent;
+std::string check_json(
+    const check_result& result, const failure_reason& reason, const std::vector<log_line>& log
+) {
+    ordered_json document = ordered_json::parse(*result.sent);
+    if (!result.success) {
+        add_reason(document, reason);
+    }
     ordered_json& lines = document["log"] = ordered_json::array();
     for (const auto& [source, severity, text] : log) {
         lines.push_back({{"source", source}, {"severity", severity}, {"text", text}});
@@ -56,11 +79,12 @@ std::string check_json(const check_result& result, const std::vector<log_line>& 
 
 std::string
 notification_json(const notification_response* response, const notification_outcome& outcome) {
-    ordered_json document = response == nullptr ? ordered_json::object() : *response->sent;
+    ordered_json document =
+        response == nullptr ? ordered_json::object() : ordered_json::parse(*response->sent);
     document["status"] = outcome.status;
     document["written"] = outcome.written;
     if (!outcome.written) {
-        document["reason"] = outcome.reason;
+        add_reason(document, outcome.reason);
     }
     return json_line(document);
 }

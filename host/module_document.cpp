@@ -2,11 +2,14 @@
 
 #include "host/document_json.hpp"
 #include "host/json.hpp"
+#include "host/probe_error.hpp"
+#include "text/nearest_names.hpp"
 #include "text/number.hpp"
 #include "text/utf8.hpp"
 #include "text/words.hpp"
 
 #include <algorithm>
+#include <iterator>
 #include <type_traits>
 #include <utility>
 
@@ -62,6 +65,12 @@ find_by(const std::vector<Entry>& entries, Member Entry::*name, std::string_view
         integer_in(entry, "RecommendedInterval"),
         texts_in(entry, "RequiredChecks"),
         texts_in(member(entry, "Settings"), "Sections")};
+}
+
+/// @return what a text names if it is the name of a channel; else empty
+[[nodiscard]] std::string read_channel_name(const std::string& key, const ordered_json& entry) {
+    return key.starts_with("channel.") ? fill_template(text_in(entry, "Display"), {}).value_or("")
+                                       : "";
 }
 
 template <typename Number>
@@ -223,11 +232,28 @@ module_document::module_document(std::string_view message, std::string_view lang
         return read_section(name, entry, member(document, "Groups"));
     });
     lookups_ = read_each(member(document, "Lookups"), read_lookup);
+    for (const ordered_json& texts : member(document, "Text")) {
+        const ordered_json& all = member(texts, "Translation");
+        const auto named = read_each(all, read_channel_name);
+        std::ranges::remove_copy(named, std::back_inserter(channel_names_), std::string{});
+    }
     texts_ = std::move(translated.texts);
 }
 
 const sensor_description* module_document::find_sensor(std::string_view kind) const {
     return find_by(sensors_, &sensor_description::kind, kind);
+}
+
+void module_document::require_sensor(const std::string& kind, const std::string& place) const {
+    if (sensors_.empty() || find_sensor(kind) != nullptr) {
+        return;
+    }
+    std::vector<std::string> kinds;
+    for (const sensor_description& sensor : sensors_) {
+        kinds.push_back(sensor.kind);
+    }
+    throw usage_error{
+        place + kind + ": there is no such sensor" + did_you_mean(nearest_names(kind, kinds))};
 }
 
 const check_description* module_document::find_check(std::string_view kind) const {
@@ -244,6 +270,16 @@ module_document::find(std::string_view lookup_name, std::int64_t value) const {
     return lookup != nullptr && lookup->values.contains(value)
                ? std::optional{lookup->values.at(value)}
                : std::nullopt;
+}
+
+std::vector<std::string> module_document::texts_of_lookup(std::string_view lookup_name) const {
+    std::vector<std::string> texts;
+    if (const auto* const lookup = find_by(lookups_, &lookup_description::name, lookup_name)) {
+        std::ranges::transform(lookup->values, std::back_inserter(texts), [](const auto& each) {
+            return each.second.text;
+        });
+    }
+    return texts;
 }
 
 std::string module_document::sensor_name(const std::string& kind) const {

@@ -18,6 +18,9 @@ namespace tarvik::monitoring_modules::probe {
 /// The state of a channel's value.
 enum class channel_state { none, ok, warning, error };
 
+inline constexpr std::array all_channel_states{
+    channel_state::none, channel_state::ok, channel_state::warning, channel_state::error};
+
 /// @return "warning"
 [[nodiscard]] constexpr std::string_view name_of(channel_state state) noexcept {
     constexpr std::array<std::string_view, 4> names{"none", "ok", "warning", "error"};
@@ -149,9 +152,21 @@ class module_document final {
     [[nodiscard]] const check_description* find_check(std::string_view kind) const;
     [[nodiscard]] const settings_section* find_section(std::string_view name) const;
 
+    /// @param place where the kind was named, for the error
+    /// @throws probe_error (usage) for a kind that no sensor has, naming those that may be meant;
+    /// nothing is known to be wrong by a document without sensors
+    void require_sensor(const std::string& kind, const std::string& place) const;
+
     /// @return nothing for an unknown lookup or value
     [[nodiscard]] std::optional<lookup_value>
     find(std::string_view lookup_name, std::int64_t value) const;
+
+    /// @return in the order of the values; none for an unknown lookup
+    [[nodiscard]] std::vector<std::string> texts_of_lookup(std::string_view lookup_name) const;
+
+    /// @return names of channels that the module gives, of whatever sensor; none when they are not
+    /// told
+    [[nodiscard]] const auto& channel_names() const noexcept { return channel_names_; }
 
     /// @return the display name, or the kind itself
     [[nodiscard]] std::string sensor_name(const std::string& kind) const;
@@ -162,6 +177,7 @@ class module_document final {
     std::vector<check_description> checks_;
     std::vector<settings_section> sections_;
     std::vector<lookup_description> lookups_;
+    std::vector<std::string> channel_names_;
     translation texts_;
 };
 

@@ -117,6 +117,7 @@ module_library::module_library(const std::filesystem::path& path)
     }
     if (framework != nullptr) {
         find(framework, "ZunoSetLogSink", framework_.set_log_sink);
+        find(framework, "ZunoSetLogThreshold", framework_.set_log_threshold);
         find(framework, "ZunoSetEventObserver", framework_.set_event_observer);
         find(framework, "ZunoSetStore", framework_.set_store);
         find(framework, "ZunoSetServerTrust", framework_.set_server_trust);

@@ -40,6 +40,7 @@ struct module_functions {
 /// What the framework library has for hosts. Null: it cannot be found, or is too old.
 struct framework_functions {
     decltype(&::ZunoSetLogSink) set_log_sink = nullptr;
+    decltype(&::ZunoSetLogThreshold) set_log_threshold = nullptr;
     decltype(&::ZunoSetEventObserver) set_event_observer = nullptr;
     decltype(&::ZunoSetStore) set_store = nullptr;
     decltype(&::ZunoSetServerTrust) set_server_trust = nullptr;

@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -25,11 +26,17 @@ enum class exit_code {
 /// Ends the command; its text is for the person at the terminal and may hold text from outside.
 class probe_error : public std::runtime_error {
   public:
-    probe_error(exit_code code, const std::string& text) : std::runtime_error{text}, code_{code} {}
+    /// @param hint what to do about it, with its label; empty: nothing that the text does not say
+    probe_error(exit_code code, const std::string& text, std::string hint = {})
+        : std::runtime_error{text},
+          code_{code},
+          hint_{std::move(hint)} {}
     [[nodiscard]] exit_code code() const noexcept { return code_; }
+    [[nodiscard]] const std::string& hint() const noexcept { return hint_; }
 
   private:
     exit_code code_;
+    std::string hint_;
 };
 
 /// The command line, or a file that it names, cannot be used.

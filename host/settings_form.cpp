@@ -35,16 +35,16 @@ constexpr std::size_t shown_columns = 60;
     return setting.display.empty() ? setting.key : setting.display + " (" + setting.key + ")";
 }
 
-[[noreturn]] void refuse_value(const module_setting& setting, const std::string& text) {
+/// @return why the setting may not hold this text
+[[nodiscard]] std::string refusal_of(const module_setting& setting, const std::string& text) {
     if (const auto* values = text_values_of(&setting)) { // which may be a secret
-        throw usage_error{
-            title(setting) + ": the text has " + std::to_string(character_count(text)) +
-            " characters, at most " + std::to_string(values->longest.value_or(0)) + " are allowed"};
+        return title(setting) + ": the text has " + std::to_string(character_count(text)) +
+               " characters, at most " + std::to_string(values->longest.value_or(0)) +
+               " are allowed";
     }
     const bool selection = std::holds_alternative<selection_values>(setting.values);
-    throw usage_error{
-        title(setting) + ": \"" + cut(text, shown_columns) + "\" is no " +
-        (selection ? "option, expected " : "") + allowed_text(setting.values)};
+    return title(setting) + ": \"" + cut(text, shown_columns) + "\" is no " +
+           (selection ? "option, expected " : "") + allowed_text(setting.values);
 }
 
 } // namespace
@@ -156,15 +156,22 @@ bool settings_form::is_shown(
            is_shown(*other, values, steps - 1);
 }
 
-void settings_form::check(const settings& values) const {
+std::vector<settings_form::problem> settings_form::problems(const settings& values) const {
+    std::vector<problem> found;
     for (const module_setting* setting : settings_) {
         const std::string& text = text_of(*setting, values);
         if (text.empty() && setting->required && is_shown(*setting, values, settings_.size())) {
-            throw usage_error{title(*setting) + " is required"};
+            found.push_back({setting->key, title(*setting) + " is required"});
+        } else if (values.contains(setting->key) && !is_allowed(setting->values, text)) {
+            found.push_back({setting->key, refusal_of(*setting, text)});
         }
-        if (values.contains(setting->key) && !is_allowed(setting->values, text)) {
-            refuse_value(*setting, text);
-        }
+    }
+    return found;
+}
+
+void settings_form::check(const settings& values) const {
+    if (const auto found = problems(values); !found.empty()) {
+        throw usage_error{found.front().text};
     }
 }
 

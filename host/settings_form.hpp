@@ -39,8 +39,14 @@ class settings_form final {
 
     [[nodiscard]] bool is_secret(std::string_view key) const;
 
-    /// @throws probe_error (usage) naming the first setting that is required and missing, or holds
-    /// what it may not hold
+    struct problem {
+        std::string key;
+        std::string text; ///< names the setting
+    };
+    /// @return each setting that is required and missing, or holds what it may not hold
+    [[nodiscard]] std::vector<problem> problems(const settings& values) const;
+
+    /// @throws probe_error (usage) with the first of these problems
     void check(const settings& values) const;
 
   private:

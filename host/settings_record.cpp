@@ -13,9 +13,24 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-[[nodiscard]] bool begins_node_id(std::string_view text) noexcept {
-    constexpr auto keys = std::to_array<std::string_view>({"ns", "nsu", "svr", "i", "s", "g", "b"});
-    return text.starts_with('\'') || text.starts_with('"') || contains(keys, text);
+constexpr const char* message_node_key = "custom.sensor_message_custom.nodeid";
+
+[[nodiscard]] std::string key_of_channel(std::size_t number) {
+    return "custom.connection_custom.channel" + std::to_string(number);
+}
+
+constexpr auto node_id_keys =
+    std::to_array<std::string_view>({"ns", "nsu", "svr", "i", "s", "g", "b"});
+
+/// @return whether a whole NodeID stands here, in either form, rather than the text of one
+[[nodiscard]] bool is_node_id(std::string_view text) noexcept {
+    if (text.starts_with('\'') || text.starts_with('"')) {
+        return text.ends_with(']');
+    }
+    const std::size_t equals = std::min(text.find('='), text.size());
+    // "ns==" is the base64 of a ByteString.
+    return contains(node_id_keys, text.substr(0, equals)) &&
+           text.find_first_not_of('=', equals) != std::string_view::npos;
 }
 
 /// @param arguments N=text, N one of the channels
@@ -53,9 +68,22 @@ void set(settings& to, const std::string& key, const std::string& text) {
 
 } // namespace
 
+bool begins_node_id(std::string_view text) noexcept {
+    return text.starts_with('\'') || text.starts_with('"') || contains(node_id_keys, text);
+}
+
 channel_argument parse_channel(const std::string& argument) {
     const std::size_t equals = argument.find('=');
     const bool named = equals != std::string::npos && !begins_node_id(argument.substr(0, equals));
+    if (!named && equals != std::string::npos) {
+        const std::string name = argument.substr(0, equals);
+        if (contains(node_id_keys, name) && is_node_id(argument.substr(equals + 1))) {
+            throw usage_error{
+                "--channel " + argument + ": \"" + name + "=\" begins a NodeID, so \"" + name +
+                "\" cannot be the name of a channel; choose another name, such as \"Channel " +
+                name + "\""};
+        }
+    }
     if (named && equals == 0) {
         throw usage_error{"--channel " + argument + ": the name is empty"};
     }
@@ -85,12 +113,33 @@ std::vector<channel_argument> parse_channels(
     return parsed;
 }
 
+std::map<std::int64_t, std::string> custom_channels(const settings& values) {
+    const auto text_of = [&values](const std::string& key) {
+        const auto found = values.find(key);
+        return found == values.end() ? std::string{} : found->second;
+    };
+    std::map<std::int64_t, std::string> channels;
+    for (std::size_t number = 1; number <= most_channels; ++number) {
+        const std::string key = key_of_channel(number);
+        if (number == 1 || text_of(key) == "enable") {
+            const bool named = text_of(key + "_settings") == "manual";
+            channels[static_cast<std::int64_t>(number)] = named ? text_of(key + "_name") : "";
+        }
+    }
+    return channels;
+}
+
+bool has_message_node(const settings& values) {
+    const auto found = values.find(message_node_key);
+    return found != values.end() && !found->second.empty();
+}
+
 void add_channels(
     settings& to, const std::vector<channel_argument>& channels, const std::string& message_node
 ) {
-    set(to, "custom.sensor_message_custom.nodeid", message_node);
+    set(to, message_node_key, message_node);
     for (std::size_t i = 0; i < channels.size(); ++i) {
-        const std::string channel = "custom.connection_custom.channel" + std::to_string(i + 1);
+        const std::string channel = key_of_channel(i + 1);
         if (i > 0) { // the first channel has no switch
             to.insert_or_assign(channel, "enable");
         }

@@ -21,9 +21,14 @@ struct channel_argument {
     std::string scale; ///< empty: not given
 };
 
-/// What stands before the first "=" is a name, unless it begins a node id: ns, nsu, svr, i, s, g,
-/// b, or a quote (array form).
-/// @throws probe_error (usage) when the name or the node id is empty
+/// @param text what stands before the first "=" of a channel
+/// @return whether it is taken for the beginning of a node id, and so cannot be a channel's name:
+/// ns, nsu, svr, i, s, g, b, or a quote (array form)
+[[nodiscard]] bool begins_node_id(std::string_view text) noexcept;
+
+/// What stands before the first "=" is a name, unless it begins a node id.
+/// @throws probe_error (usage) when the name or the node id is empty, and where a name was meant
+/// that begins a node id: "b=ns=2;s=Boiler"
 [[nodiscard]] channel_argument parse_channel(const std::string& argument);
 
 /// @param units and scale factors, as N=text with N the number of a channel
@@ -76,6 +81,13 @@ using keys::host_of_sensor;
 void add_channels(
     settings& to, const std::vector<channel_argument>& channels, const std::string& message_node
 );
+
+/// @return the channels that a custom sensor has by its settings, by number; without a name: the
+/// server names it
+[[nodiscard]] std::map<std::int64_t, std::string> custom_channels(const settings& values);
+
+/// @return whether a custom sensor's message comes from a node
+[[nodiscard]] bool has_message_node(const settings& values);
 
 /// A value that is to be written into a node.
 struct notification {

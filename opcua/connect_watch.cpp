@@ -33,15 +33,20 @@ states states_of(UA_Client* client) noexcept {
     return now;
 }
 
-bool channel_is_secured(UA_Client* client) noexcept {
+UA_MessageSecurityMode mode_of(UA_Client* client) noexcept {
     UA_MessageSecurityMode mode = UA_MESSAGESECURITYMODE_INVALID;
-    return UA_Client_getConnectionAttribute_scalar(
-               client,
-               UA_QUALIFIEDNAME(0, const_cast<char*>("securityMode")),
-               &UA_TYPES[UA_TYPES_MESSAGESECURITYMODE],
-               &mode
-           ) == UA_STATUSCODE_GOOD &&
-           (mode == UA_MESSAGESECURITYMODE_SIGN || mode == UA_MESSAGESECURITYMODE_SIGNANDENCRYPT);
+    static_cast<void>(UA_Client_getConnectionAttribute_scalar(
+        client,
+        UA_QUALIFIEDNAME(0, const_cast<char*>("securityMode")),
+        &UA_TYPES[UA_TYPES_MESSAGESECURITYMODE],
+        &mode
+    ));
+    return mode;
+}
+
+bool channel_is_secured(UA_Client* client) noexcept {
+    const UA_MessageSecurityMode mode = mode_of(client);
+    return mode == UA_MESSAGESECURITYMODE_SIGN || mode == UA_MESSAGESECURITYMODE_SIGNANDENCRYPT;
 }
 
 } // namespace
@@ -74,6 +79,7 @@ UA_StatusCode connect_watch::open(
     auto* client = static_cast<UA_Client*>(application);
     auto& watch = *static_cast<connect_watch*>(UA_Client_getContext(client));
     ++watch.opened_;
+    watch.screen_ = {};
     watch.stack_callback_ = callback;
     return watch.stack_open_(manager, parameters, &watch, context, on_network);
 }
@@ -91,9 +97,21 @@ void connect_watch::on_network(
     if (state == UA_CONNECTIONSTATE_CLOSING) {
         watch.note_close();
     } else if (bytes.length > 0) {
+        if (!watch.is_bearable(bytes)) {
+            manager->closeConnection(manager, connection); // of which the stack will hear
+            return;
+        }
         watch.send_marker();
     }
     watch.stack_callback_(manager, connection, watch.client_, context, state, parameters, bytes);
+}
+
+/// What is encrypted cannot be looked at here; its server has a certificate that somebody trusts.
+bool connect_watch::is_bearable(UA_ByteString bytes) noexcept {
+    constexpr std::size_t signature_size = 32; // HMAC-SHA-256, of Basic256Sha256
+    const UA_MessageSecurityMode mode = mode_of(client_);
+    return mode == UA_MESSAGESECURITYMODE_SIGNANDENCRYPT ||
+           screen_.pass(view_of(bytes), mode == UA_MESSAGESECURITYMODE_SIGN ? signature_size : 0);
 }
 
 /// Before the stack hears of a close.

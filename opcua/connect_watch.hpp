@@ -8,6 +8,7 @@
 // it ends the attempt at the first close that does not lead on, and has a refused session closed
 // while its channel is still open. It uses nothing but hooks that the stack offers.
 
+#include "opcua/message_screen.hpp"
 #include "opcua/ua_value.hpp"
 
 #include <optional>
@@ -81,6 +82,7 @@ class connect_watch {
     static void
     on_marker(UA_Client* client, void* application, UA_UInt32 request, void* response) noexcept;
 
+    [[nodiscard]] bool is_bearable(UA_ByteString bytes) noexcept;
     void note_close() noexcept;
     void send_marker() noexcept;
     void send_close_session() noexcept;
@@ -89,6 +91,7 @@ class connect_watch {
     decltype(UA_ConnectionManager::openConnection) stack_open_ = nullptr;
     UA_ConnectionManager_connectionCallback stack_callback_ = nullptr;
 
+    message_screen screen_; // of the connection that was opened last
     unsigned opened_ = 0;
     UA_SecureChannelState reached_ = UA_SECURECHANNELSTATE_CLOSED; // before it was closed
     UA_StatusCode verdict_ = UA_STATUSCODE_GOOD;

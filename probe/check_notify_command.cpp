@@ -1,8 +1,10 @@
 // check and notify: one call into the module, and why it failed.
 
+#include "host/hint.hpp"
 #include "host/message.hpp"
 #include "host/message_json.hpp"
 #include "probe/commands.hpp"
+#include "probe/told_failure.hpp"
 #include "terminal/table.hpp"
 #include "text/terminal_text.hpp"
 
@@ -34,19 +36,24 @@ reasons(std::vector<log_entry> entries, const check_options& options) {
 }
 
 /// Why a notification failed is an event; why it was refused stands in the runtime log.
-[[nodiscard]] std::string reason_in(const std::vector<log_entry>& entries) {
-    std::string reason = "the module logged no reason";
-    for (const log_entry& entry : entries) {
-        if (const auto* event = std::get_if<module_event>(&entry)) {
-            if (event->kind == ZUNO_EVENT_NOTIFICATION_FAILED) {
-                return event->text;
-            }
-        } else if (const auto& line = std::get<log_line>(entry);
-                   line.source == "runtime" && line.severity <= severity_error) {
-            reason = line.text;
+[[nodiscard]] told_failure failure_of_notification(const std::vector<log_entry>& entries) {
+    told_failure failure = failure_in(entries);
+    if (!failure.reason.empty()) {
+        return failure;
+    }
+    failure.reason = "the module logged no reason";
+    for (const log_line& line : lines_of(entries)) {
+        if (line.source == "runtime" && line.severity <= severity_error) {
+            failure.reason = line.text;
         }
     }
-    return reason;
+    return failure;
+}
+
+[[nodiscard]] std::string
+hint_line(const failure_reason& reason, const std::string& language, const char* indent) {
+    const std::string text = labelled_hint(reason.hint, language);
+    return text.empty() ? "" : indent + fit(text, text_columns) + "\n";
 }
 
 [[nodiscard]] std::string indented(const std::vector<log_line>& lines) {
@@ -57,15 +64,20 @@ reasons(std::vector<log_entry> entries, const check_options& options) {
     return text;
 }
 
-[[nodiscard]] std::string
-render(const check_options& options, bool success, const std::vector<log_line>& log, bool colours) {
+[[nodiscard]] std::string render(
+    const check_options& options,
+    bool success,
+    const std::string& reason,
+    const std::vector<log_line>& log,
+    bool colours
+) {
     const std::string name = options.kind == "connection_check" ? "Connection" : "Endpoint";
     std::string text = fit(name + " check of " + address_of(options.connection), heading_columns) +
                        ": " +
                        (success ? painted("success", colour::green, colours)
                                 : painted("failed", colour::red, colours)) +
-                       "\n" + indented(log);
-    if (!success && log.empty()) {
+                       "\n" + reason + indented(log);
+    if (!success && reason.empty() && log.empty()) {
         text += "  The module logged no reason; the server may be out of reach. "
                 "--log-level debug shows more.\n";
     }
@@ -85,13 +97,15 @@ render(const check_options& options, bool success, const std::vector<log_line>& 
     const notify_options& options,
     const notification_response* response,
     const notification_outcome& outcome,
+    const std::string& hint,
     bool colours
 ) {
-    const std::string text = outcome.written ? what_is_written(options.content) : outcome.reason;
+    const std::string text =
+        outcome.written ? what_is_written(options.content) : outcome.reason.text;
     return (response == nullptr ? "" : indented(response->log)) +
            (outcome.written ? painted("Written", colour::green, colours)
                             : painted("Not written", colour::red, colours)) +
-           ": " + fit(text, text_columns) + "\n";
+           ": " + fit(text, text_columns) + "\n" + hint;
 }
 
 } // namespace
@@ -110,7 +124,9 @@ run(const command_context& context,
         call = loaded.module.check(call_id, record);
     }
     const auto results = messages_about<check_result>(call_id, call.messages);
-    std::vector<log_line> log = reasons(loaded.log.take(), options);
+    std::vector<log_entry> entries = loaded.log.take();
+    failure_reason reason = loaded.reason_of(failure_in(entries));
+    std::vector<log_line> log = reasons(std::move(entries), options);
     if (call.status != OPCUA_MODULE_DONE || results.empty()) {
         for (const log_line& line : log) {
             context.terminal.line(to_text(line));
@@ -125,11 +141,19 @@ run(const command_context& context,
     if (success && !options.log.level) {
         log.clear(); // reasons are for failures, unless somebody asked for the log
     }
-    context.out.write(
-        options.format == output_format::json ? check_json(results.front(), log)
-                                              : render(options, success, log, context.out.colours())
-    );
-    loaded.tell_refusal(context.terminal);
+    const std::string refusal = loaded.trust.take_refusal();
+    if (options.format == output_format::json) {
+        reason.hint = refusal.empty() ? reason.hint : refusal;
+        context.out.write(check_json(results.front(), reason, log));
+    } else {
+        const std::string language = loaded.document.texts().language();
+        const std::string first =
+            success || reason.text.empty() ? "" : "  " + fit(reason.text, text_columns) + "\n";
+        const std::string hint =
+            success || !refusal.empty() ? "" : hint_line(reason, language, "  ");
+        context.out.write(render(options, success, first + hint, log, context.out.colours()));
+    }
+    tell_refusal(context.terminal, refusal);
     return success ? exit_code::ok : exit_code::error;
 }
 
@@ -147,22 +171,28 @@ run(const command_context& context,
         call = loaded.module.notify(call_id, record);
     }
     const auto responses = messages_about<notification_response>(call_id, call.messages);
-    const std::string reason = reason_in(loaded.log.take());
+    failure_reason reason = loaded.reason_of(failure_of_notification(loaded.log.take()));
     if (responses.empty() && call.status != OPCUA_MODULE_REFUSED) {
         throw probe_error{
             exit_code::call_failed,
             "The module " + status_text(call.status) +
-                " the notification and delivered no response: " + reason};
+                " the notification and delivered no response: " + reason.text};
     }
     const bool written = call.status == OPCUA_MODULE_DONE;
-    const notification_outcome outcome{status_text(call.status), written, written ? "" : reason};
+    const std::string refusal = loaded.trust.take_refusal();
+    const bool json = options.format == output_format::json;
+    if (!refusal.empty()) {
+        reason.hint = json ? refusal : ""; // which the person reads below
+    }
+    const notification_outcome outcome{
+        status_text(call.status), written, written ? failure_reason{} : reason};
+    const std::string hint = hint_line(outcome.reason, loaded.document.texts().language(), "");
     const notification_response* const response = responses.empty() ? nullptr : &responses.front();
     context.out.write(
-        options.format == output_format::json
-            ? notification_json(response, outcome)
-            : render(options, response, outcome, context.out.colours())
+        json ? notification_json(response, outcome)
+             : render(options, response, outcome, hint, context.out.colours())
     );
-    loaded.tell_refusal(context.terminal);
+    tell_refusal(context.terminal, refusal);
     return written                              ? exit_code::ok
            : call.status == OPCUA_MODULE_FAILED ? exit_code::error
                                                 : exit_code::call_failed;

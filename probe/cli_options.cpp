@@ -1,5 +1,7 @@
 #include "host/probe_error.hpp"
 #include "probe/cli.hpp"
+#include "text/nearest_names.hpp"
+#include "text/words.hpp"
 
 #include <utility>
 
@@ -9,9 +11,11 @@ namespace tarvik::monitoring_modules::probe {
 
 namespace {
 
-void add_security_options(CLI::App& command, connection_arguments& to) {
+void add_security_options(
+    CLI::App& command, connection_arguments& to, const std::vector<std::string>& modes
+) {
     command.add_option("--security-mode", to.security_mode, "How messages are secured")
-        ->check(CLI::IsMember({"none", "sign", "sign_encrypt"}))
+        ->check(CLI::IsMember(modes))
         ->capture_default_str();
     constexpr const char* policy = "Default: Basic256Sha256 when messages are secured, else none";
     command.add_option("--security-policy", to.security_policy, policy)
@@ -73,17 +77,39 @@ Settings:
 Options such as --port are short for settings; --set replaces what they say. Settings are checked before anything is
 sent: unknown keys, values that are not allowed and required settings that are missing end with exit code 64.)";
 
+CLI::Validator one_of(std::vector<std::string> words, const std::vector<std::string>& silent) {
+    const std::string shown = "{" + joined(words, ",") + "}";
+    const auto problem = [words = std::move(words), silent](const std::string& text) {
+        return contains(words, text) || contains(silent, text)
+                   ? std::string{}
+                   : text + ": none of " + joined(words) + did_you_mean(nearest_names(text, words));
+    };
+    return CLI::Validator{problem, shown};
+}
+
+void complete_connection(const CLI::App& command, connection_arguments& connection) {
+    take_host_apart(connection, command.get_option("--port")->count() != 0);
+}
+
 void add_connection_options(CLI::App& command, connection_arguments& to) {
-    add_option(command, "-H,--host", to.host, "HOST", "Name or address of the server")->required();
+    constexpr const char* server =
+        "The server: name or address, with port if need be, or opc.tcp://HOST:PORT/PATH";
+    add_option(command, "-H,--host", to.host, "HOST", server)->required();
     command.add_option("-p,--port", to.port, "Port of the server")
         ->check(CLI::Range(1, 65535))
         ->capture_default_str();
     add_option(command, "--path", to.path, "URLPATH", "Path of the server, if it has one");
+    add_access_options(command, to);
+}
+
+void add_access_options(
+    CLI::App& command, connection_arguments& to, const std::vector<std::string>& modes
+) {
     CLI::Option* const user =
         add_option(command, "--user", to.user, "USER", "User name; default: anonymous");
     constexpr const char* password = "File with the password; else $OPCUA_PASSWORD";
     add_option(command, "--password-file", to.password_file, "FILE", password)->needs(user);
-    add_security_options(command, to);
+    add_security_options(command, to, modes);
     add_trust_options(command, to);
     constexpr const char* any =
         "Any setting of the module (no secrets); KEY may be shortened to its unique end";
@@ -97,6 +123,7 @@ add_format_option(CLI::App& command, output_format& to, const std::vector<std::s
     const auto take = [&to](const std::string& name) {
         to = name == "json"     ? output_format::json
              : name == "plugin" ? output_format::plugin
+             : name == "config" ? output_format::config
                                 : output_format::table;
     };
     return command

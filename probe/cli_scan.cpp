@@ -1,5 +1,7 @@
 #include "host/probe_error.hpp"
 #include "probe/cli.hpp"
+#include "text/nearest_names.hpp"
+#include "text/number.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -35,6 +37,11 @@ Monitoring plugin (--format plugin):
   -w 'Boiler=70:' -c '3=@5:6'    by the channel's name or number: from 70 on; not from 5 to 6; "~:5" is up to 5
   A range replaces the module's own limit and lookup state of that level. For counters (channels whose growth counts)
   it is about the growth per second: such a sensor is scanned twice, 1 s apart (--interval).
+  --state 'Door=False:ok' --state 'Door=True:critical'   texts of the module's lookup, or numbers; "*" is all others
+  --state 'Pump=none'                                    the module's lookup of this channel decides nothing
+  --message-state 'Fault*:critical'                      the text of --message-node; "*" is any part of a text
+  A state that is given to a value decides alone, whatever ranges and the module say.
+  Values older than --max-age by the time of their source are CRITICAL (--too-old).
   Faults in settings, such as an unknown NodeID, are UNKNOWN; a server that cannot be reached is CRITICAL
   (--unreachable), and so are its own faults.
 
@@ -60,32 +67,39 @@ void add_channel_options(CLI::App& command, given_scan& to) {
     add_option(command, "--message-node", to.scan.message_node, "NODEID", message);
 }
 
-// Options that only the plugin format has.
-constexpr const char* plugin_only[] = {
-    "--warning", "--critical", "--timeout", "--unreachable", "--verbose"};
+// Options that only the plugin format has, beside those of all its commands.
+constexpr const char* scan_only[] = {
+    "--warning", "--critical", "--state", "--message-state", "--max-age", "--too-old"};
 
-void add_plugin_options(CLI::App& command, plugin_options& to) {
+/// @throws CLI::ValidationError for no time
+[[nodiscard]] double parse_age(const std::string& text) {
+    const auto seconds = parse_seconds(text);
+    if (!seconds || *seconds <= 0) {
+        throw CLI::ValidationError{"--max-age", "expected a time, such as 30s, 5m or 2h"};
+    }
+    return *seconds;
+}
+
+void add_scan_judgement(CLI::App& command, plugin_options& to) {
     constexpr const char* range = "[CHANNEL=]RANGE";
     constexpr const char* else_warning = "Where a channel may be, else WARNING";
     add_option(command, "-w,--warning", to.warning, range, else_warning);
     constexpr const char* else_critical = "Where a channel may be, else CRITICAL";
     add_option(command, "-c,--critical", to.critical, range, else_critical);
-    add_option(command, "-t,--timeout", to.timeout, "SECONDS", "Longest time, then UNKNOWN")
-        ->check(CLI::Range(0.1, 3600.0))
+    constexpr const char* state =
+        "What a text or number of a channel means: ok, warning or critical; or that the module's "
+        "lookup decides nothing";
+    add_option(command, "--state", to.state, "[CHANNEL=]TEXT:STATE|none", state);
+    constexpr const char* message = "The same for the sensor's message";
+    add_option(command, "--message-state", to.message_state, "TEXT:STATE", message);
+    constexpr const char* age = "How old values may be by the time of their source, such as 5m";
+    const auto take_age = [&to](const std::string& text) { to.max_age = parse_age(text); };
+    command.add_option_function<std::string>("--max-age", take_age, age)->type_name("DURATION");
+    command.add_option("--too-old", to.too_old, "State when a value is older than --max-age")
+        ->check(CLI::IsMember({"warning", "critical", "unknown"}))
         ->capture_default_str();
-    constexpr const char* unreachable = "State when the server cannot be reached or refuses";
-    command.add_option("--unreachable", to.unreachable, unreachable)
-        ->check(CLI::IsMember({"critical", "unknown"}))
-        ->capture_default_str();
-    // Not bound to the number itself, which newer versions of CLI11 take for a default, and so for
-    // given.
-    command.add_flag_function(
-        "-v,--verbose",
-        [&to](std::int64_t count) { to.verbosity = static_cast<int>(count); },
-        "More details; twice: log lines, three times: all of them"
-    );
-    for (const char* name : plugin_only) {
-        command.get_option(name)->group("With --format plugin");
+    for (const char* name : scan_only) {
+        command.get_option(name)->group(plugin_group);
     }
 }
 
@@ -94,28 +108,29 @@ void add_plugin_options(CLI::App& command, plugin_options& to) {
 }
 
 void check_plugin(const CLI::App& command, const scan_options& scan) {
-    const auto given = [&command](const char* option) {
-        return command.get_option(option)->count() != 0;
-    };
-    if (scan.format != output_format::plugin) {
-        const auto* const found = std::ranges::find_if(plugin_only, given);
-        if (found != std::ranges::end(plugin_only)) {
-            refuse(std::string{*found} + " goes with --format plugin only");
-        }
-    } else if (given("--count")) {
+    const bool plugin = scan.format == output_format::plugin;
+    if (!plugin) {
+        refuse_given(command, scan_only);
+    } else if (command.get_option("--count")->count() != 0) {
         refuse("--format plugin has no --count");
+    } else if (scan.plugin.max_age && scan.kind == "certificate_sensor") {
+        refuse("--max-age is for values of nodes, which a certificate_sensor does not read");
+    } else if (!scan.plugin.max_age && command.get_option("--too-old")->count() != 0) {
+        refuse("--too-old goes with --max-age only");
     }
-    if (!std::isfinite(scan.plugin.timeout)) {
-        refuse("--timeout: expected a number of seconds");
-    }
+    check_plugin_options(command, scan.format, scan.plugin);
 }
 
 [[nodiscard]] scan_options complete(const CLI::App& command, given_scan&& given) {
     scan_options& scan = given.scan;
+    complete_connection(command, scan.connection);
     scan.channels = parse_channels(given.channels, given.units, given.scales);
     const bool custom = scan.kind == "custom_sensor";
     if (!custom && (!scan.channels.empty() || !scan.message_node.empty())) {
-        refuse("Only a custom_sensor has --channel and --message-node");
+        refuse(
+            "Only a custom_sensor has --channel and --message-node" +
+            did_you_mean(nearest_names(scan.kind, {"custom_sensor"}))
+        );
     }
     const bool given_by_key = !scan.connection.raw.empty() || !scan.connection.raw_files.empty();
     if (custom && scan.channels.empty() && !given_by_key) {
@@ -151,6 +166,7 @@ void add_scan(CLI::App& program, any_command& chosen) {
         ->check(CLI::Range(1, 1'000'000'000));
     add_format_option(command, scan.format, {"table", "json", "plugin"});
     add_log_options(command, scan.log);
+    add_scan_judgement(command, scan.plugin);
     add_plugin_options(command, scan.plugin);
     command.footer(std::string{settings_help} + scan_footer + plugin_footer);
 }

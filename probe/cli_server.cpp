@@ -11,10 +11,13 @@ The last column of the table is what scan custom_sensor takes as --channel where
 array that is its first element, the others follow as [1], [2] and so on. In a shell it stands between quotes. (+5) tells
 how many nodes directly below a node are not shown.
 
+--format config writes sensors and modules for opcua-probe serve, with units: all numbers and Booleans that are shown.
+
 Examples:
   opcua-probe browse --host plc.example
   opcua-probe browse --host plc.example 'ns=2;s=Boiler' --depth 1
   opcua-probe browse --host plc.example --match temperature
+  opcua-probe browse --host plc.example 'ns=2;s=Boiler' --format config > boiler.yaml
   opcua-probe browse --host plc.example --format json --depth 10 | jq -r 'select(.channel).channel')";
 
 constexpr const char* endpoints_footer = R"(
@@ -48,10 +51,13 @@ Serves, on loopback unless the configuration says otherwise:
   /probe?target=HOST:PORT&module=M  scans one server now; module M must allow the target; debug=true adds the log
   /healthz, /readyz                 is the program alive; does each sensor have a result
 
-SIGHUP reads the configuration again: sensors that stay as they were keep their sessions. SIGTERM closes all sessions.
+SIGHUP reads the configuration again: sensors that stay as they were keep their sessions; one with mistakes changes
+nothing. SIGTERM closes all sessions. Standard error has a line when a fault begins and one when it ends.
 
 Configuration (YAML):
   listen: {address: 127.0.0.1, port: 9840}
+  include: conf.d
+  defaults: {interval: 30s, labels: {plant: north}}
   modules:
     boiler:
       kind: custom_sensor
@@ -59,10 +65,16 @@ Configuration (YAML):
       settings: {user: operator, password: {file: password.txt}, security_mode: sign_encrypt}
       channels: ["Boiler=ns=2;s=Boiler.Temperature"]
       units: {1: "°C"}
+      warning: {Boiler: "10:80"}          ranges as the plugin has them, by the channel's name or number
+      critical: {Boiler: "5:90"}
+      states: {Door: {"True": critical}}  texts or numbers: ok, warning, critical; none in place of them: no lookup
     status: {kind: server_status_sensor}
   sensors:
     - {name: boiler-1, module: boiler, target: "10.20.0.7:4840", interval: 10s}
-    - {name: plc-7, module: status, target: "10.20.0.7:4840", interval: 1m})";
+    - {name: plc, module: status, targets: [plc-7.example, plc-8.example], interval: 1m, labels: {line: "1"}}
+
+Included files have modules, sensors and defaults. What a module or sensor says itself comes first, then the defaults of its
+file, then those of the main file.)";
 
 } // namespace
 
@@ -80,11 +92,14 @@ void add_browse(CLI::App& program, any_command& chosen) {
     constexpr const char* match =
         "Only nodes whose name or NodeID contains this, in any case, with their paths";
     add_option(command, "--match", options.walk.match, "TEXT", match)->check(refuse_empty);
+    constexpr const char* all =
+        "Also what the server tells about itself, below the nodes of namespace 0";
+    command.add_flag("--all", options.walk.own_nodes, all);
     add_option(command, "--limit", options.walk.limit, "N", "Look at so many nodes at most")
         ->check(CLI::Range(1, 10'000'000))
         ->capture_default_str();
     add_timeout(command, options.timeout);
-    add_format_option(command, options.format);
+    add_format_option(command, options.format, {"table", "json", "config"});
     command.footer(browse_footer);
 }
 
@@ -104,9 +119,11 @@ void add_serve(CLI::App& program, any_command& chosen) {
     );
     auto& options = given_to<exporter_options>(command, chosen);
     add_option(command, "--config", options.config, "FILE", "Configuration, YAML")->required();
-    command.add_flag("--check", options.check_only, "Only tell whether the configuration is right");
-    constexpr const char* level = "Lines of the module's log on standard error: "
-                                  "error, warning (default), info, debug, or 0 to 7";
+    command.add_flag(
+        "--check", options.check_only, "Only tell all mistakes and warnings of the configuration"
+    );
+    constexpr const char* level = "Lines of the module's log on standard error: error, warning, "
+                                  "info, debug, or 0 to 7; default: warnings, but none of scans";
     add_level_option(command, options.log_level, level);
     command.footer(serve_footer);
 }

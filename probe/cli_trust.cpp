@@ -87,7 +87,7 @@ void add_trust(CLI::App& program, any_command& chosen) {
     CLI::App& accepting = subcommand(
         "accept", "Fetch the certificate of a server, show it, and trust it if you say yes", accept
     );
-    constexpr const char* server = "The server; default port: 4840";
+    constexpr const char* server = "The server, or its URL; default port: 4840";
     add_option(accepting, "server", given->subject, "HOST[:PORT]", server)->required();
     constexpr const char* fingerprint =
         "Do not ask: trust the certificate if this is its fingerprint, else refuse it";

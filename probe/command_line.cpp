@@ -22,6 +22,7 @@ Examples:
   opcua-probe info custom_sensor --language de
   opcua-probe browse --host 192.0.2.7 --match temperature
   opcua-probe endpoints --host 192.0.2.7
+  opcua-probe init 192.0.2.7 192.0.2.8 --output probe.yaml
   opcua-probe check connection --host 192.0.2.7
   opcua-probe scan custom_sensor --host 192.0.2.7 --channel 'ns=2;s=Boiler.Temperature' --unit 1=°C
   opcua-probe notify --host 192.0.2.7 --target 'ns=2;s=Lamp.Text' --type String --message 'Door open'
@@ -39,14 +40,15 @@ Exit codes:
   70  the module or the simulator could not be loaded or started
   74  standard output could not be written
   130, 143  ended by Ctrl-C or SIGTERM, cleaned up; a second Ctrl-C ends at once
-With scan --format plugin: 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN, and nothing else; -V always ends with 3.
+With --format plugin: 0 OK, 1 WARNING, 2 CRITICAL, 3 UNKNOWN, and nothing else; -V always ends with 3.
 Of several scans the worst one counts. States of channels (limits, lookups) are shown, but do not count.
 
 Languages:
   --language speaks to all commands: messages of sensors, their names and those of settings appear in that language;
   what the module has in English only (names of channels, lookups, log lines) stays English, and so do the words of
-  this program. With --format json, texts stay as the module sent them; in another language than English a member
-  "translated" stands beside "identity" and "text". What this program adds to channels is in the chosen language.
+  this program, except for hints. With --format json, texts stay as the module sent them; in another language than English a member
+  "translated" stands beside "identity" and "text". What this program adds to channels is in the chosen language. Errors
+  have "status_name", and "hint": what to do about them.
 
 Environment:
   OPCUA_MODULE               path of libOPCUA.so
@@ -78,8 +80,10 @@ Examples:
 
 constexpr const char* version = "opcua-probe " PROBE_VERSION;
 
-[[nodiscard]] check_options with_full_kind(check_options&& given) {
-    given.kind = given.kind == "connection" ? "connection_check" : "endpoint_validation_check";
+[[nodiscard]] check_options complete(const CLI::App& command, check_options&& given) {
+    const bool connection = given.kind.starts_with("connection");
+    given.kind = connection ? "connection_check" : "endpoint_validation_check";
+    check_plugin_options(command, given.format, given.plugin);
     return std::move(given);
 }
 
@@ -95,15 +99,20 @@ constexpr const char* version = "opcua-probe " PROBE_VERSION;
 
 void add_check(CLI::App& program, any_command& chosen) {
     CLI::App& command = *program.add_subcommand("check", "Run a check and show why it fails");
-    auto& check = given_to<check_options>(command, chosen, with_full_kind);
+    auto& check = given_to<check_options>(command, chosen, [&command](check_options&& given) {
+        return complete(command, std::move(given));
+    });
     constexpr const char* kind =
         "connection: can a session be opened? endpoint: does the server offer what is asked for?";
     command.add_option("kind", check.kind, kind)
         ->required()
-        ->check(CLI::IsMember({"connection", "endpoint"}));
+        ->check(
+            one_of({"connection", "endpoint"}, {"connection_check", "endpoint_validation_check"})
+        );
     add_connection_options(command, check.connection);
-    add_format_option(command, check.format);
+    add_format_option(command, check.format, {"table", "json", "plugin"});
     add_log_options(command, check.log);
+    add_plugin_options(command, check.plugin);
     command.footer(settings_help);
 }
 
@@ -115,7 +124,7 @@ void add_notify(CLI::App& program, any_command& chosen) {
     add_option(command, "--target", content.target, "NODEID", "Node to write into")->required();
     command.add_option("--type", content.type, "Type of the value")
         ->required()
-        ->check(CLI::IsMember({"Boolean", "String", "Integer64", "FloatingPoint"}));
+        ->check(one_of({"Boolean", "String", "Integer64", "FloatingPoint"}));
     constexpr const char* message =
         "The value as text: True or False, a number, any text (\"\" is an empty String)";
     add_option(command, "--message", content.message, "TEXT", message)->required();
@@ -184,6 +193,7 @@ command_line parse_command_line(int count, const char* const* arguments) {
     add_demo(program, line.command);
     add_browse(program, line.command);
     add_endpoints(program, line.command);
+    add_init(program, line.command);
     add_serve(program, line.command);
     add_trust(program, line.command);
     add_certificate(program, line.command);

@@ -2,6 +2,7 @@
 // What a command line asks for.
 
 #include "explorer/commands.hpp"
+#include "explorer/init_command.hpp"
 #include "exporter/exporter.hpp"
 #include "host/probe_error.hpp"
 #include "host/settings_record.hpp"
@@ -23,11 +24,15 @@ struct log_arguments {
 
 /// What only the plugin format has.
 struct plugin_options {
-    std::vector<std::string> warning;     ///< [CHANNEL=]RANGE, not yet checked
-    std::vector<std::string> critical;    ///< the same
-    double timeout = 10;                  ///< seconds
-    std::string unreachable = "critical"; ///< or "unknown"
-    int verbosity = 0;                    ///< how often -v stands there
+    std::vector<std::string> warning;       ///< [CHANNEL=]RANGE, not yet checked
+    std::vector<std::string> critical;      ///< the same
+    std::vector<std::string> state;         ///< [CHANNEL=]TEXT:STATE, not yet checked
+    std::vector<std::string> message_state; ///< TEXT:STATE, not yet checked
+    double timeout = 10;                    ///< seconds
+    std::string unreachable = "critical";   ///< or "unknown"
+    int verbosity = 0;                      ///< how often -v stands there
+    std::optional<double> max_age;          ///< of values, in seconds; nothing: any
+    std::string too_old = "critical";       ///< or "warning" or "unknown": state of older values
 };
 
 struct scan_options {
@@ -47,6 +52,7 @@ struct check_options {
     connection_arguments connection;
     output_format format = output_format::table;
     log_arguments log;
+    plugin_options plugin{}; ///< no ranges, no ages
 };
 
 struct notify_options {
@@ -82,6 +88,7 @@ using any_command = std::variant<
     demo_options,
     browse_options,
     endpoints_options,
+    init_options,
     exporter_options,
     trust_options,
     certificate_options>;

@@ -4,7 +4,6 @@
 #include "probe/commands.hpp"
 #include "probe/scan_command.hpp"
 #include "terminal/table.hpp"
-#include "text/nearest_names.hpp"
 #include "text/terminal_text.hpp"
 #include "text/words.hpp"
 
@@ -175,20 +174,6 @@ constexpr auto texts = {
     return true;
 }
 
-[[nodiscard]] const sensor_description&
-find_sensor(const module_document& document, const std::string& kind) {
-    if (const sensor_description* sensor = document.find_sensor(kind)) {
-        return *sensor;
-    }
-    std::vector<std::string> kinds;
-    for (const sensor_description& sensor : document.sensors()) {
-        kinds.push_back(sensor.kind);
-    }
-    throw probe_error{
-        exit_code::usage,
-        "info " + kind + ": there is no such sensor" + did_you_mean(nearest_names(kind, kinds))};
-}
-
 } // namespace
 
 std::string info_text(const module_document& document, const page& on) {
@@ -246,8 +231,11 @@ exit_code run(const command_context& context, const info_options& options) {
         context.module, context.language, context.terminal, severity_warning};
     const std::string message = loaded.module.information(true);
     const module_document document{message, context.language};
+    if (!options.kind.empty()) {
+        document.require_sensor(options.kind, "info ");
+    }
     const sensor_description* const sensor =
-        options.kind.empty() ? nullptr : &find_sensor(document, options.kind);
+        options.kind.empty() ? nullptr : document.find_sensor(options.kind);
     if (options.format == output_format::json) {
         context.out.write(document_json(message, context.language, sensor));
         return exit_code::ok;

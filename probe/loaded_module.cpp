@@ -1,6 +1,8 @@
 #include "probe/loaded_module.hpp"
 
+#include "host/hint.hpp"
 #include "host/probe_error.hpp"
+#include "host/status_name.hpp"
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -87,10 +89,18 @@ loaded_module::loaded_module(
     }
 }
 
-void loaded_module::tell_refusal(console& terminal) {
-    if (const std::string refusal = trust.take_refusal(); !refusal.empty()) {
+void tell_refusal(console& terminal, const std::string& refusal) {
+    if (!refusal.empty()) {
         terminal.line("opcua-probe: " + refusal);
     }
+}
+
+failure_reason loaded_module::reason_of(const told_failure& failure) const {
+    const translation& texts = document.texts();
+    return {
+        shown_message(texts, failure.identity, failure.reason),
+        failure.identity,
+        hint_for(failure.identity, texts.language())};
 }
 
 } // namespace tarvik::monitoring_modules::probe

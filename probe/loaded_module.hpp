@@ -4,8 +4,10 @@
 #include "host/connection_arguments.hpp"
 #include "host/kept_state.hpp"
 #include "host/log.hpp"
+#include "host/message_json.hpp"
 #include "host/module_document.hpp"
 #include "host/monitoring_module.hpp"
+#include "probe/told_failure.hpp"
 #include "terminal/console.hpp"
 #include "trust/server_judge.hpp"
 
@@ -71,8 +73,8 @@ struct loaded_module {
         const connection_arguments& connection = {}
     );
 
-    /// Tells why the last server was refused, if one was; once.
-    void tell_refusal(console& terminal);
+    /// @return why a call failed, in the document's language where it has that
+    [[nodiscard]] failure_reason reason_of(const told_failure& failure) const;
 
     module_library library;
     log_collector log;
@@ -83,5 +85,9 @@ struct loaded_module {
     module_document document;
     std::list<sensor_owner> sensors; ///< numbered from 1; while they live, they share connections
 };
+
+/// Tells why this program refused the server, with the way out; nothing when it did not.
+/// @param refusal of judged_call::take_refusal
+void tell_refusal(console& terminal, const std::string& refusal);
 
 } // namespace tarvik::monitoring_modules::probe

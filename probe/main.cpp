@@ -21,8 +21,8 @@ using namespace tarvik::monitoring_modules::probe;
 }
 
 [[nodiscard]] exit_code run(const command_context& context, const trust_options& options) {
-    return run_trust(context, options, [&](const std::string& host, std::uint16_t port) {
-        return fetch_certificates(context.terminal, host, port);
+    return run_trust(context, options, [&](const named_server& server) {
+        return fetch_certificates(context.terminal, server);
     });
 }
 
@@ -48,7 +48,11 @@ run_command(console& terminal, interruption& interrupt, int count, const char* c
             [&context](const auto& options) { return run(context, options); }, line.command
         );
     } catch (const probe_error& error) {
-        return report(terminal, error.code(), error);
+        const exit_code code = report(terminal, error.code(), error);
+        if (!error.hint().empty()) {
+            terminal.line("opcua-probe: " + error.hint());
+        }
+        return code;
     } catch (const std::exception& error) {
         return report(terminal, exit_code::not_loaded, error);
     }

@@ -1,5 +1,6 @@
 #include "probe/scan_command.hpp"
 
+#include "host/hint.hpp"
 #include "host/message_json.hpp"
 #include "probe/commands.hpp"
 #include "probe/sensor_run.hpp"
@@ -76,18 +77,21 @@ std::string render_scan(
          {"state", alignment::left},
          {"raw", alignment::right}}};
     for (const channel_view& channel : channels) {
-        const bool stateless = channel.state == channel_state::none;
+        const bool stateless = channel.verdict.state == channel_state::none;
         lines.add_row(
             {{std::to_string(channel.id), colour::dim},
              {fit(channel.name, channel_columns)},
              {fit(channel.value.number, value_columns), colour::bold},
              {fit(channel.value.unit, unit_columns)},
-             {stateless ? "" : std::string{name_of(channel.state)}, paint_of(channel.state)},
+             {stateless ? "" : std::string{name_of(channel.verdict.state)},
+              paint_of(channel.verdict.state)},
              {channel.raw_is_shown ? "" : format_number(channel.raw), colour::dim}}
         );
     }
     return painted(fit(title, title_columns), colour::bold, colours) + "\n" +
-           status_line(result, colours) + "\n" + lines.render(colours);
+           status_line(result, colours) + "\n" +
+           (result.hint.empty() ? "" : fit(result.hint, message_columns) + "\n") +
+           lines.render(colours);
 }
 
 exit_code
@@ -98,21 +102,27 @@ run(const command_context& context,
     channel_memory memory{loaded.document};
     std::size_t shown = 0;
     exit_code worst = exit_code::ok;
-    const auto show = [&](const std::vector<scan_result>& results) {
-        for (const scan_result& result : results) {
+    const bool json = options.format == output_format::json;
+    const auto show = [&](std::vector<scan_result> results) {
+        for (scan_result& result : results) {
             const auto channels = memory.take(result, clock::now());
             ++shown;
+            const std::string refusal = loaded.trust.take_refusal();
+            if (!refusal.empty()) {
+                result.hint = json ? refusal : ""; // which the person reads below
+            } else if (!json) {
+                result.hint = labelled_hint(result.hint, loaded.document.texts().language());
+            }
             context.out.write(
-                options.format == output_format::json
-                    ? scan_json(result, channels, shown)
-                    : (shown > 1 ? "\n" : "") + render_scan(
-                                                    title(options, loaded.document, shown),
-                                                    result,
-                                                    channels,
-                                                    context.out.colours()
-                                                )
+                json ? scan_json(result, channels, shown)
+                     : (shown > 1 ? "\n" : "") + render_scan(
+                                                     title(options, loaded.document, shown),
+                                                     result,
+                                                     channels,
+                                                     context.out.colours()
+                                                 )
             );
-            loaded.tell_refusal(context.terminal);
+            tell_refusal(context.terminal, refusal);
             worst = worse(worst, outcome_of(result.state).code);
         }
     };

@@ -14,8 +14,8 @@
 namespace tarvik::monitoring_modules::probe {
 
 /// @param title what was scanned; not yet sanitised
-/// @return the title, the state with the sensor message, and one line for each channel; safe for a
-/// terminal
+/// @return the title, the state with the sensor message, the hint as it is, and one line for each
+/// channel; safe for a terminal
 [[nodiscard]] std::string render_scan(
     std::string_view title,
     const scan_result& result,

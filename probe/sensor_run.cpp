@@ -2,8 +2,18 @@
 
 #include "host/connection_arguments.hpp"
 #include "host/settings_record.hpp"
+#include "host/status_name.hpp"
 
 namespace tarvik::monitoring_modules::probe {
+
+namespace {
+
+[[nodiscard]] settings_form form_of(const module_document& document, const std::string& kind) {
+    document.require_sensor(kind, "scan ");
+    return settings_form::of_sensor(document, kind);
+}
+
+} // namespace
 
 sensor_run::sensor_run(
     console& terminal,
@@ -16,10 +26,7 @@ sensor_run::sensor_run(
       options_{options},
       id_{static_cast<std::int32_t>(loaded.sensors.size() + 1)},
       record_{complete_record(
-          options.kind,
-          draft,
-          settings_form::of_sensor(loaded.document, options.kind),
-          terminal.writer()
+          options.kind, draft, form_of(loaded.document, options.kind), terminal.writer()
       )} {}
 
 void sensor_run::prepare() const {
@@ -61,7 +68,13 @@ void sensor_run::require_result(const answer& delivered) {
 }
 
 std::vector<scan_result> sensor_run::results_in(const call_result& call) const {
-    return messages_about<scan_result>(id_, call.messages, loaded_.document.texts());
+    auto results = messages_about<scan_result>(id_, call.messages, loaded_.document.texts());
+    for (scan_result& result : results) {
+        if (result.state == scan_state::error) {
+            result.text = with_status_names(result.text);
+        }
+    }
+    return results;
 }
 
 } // namespace tarvik::monitoring_modules::probe

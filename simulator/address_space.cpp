@@ -103,6 +103,37 @@ void address_space::add_variable(plant_node& node) {
     if (display_name.empty()) {
         set_display_name(id.get(), {}); // the stack has put the browse name there
     }
+    if (row.measured_in.name[0] != '\0') {
+        add_unit(id.get(), row.measured_in);
+    }
+}
+
+void address_space::add_unit(const UA_NodeId& variable, const unit& measured_in) {
+    UA_EUInformation information{};
+    information.namespaceUri = borrow("http://www.opcfoundation.org/UA/units/un/cefact");
+    for (const char letter : std::string_view{measured_in.code}) { // OPC 10000-8, 5.6.4.3
+        information.unitId = information.unitId * 256 + letter;
+    }
+    information.displayName = text_of(measured_in.name);
+    UA_VariableAttributes attributes = UA_VariableAttributes_default;
+    attributes.displayName = text_of("EngineeringUnits");
+    attributes.dataType = UA_TYPES[UA_TYPES_EUINFORMATION].typeId;
+    attributes.valueRank = UA_VALUERANK_SCALAR;
+    UA_Variant_setScalar(&attributes.value, &information, &UA_TYPES[UA_TYPES_EUINFORMATION]);
+    require(
+        UA_Server_addVariableNode(
+            &server_,
+            UA_NodeId{variable.namespaceIndex, UA_NODEIDTYPE_NUMERIC, {0}}, // any free one
+            variable,
+            standard(UA_NS0ID_HASPROPERTY),
+            UA_QualifiedName{0, borrow("EngineeringUnits")},
+            standard(UA_NS0ID_PROPERTYTYPE),
+            attributes,
+            nullptr,
+            nullptr
+        ),
+        "unit"
+    );
 }
 
 void address_space::take_over(plant_node& node) {

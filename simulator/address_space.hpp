@@ -34,6 +34,8 @@ class address_space final {
     void set_description(const UA_NodeId& id, std::string_view text);
 
   private:
+    /// Adds the property EngineeringUnits.
+    void add_unit(const UA_NodeId& variable, const unit& measured_in);
     /// @return the folder's node id: its name, as a string, in the namespace of what it holds
     stack_node_id folder(UA_UInt16 namespace_index, const std::string& name);
 

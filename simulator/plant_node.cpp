@@ -44,7 +44,7 @@ UA_StatusCode read_callback(
         result->status = now.status;
         result->hasStatus = now.status != UA_STATUSCODE_GOOD;
         if (with_source_timestamp) {
-            result->sourceTimestamp = UA_DateTime_now();
+            result->sourceTimestamp = UA_DateTime_now() - node.age();
             result->hasSourceTimestamp = true;
         }
         if (lacks_value(now.status)) {
@@ -126,6 +126,16 @@ void plant_node::set_value(const UA_Variant& value) {
 void plant_node::set_status(UA_StatusCode status) {
     const std::lock_guard lock(mutex_);
     status_ = status;
+}
+
+void plant_node::set_age(UA_DateTime age) {
+    const std::lock_guard lock(mutex_);
+    age_ = age;
+}
+
+UA_DateTime plant_node::age() const {
+    const std::lock_guard lock(mutex_);
+    return age_;
 }
 
 void plant_node::advance(std::uint64_t step) {

@@ -39,6 +39,9 @@ class plant_node final {
     /// From now on this is the value; a computed one is not computed any more.
     void set_value(const UA_Variant& value);
     void set_status(UA_StatusCode status);
+    /// @param age in steps of 100 ns: how long before each Read the value came to be.
+    void set_age(UA_DateTime age);
+    [[nodiscard]] UA_DateTime age() const;
     /// @param step number of the step since the plant was made
     void advance(std::uint64_t step);
 
@@ -64,6 +67,7 @@ class plant_node final {
     variant base_; // around which a wave swings and from which a dip sinks
     bool set_by_hand_ = false;
     UA_StatusCode status_ = UA_STATUSCODE_GOOD;
+    UA_DateTime age_ = 0;
     std::string display_name_;
     std::string description_;
     bool removed_ = false;

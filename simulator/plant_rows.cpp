@@ -21,18 +21,19 @@ using enum access;
 /// What a plant shows: most of it moves.
 rows moving_rows() {
     return {
-        {"ns=2;s=Boiler.Temperature", "Boiler", "Boiler Temperature", "Water temperature, °C", value_of(72.5), wave},
-        {"ns=2;s=Boiler.Pressure", "Boiler", "Boiler Pressure", "Steam pressure, bar", value_of(2.5F), wave},
+        {"ns=2;s=Boiler.Temperature", "Boiler", "Boiler Temperature", "Water temperature, °C", value_of(72.5), wave, read_only, {"°C", "CEL"}},
+        {"ns=2;s=Boiler.Pressure", "Boiler", "Boiler Pressure", "Steam pressure, bar", value_of(2.5F), wave, read_only, {"bar", "BAR"}},
         {"ns=2;s=Boiler.Running", "Boiler", "Boiler Running", "Whether the burner is on", value_of(true), toggle},
-        {"ns=2;s=Pump.Speed", "Pump", "Pump Speed", "Shaft speed, 1/min", value_of(int32_t{1480}), wave},
+        {"ns=2;s=Pump.Speed", "Pump", "Pump Speed", "Shaft speed, 1/min", value_of(int32_t{1480}), wave, read_only, {"1/min", "RPM"}},
         {"ns=2;s=Pump.Revolutions", "Pump", "Pump Revolutions", "Turns since the last service", value_of(uint32_t{1'000'000}), count_up},
-        {"ns=2;s=Tank.Level", "Tank", "Tank Level", "Filling level, %", value_of(uint8_t{60}), wave},
+        {"ns=2;s=Tank.Level", "Tank", "Tank Level", "Filling level, %", value_of(uint8_t{60}), wave, read_only, {"%", "P1"}},
         {"ns=2;s=Counter.SByte", "Counter", "Counter SByte", "Counts up, 8 bits signed", value_of(int8_t{-5}), count_up},
         {"ns=2;s=Counter.Int16", "Counter", "Counter Int16", "Counts up, 16 bits signed", value_of(int16_t{-300}), count_up},
         {"ns=2;s=Counter.UInt16", "Counter", "Counter UInt16", "Counts up, 16 bits", value_of(uint16_t{65'530}), count_up},
         {"ns=2;s=Counter.Int64", "Counter", "Counter Int64", "Counts up, 64 bits signed", value_of(int64_t{-9'000'000'000}), count_up},
         {"ns=2;s=Counter.UInt64", "Counter", "Counter UInt64", "Counts up, 64 bits", value_of(uint64_t{9'000'000'000}), count_up},
         {"ns=2;s=Clock.Now", "Clock", "Clock Now", "The plant's clock, UTC", date_time(0), clock},
+        {"ns=2;s=Clock.Milliseconds", "Clock", "Clock Milliseconds", "The plant's clock, ms since 1970", value_of(int64_t{0}), clock},
         {"ns=2;i=1001", "Numbered", "Numbered Flow", "Flow with a numeric node id, l/min", value_of(12.5), wave},
         {"ns=2;i=1002", "Numbered", "Numbered Parts", "Parts made, with a numeric node id", value_of(uint32_t{4711}), count_up},
         {"ns=2;g=09087e75-8e5e-499b-954f-f2a9603db28a", "Numbered", "Guid Torque", "Torque with a GUID node id, Nm", value_of(3.5F), wave},

@@ -22,6 +22,12 @@ enum class motion : std::uint8_t {
 
 enum class access : std::uint8_t { read_only, read_write };
 
+/// Engineering unit of a value (OPC 10000-8, 5.6.4.3), with its UNECE code.
+struct unit {
+    const char* name = ""; ///< empty: none
+    const char* code = ""; ///< UNECE Recommendation 20, at most 3 characters
+};
+
 struct plant_row {
     std::string node_id;        ///< such as "ns=2;s=Boiler.Temperature"
     std::string folder{};       ///< object that it stands in; made at its first mention
@@ -30,6 +36,7 @@ struct plant_row {
     variant value{};            ///< first value; its type and shape are what the node declares
     motion moves = motion::fixed;
     access client_access = access::read_only;
+    unit measured_in{};
 };
 
 /// URI of namespace 2, in which all the rows' node ids are.

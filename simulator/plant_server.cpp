@@ -13,10 +13,16 @@ constexpr std::chrono::milliseconds step_interval{500};
 constexpr std::uint16_t first_own_namespace = 2;
 
 plant_node::source source_of(const plant_row& row) {
-    if (row.moves == motion::clock) {
+    if (row.moves != motion::clock) {
+        return {};
+    }
+    if (row.value->type == &UA_TYPES[UA_TYPES_DATETIME]) {
         return [](UA_Server*) { return reading{date_time(UA_DateTime_now())}; };
     }
-    return {};
+    return [](UA_Server*) {
+        const UA_DateTime passed = UA_DateTime_now() - UA_DATETIME_UNIX_EPOCH;
+        return reading{value_of(std::int64_t{passed / UA_DATETIME_MSEC})};
+    };
 }
 
 /// A node of the server itself, which the stack has put into its place.
@@ -233,6 +239,10 @@ variant plant_server::get_value(std::string_view node_id) const {
 
 void plant_server::set_read_status(std::string_view node_id, UA_StatusCode status) {
     find(node_id).set_status(status);
+}
+
+void plant_server::set_value_age(std::string_view node_id, std::chrono::seconds age) {
+    find(node_id).set_age(age.count() * UA_DATETIME_SEC);
 }
 
 void plant_server::set_display_name(std::string_view node_id, std::string_view text) {

@@ -103,6 +103,10 @@ class plant_server final {
     /// @throws plant_error for a node the plant does not have.
     void set_read_status(std::string_view node_id, UA_StatusCode status);
 
+    /// The node's value came to be so long before each Read, by its source timestamp.
+    /// @throws plant_error for a node the plant does not have.
+    void set_value_age(std::string_view node_id, std::chrono::seconds age);
+
     /// The node is gone: clients get BadNodeIdUnknown for all its attributes, also after a restart.
     /// @throws plant_error for a node the plant does not have.
     void remove_node(std::string_view node_id);
@@ -115,6 +119,9 @@ class plant_server final {
     /// EnabledFlag (ns=0;i=2294). Switched off, the counters are not readable: BadNodeIdUnknown.
     /// Nodes that set_value() has set keep their values either way.
     void set_diagnostics(bool enabled) { state_.diagnostics = enabled; }
+
+    /// The server's clock (CurrentTime, not the plant's own clocks) goes wrong by this much more.
+    void step_clock(std::chrono::seconds by) { state_.clock_error += by.count() * UA_DATETIME_SEC; }
 
     /// All changing values move one step on; the same number of steps always gives the same values
     /// (clocks aside).

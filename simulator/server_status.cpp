@@ -100,7 +100,9 @@ std::vector<status_node> status_nodes(const server_state& state, const status_re
         {server_node(start_time_id),
          [&state](UA_Server*) { return reading{date_time(state.started)}; }},
         {server_node(current_time_id),
-         [](UA_Server*) { return reading{date_time(UA_DateTime_now())}; }},
+         [&state](UA_Server*) {
+             return reading{date_time(UA_DateTime_now() + state.clock_error)};
+         }},
         {server_node(state_id),
          [](UA_Server*) { return reading{scalar(UA_SERVERSTATE_RUNNING, UA_TYPES_SERVERSTATE)}; }},
         {server_node(enabled_flag_id),

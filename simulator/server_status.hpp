@@ -15,7 +15,8 @@ namespace tarvik::simulator {
 /// What the nodes show; changed from any thread.
 struct server_state {
     std::atomic<bool> diagnostics; ///< EnabledFlag; while false the counters give BadNodeIdUnknown
-    std::atomic<UA_DateTime> started; ///< StartTime
+    std::atomic<UA_DateTime> started;        ///< StartTime
+    std::atomic<UA_DateTime> clock_error{0}; ///< CurrentTime is ahead by that
 };
 
 /// Reads one of the status nodes by its node id; empty while that node has no value.

@@ -9,7 +9,7 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-enum class output_format { table, json, plugin };
+enum class output_format { table, json, plugin, config };
 
 /// Everything in it outlives the command.
 struct command_context {

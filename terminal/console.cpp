@@ -3,10 +3,12 @@
 #include "host/probe_error.hpp"
 #include "text/terminal_text.hpp"
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -24,6 +26,25 @@ namespace {
     return value == nullptr ? "" : value;
 }
 
+/// @return whether standard error goes straight to the journal: $JOURNAL_STREAM names its device
+/// and inode (systemd.exec(5)), and may be inherited by programs that write elsewhere
+[[nodiscard]] bool is_journal() noexcept {
+    struct stat status {};
+    if (fstat(STDERR_FILENO, &status) != 0) {
+        return false;
+    }
+    std::array<char, 64> own{};
+    const int size = std::snprintf(
+        own.data(),
+        own.size(),
+        "%ju:%ju",
+        static_cast<std::uintmax_t>(status.st_dev),
+        static_cast<std::uintmax_t>(status.st_ino)
+    );
+    return size > 0 && environment("JOURNAL_STREAM") ==
+                           std::string_view{own.data(), static_cast<std::size_t>(size)};
+}
+
 } // namespace
 
 output::output() noexcept
@@ -33,13 +54,18 @@ output::output() noexcept
 
 std::size_t output::columns() const noexcept {
     constexpr std::size_t without_terminal = 100;
-    constexpr std::size_t narrowest = 40;
     constexpr std::size_t widest = 120;
+    const std::size_t width = table_width();
+    return width == any_width ? without_terminal : std::min(width, widest);
+}
+
+std::size_t output::table_width() const noexcept {
+    constexpr std::size_t narrowest = 40;
     winsize size{};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) {
-        return without_terminal;
+        return any_width;
     }
-    return std::clamp<std::size_t>(size.ws_col, narrowest, widest);
+    return std::max<std::size_t>(size.ws_col, narrowest);
 }
 
 void output::write(std::string_view text) const {
@@ -49,13 +75,24 @@ void output::write(std::string_view text) const {
     }
 }
 
-console::console() noexcept : terminal_{isatty(STDERR_FILENO) == 1} {}
+console::console() noexcept : terminal_{isatty(STDERR_FILENO) == 1}, journal_{is_journal()} {}
 
 void console::line(std::string_view text) noexcept {
+    write_line("", text);
+}
+
+void console::line(std::int32_t severity, std::string_view text) noexcept {
+    constexpr std::array<std::string_view, 8> marks{
+        "<0>", "<1>", "<2>", "<3>", "<4>", "<5>", "<6>", "<7>"}; // sd-daemon(3)
+    const auto which = static_cast<std::size_t>(std::clamp(severity, 0, 7));
+    write_line(journal_ ? marks.at(which) : "", text);
+}
+
+void console::write_line(std::string_view begin, std::string_view text) noexcept {
     std::string safe;
     std::string_view shown = "(out of memory)\n";
     try {
-        shown = safe = sanitise(text) + "\n";
+        shown = safe = std::string{begin} + sanitise(text) + "\n";
     } catch (const std::exception&) { // then that is what is shown
     }
     const std::lock_guard lock{mutex_};

@@ -2,7 +2,10 @@
 // Standard output: the answers of the program. Standard error: lines for the person at the
 // terminal, and one notice that is overwritten while something takes long.
 
+#include "terminal/table.hpp"
+
 #include <cstddef>
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -25,6 +28,9 @@ class output final {
     /// @return how wide lines of running text may be: as the terminal, within what reads well
     [[nodiscard]] std::size_t columns() const noexcept;
 
+    /// @return how wide lines of a table may be: as the terminal; any_width where there is none
+    [[nodiscard]] std::size_t table_width() const noexcept;
+
   private:
     bool colours_;
 };
@@ -39,6 +45,10 @@ class console final {
     /// Writes a line, in place of the notice if one stands there.
     /// @param text not yet sanitised
     void line(std::string_view text) noexcept;
+
+    /// The same, with the severity where standard error is the system's journal.
+    /// @param severity as of syslog, 0 to 7
+    void line(std::int32_t severity, std::string_view text) noexcept;
 
     /// Shows the notice in place of the one before; nothing unless this is a terminal.
     void notice(std::string_view text) noexcept;
@@ -59,7 +69,10 @@ class console final {
     void write(std::string_view text) const noexcept;
     void erase_notice() noexcept;
 
+    void write_line(std::string_view begin, std::string_view text) noexcept;
+
     const bool terminal_;
+    const bool journal_;
     std::mutex mutex_;
     bool notice_shown_ = false; // guarded by mutex_
     bool muted_ = false;        // guarded by mutex_

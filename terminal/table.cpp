@@ -15,9 +15,10 @@ constexpr auto renditions = std::to_array<int>({0, 1, 2, 3, 32, 33, 31});
 
 [[nodiscard]] std::string
 padded(const cell& content, alignment align, std::size_t width, bool colours) {
-    const std::size_t used = display_width(content.text);
+    const std::string shown = cut(content.text, width);
+    const std::size_t used = display_width(shown);
     const std::string blanks(width - std::min(width, used), ' ');
-    const std::string text = painted(content.text, content.paint, colours);
+    const std::string text = painted(shown, content.paint, colours);
     return align == alignment::left ? text + blanks : blanks + text;
 }
 
@@ -38,10 +39,7 @@ void table::add_row(std::vector<cell> cells) {
     rows_.push_back(std::move(cells));
 }
 
-std::string table::render(bool colours) const {
-    if (rows_.empty()) {
-        return "";
-    }
+std::vector<std::size_t> table::widths() const {
     std::vector<std::size_t> widths(columns_.size());
     for (std::size_t i = 0; i < widths.size(); ++i) {
         for (const auto& row : rows_) {
@@ -51,6 +49,37 @@ std::string table::render(bool colours) const {
             widths[i] = std::max(widths[i], display_width(columns_[i].title));
         }
     }
+    return widths;
+}
+
+void table::narrow(std::vector<std::size_t>& widths, std::size_t width, bool cut_last) const {
+    std::size_t used = 0;
+    for (std::size_t i = 0; i < widths.size(); ++i) {
+        used += widths[i] == 0 ? 0 : widths[i] + columns_[i].gap;
+    }
+    for (; used > width; --used) {
+        std::size_t* widest = nullptr;
+        for (std::size_t i = 0; i < widths.size(); ++i) {
+            const column& each = columns_[i];
+            if (each.cut_last == cut_last && each.narrowest > 0 && widths[i] > each.narrowest &&
+                (widest == nullptr || widths[i] > *widest)) {
+                widest = &widths[i];
+            }
+        }
+        if (widest == nullptr) {
+            return;
+        }
+        --*widest;
+    }
+}
+
+std::string table::render(bool colours, std::size_t width) const {
+    if (rows_.empty()) {
+        return "";
+    }
+    std::vector<std::size_t> widths = this->widths();
+    narrow(widths, width, false);
+    narrow(widths, width, true);
     std::string lines;
     const auto add_line = [&](const auto& cell_of) {
         for (std::size_t i = 0; i < columns_.size(); ++i) {

@@ -23,8 +23,12 @@ enum class alignment { left, right };
 struct column {
     std::string title;
     alignment align = alignment::left;
-    std::size_t gap = 2; ///< blanks before it
+    std::size_t gap = 2;       ///< blanks before it
+    std::size_t narrowest = 0; ///< columns that it is cut to where lines get too wide; 0: never cut
+    bool cut_last = false;     ///< only when all others are as narrow as they get
 };
+
+inline constexpr std::size_t any_width = static_cast<std::size_t>(-1);
 
 /// Rows of cells; columns as wide as their widest cell, and left out when all their cells are
 /// empty.
@@ -35,10 +39,15 @@ class table final {
     /// @param cells as many as there are columns
     void add_row(std::vector<cell> cells);
 
+    /// @param width that lines should not exceed: the widest columns are cut first, the text with
+    /// "…", and those that are not to be cut stay as they are
     /// @return the titles and all rows, each with its line end; empty when there are no rows
-    [[nodiscard]] std::string render(bool colours) const;
+    [[nodiscard]] std::string render(bool colours, std::size_t width = any_width) const;
 
   private:
+    [[nodiscard]] std::vector<std::size_t> widths() const;
+    void narrow(std::vector<std::size_t>& widths, std::size_t width, bool cut_last) const;
+
     std::vector<column> columns_;
     std::vector<std::vector<cell>> rows_;
 };

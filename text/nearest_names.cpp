@@ -37,12 +37,16 @@ constexpr std::size_t least_part = 3;      // shorter parts are in too many name
     return row[right.size()];
 }
 
-/// @return the smallest number of edits to the name or one of its ends
+/// @return the smallest number of edits to the name, or one of its ends or beginnings
 [[nodiscard]] std::size_t distance(const std::string& typed, const std::string& name) {
     std::size_t least = edits_between(typed, name);
     for (std::size_t dot = name.find('.'); dot != std::string::npos;
          dot = name.find('.', dot + 1)) {
         least = std::min(least, edits_between(typed, std::string_view{name}.substr(dot + 1)));
+    }
+    for (std::size_t end = name.find('_'); end != std::string::npos;
+         end = name.find('_', end + 1)) {
+        least = std::min(least, edits_between(typed, std::string_view{name}.substr(0, end)) + 1);
     }
     if (typed.size() >= least_part && name.find(typed, name.rfind('.') + 1) != std::string::npos) {
         least = std::min<std::size_t>(least, 2);

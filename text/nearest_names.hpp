@@ -7,7 +7,8 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-/// Compares with whole names and with their ends that follow a point, without regard to case.
+/// Compares with whole names, with their ends that follow a point and with their beginnings before
+/// a "_", without regard to case.
 /// @return at most three names, the nearest first; none when nothing is near
 [[nodiscard]] std::vector<std::string>
 nearest_names(std::string_view typed, const std::vector<std::string>& names);

@@ -23,6 +23,18 @@ template <typename... Arguments>
 
 } // namespace
 
+std::optional<double> parse_seconds(std::string_view text) noexcept {
+    constexpr std::array<std::pair<std::string_view, double>, 4> units{
+        {{"ms", 0.001}, {"s", 1}, {"m", 60}, {"h", 3600}}};
+    for (const auto& [name, factor] : units) {
+        if (text.ends_with(name)) {
+            const auto number = parse_number<double>(text.substr(0, text.size() - name.size()));
+            return number ? std::optional{*number * factor} : std::nullopt;
+        }
+    }
+    return parse_number<double>(text);
+}
+
 std::string format_number(double value) {
     constexpr double widest_fixed = 1e15;
     constexpr double narrowest_fixed = 1e-5;

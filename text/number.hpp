@@ -27,6 +27,10 @@ template <typename Number>
     return number;
 }
 
+/// @param text a number with "ms", "s", "m" or "h" behind it, or of seconds
+/// @return seconds, perhaps negative; nothing for any other text
+[[nodiscard]] std::optional<double> parse_seconds(std::string_view text) noexcept;
+
 /// @return the shortest text that reads back to the same value; without an exponent for sizes that
 /// people can read. Values that came from a 32-bit float are shown with its precision, and every
 /// number has a point or an exponent. Not finite: "NaN", "Infinity", "-Infinity".

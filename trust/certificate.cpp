@@ -1,7 +1,6 @@
 #include "trust/certificate.hpp"
 
 #include "text/words.hpp"
-
 #include <arpa/inet.h>
 
 #include <array>
@@ -90,8 +89,9 @@ std::string certificate::der() const {
     unsigned char* bytes = nullptr;
     const int size = i2d_X509(get(), &bytes);
     const memory_owner owner{bytes};
-    return size > 0 ? std::string{reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size)}
-                    : std::string{};
+    return size > 0
+               ? std::string{reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size)}
+               : std::string{};
 }
 
 std::string certificate::pem() const {
@@ -132,15 +132,16 @@ std::string certificate::name() const {
     const int size =
         ASN1_STRING_to_UTF8(&text, X509_NAME_ENTRY_get_data(X509_NAME_get_entry(name, index)));
     const memory_owner owner{text};
-    return size > 0 ? std::string{reinterpret_cast<const char*>(text), static_cast<std::size_t>(size)}
-                    : subject();
+    return size > 0
+               ? std::string{reinterpret_cast<const char*>(text), static_cast<std::size_t>(size)}
+               : subject();
 }
 
 std::vector<std::string> certificate::names_of_type(int type) const {
     std::vector<std::string> texts;
-    const general_names_owner names{static_cast<GENERAL_NAMES*>(
-        X509_get_ext_d2i(get(), NID_subject_alt_name, nullptr, nullptr)
-    )};
+    const general_names_owner names{
+        static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(get(), NID_subject_alt_name, nullptr, nullptr)
+        )};
     for (int i = 0; i < sk_GENERAL_NAME_num(names.get()); ++i) {
         int kind = 0;
         const void* const value =
@@ -150,9 +151,10 @@ std::vector<std::string> certificate::names_of_type(int type) const {
         }
         const auto& text = *static_cast<const ASN1_STRING*>(value);
         texts.push_back(
-            type == GEN_IPADD ? address_text(text)
-                              : std::string{reinterpret_cast<const char*>(ASN1_STRING_get0_data(&text)),
-                                            static_cast<std::size_t>(ASN1_STRING_length(&text))}
+            type == GEN_IPADD
+                ? address_text(text)
+                : std::
+                      string{reinterpret_cast<const char*>(ASN1_STRING_get0_data(&text)), static_cast<std::size_t>(ASN1_STRING_length(&text))}
         );
     }
     return texts;
@@ -216,8 +218,8 @@ std::string parse_fingerprint(std::string_view text) {
             digits += lower_case(letter);
         }
     }
-    const bool usable = digits.size() == 64 &&
-                        digits.find_first_not_of("0123456789abcdef") == std::string::npos;
+    const bool usable =
+        digits.size() == 64 && digits.find_first_not_of("0123456789abcdef") == std::string::npos;
     return usable ? digits : std::string{};
 }
 

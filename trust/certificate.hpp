@@ -91,9 +91,8 @@ class revocation_list final {
 [[nodiscard]] std::string time_text(const std::optional<std::chrono::sys_seconds>& time);
 
 /// @return full days between the two, rounded down; negative once expired
-[[nodiscard]] std::optional<long> days_left(
-    const certificate& of, std::chrono::system_clock::time_point now
-);
+[[nodiscard]] std::optional<long>
+days_left(const certificate& of, std::chrono::system_clock::time_point now);
 
 /// @return what a person compares before trusting it: names, validity, issuer, fingerprint; a line
 /// each, not sanitised

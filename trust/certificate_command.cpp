@@ -57,7 +57,8 @@ request_of(const certificate_options& options, certificate_request base) {
         throw probe_error{
             exit_code::error,
             present->certificate_path.string() +
-                " is there already. Servers know opcua-probe by it: renew keeps its key and URI, create "
+                " is there already. Servers know opcua-probe by it: renew keeps its key and URI, "
+                "create "
                 "--replace makes another that servers have to be given anew"};
     }
     const made_identity made = [&] {
@@ -95,7 +96,8 @@ request_of(const certificate_options& options, certificate_request base) {
 [[nodiscard]] exit_code
 export_to(const command_context& context, const pki_folder& folder, const std::string& file) {
     const own_identity own = require_own(folder);
-    const std::string bytes = lower_case(file).ends_with(".pem") ? own.certificate_pem : own.shown.der();
+    const std::string bytes =
+        lower_case(file).ends_with(".pem") ? own.certificate_pem : own.shown.der();
     std::ofstream to{file, std::ios::binary};
     to << bytes;
     if (!to.flush()) {

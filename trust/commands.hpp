@@ -1,9 +1,9 @@
 #pragma once
 // The commands trust and certificate: whom this program believes, and who it is.
 
+#include "host/server_address.hpp"
 #include "terminal/command_context.hpp"
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -13,8 +13,7 @@ namespace tarvik::monitoring_modules::probe {
 /// Asks a server for the certificates of its endpoints, in DER, each once; nothing about them has
 /// been checked.
 /// @throws probe_error (error) when it does not answer
-using certificate_fetcher =
-    std::function<std::vector<std::string>(const std::string& host, std::uint16_t port)>;
+using certificate_fetcher = std::function<std::vector<std::string>(const named_server& server)>;
 
 struct trust_options {
     enum class action { accept, list, add, remove, rejected };

@@ -24,8 +24,7 @@ constexpr int serial_bits = 127;
 void require(bool done, const char* what) {
     if (!done) {
         ERR_clear_error();
-        throw probe_error{
-            exit_code::usage, std::string{"The certificate cannot be made: "} + what};
+        throw probe_error{exit_code::usage, std::string{"The certificate cannot be made: "} + what};
     }
 }
 
@@ -91,9 +90,9 @@ void add_extensions(X509& to, const certificate_request& request) {
 [[nodiscard]] key_text pem_of(EVP_PKEY& key) {
     const bio_owner bio{BIO_new(BIO_s_secmem())};
     require(
-        bio && PEM_write_bio_PKCS8PrivateKey(
-                   bio.get(), &key, nullptr, nullptr, 0, nullptr, nullptr
-               ) == 1,
+        bio &&
+            PEM_write_bio_PKCS8PrivateKey(bio.get(), &key, nullptr, nullptr, 0, nullptr, nullptr) ==
+                1,
         "the key cannot be written"
     );
     char* bytes = nullptr;

@@ -1,9 +1,9 @@
 #include "trust/pki_folder.hpp"
 
+#include "host/kept_state.hpp"
 #include "host/probe_error.hpp"
 #include "host/secret_file.hpp"
 #include "host/settings_record.hpp"
-#include "host/kept_state.hpp"
 #include "text/words.hpp"
 #include "trust/shared_files.hpp"
 #include <sys/stat.h>
@@ -62,7 +62,8 @@ void require_protected(const fs::path& folder) {
     struct stat status {};
     if (::stat(folder.c_str(), &status) == 0 && (status.st_mode & S_IWOTH) != 0) {
         throw probe_error{
-            exit_code::usage, folder.string() + ": everybody may write into it, so nothing in it is trusted"};
+            exit_code::usage,
+            folder.string() + ": everybody may write into it, so nothing in it is trusted"};
     }
 }
 
@@ -110,8 +111,7 @@ void add_own_certificate(std::map<std::string, std::string>& values, const pki_f
         throw probe_error{
             exit_code::usage,
             "A secured connection needs a certificate of its own: opcua-probe certificate create" +
-                folder.option() +
-                " makes one, --client-certificate and --client-key name another"};
+                folder.option() + " makes one, --client-certificate and --client-key name another"};
     }
     values.insert_or_assign(keys::certificate, own->certificate_pem);
     values.insert_or_assign(keys::key, read_file(own->key_path));
@@ -203,8 +203,7 @@ fs::path pki_folder::add(part to, const certificate& added) const {
     return path;
 }
 
-fs::path
-pki_folder::add_lists(part to, const std::string& name, std::string_view bytes) const {
+fs::path pki_folder::add_lists(part to, const std::string& name, std::string_view bytes) const {
     require_root();
     fs::path path = root_ / name_of(to) / "crl" / name;
     replace_file(path, bytes);
@@ -243,9 +242,7 @@ std::map<std::string, known_server> pki_folder::known_servers() const {
     return known;
 }
 
-void pki_folder::remember(
-    const std::string& address, const std::optional<known_server>& to
-) const {
+void pki_folder::remember(const std::string& address, const std::optional<known_server>& to) const {
     require_root();
     make_shared_folder(root_);
     file_descriptor lock;

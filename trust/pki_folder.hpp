@@ -56,8 +56,8 @@ class pki_folder final {
     [[nodiscard]] std::string option() const;
 
     /// @param complain gets a line for each file that cannot be used; may be empty
-    /// @throws probe_error (usage) when a folder of what is trusted cannot be read, or everybody may
-    /// write into it
+    /// @throws probe_error (usage) when a folder of what is trusted cannot be read, or everybody
+    /// may write into it
     [[nodiscard]] trust_lists read(const std::function<void(const std::string&)>& complain) const;
 
     /// @return all certificates of a part, in the order of their files' names

@@ -1,5 +1,6 @@
 #include "trust/server_judge.hpp"
 
+#include "host/server_address.hpp"
 #include "text/words.hpp"
 
 #include <exception>
@@ -44,14 +45,9 @@ void note_server_uri(std::string_view uri) {
 }
 
 std::string address_in(std::string_view url) {
-    constexpr std::string_view scheme = "opc.tcp://";
-    if (url.starts_with(scheme)) {
-        url.remove_prefix(scheme.size());
-    }
-    std::string address = lower_case(url.substr(0, url.find('/')));
-    const std::size_t colon = address.rfind(':');
-    const bool has_port = colon != std::string::npos && address.find(']', colon) == std::string::npos;
-    return has_port ? address : address + ":4840"; // OPC 10000-6, 7.2: the port of opc.tcp
+    const std::optional<named_server> named = parse_server(url).server;
+    return named ? lower_case(host_and_port(named->host, named->port.value_or(default_opcua_port)))
+                 : lower_case(url);
 }
 
 server_judge::server_judge(
@@ -73,7 +69,8 @@ server_judge::~server_judge() {
 
 std::uint32_t server_judge::answer(std::string_view url, std::string_view chain) noexcept {
     try {
-        const trust_policy policy = current_call == nullptr ? trust_policy{} : current_call->policy_;
+        const trust_policy policy =
+            current_call == nullptr ? trust_policy{} : current_call->policy_;
         verdict result;
         try {
             result = judge(url, chain, policy);
@@ -101,26 +98,25 @@ server_judge::judge(std::string_view url, std::string_view chain, const trust_po
         }
         return {
             trust_status::bad_security_mode_insufficient,
-            address + " takes the password without encryption: everybody on the wire could read it, "
-                      "so it was not sent. Secure the connection (--security-mode sign_encrypt), or "
-                      "allow it for this server with --plain-password allow"};
+            address +
+                " takes the password without encryption: everybody on the wire could read it, "
+                "so it was not sent. Secure the connection (--security-mode sign_encrypt), or "
+                "allow it for this server with --plain-password allow"};
     }
     const auto certificates = read_certificates(chain);
     if (certificates.empty()) {
-        return policy.any_certificate
-                   ? verdict{}
-                   : verdict{
-                         trust_status::bad_certificate_invalid,
-                         "The certificate of " + address +
-                             " cannot be read. Have it made anew on the server"};
+        return policy.any_certificate ? verdict{}
+                                      : verdict{
+                                            trust_status::bad_certificate_invalid,
+                                            "The certificate of " + address +
+                                                " cannot be read. Have it made anew on the server"};
     }
     see(address, certificates.front());
     return policy.any_certificate ? verdict{} : judge_certificate(address, certificates);
 }
 
-verdict server_judge::judge_certificate(
-    const std::string& address, const std::vector<certificate>& chain
-) {
+verdict
+server_judge::judge_certificate(const std::string& address, const std::vector<certificate>& chain) {
     const certificate& own = chain.front();
     const std::string fingerprint = own.fingerprint();
     const auto all_known = folder_.known_servers();
@@ -142,11 +138,11 @@ verdict server_judge::judge_certificate(
     }
     keep_refused(own);
     const bool changed = entry != all_known.end() && !same;
-    std::string reason =
-        changed ? "THE CERTIFICATE OF " + address + " HAS CHANGED: it was SHA-256 " +
-                      entry->second.fingerprint + " and is now " + fingerprint +
-                      ". Somebody may stand between you and the server. The new one "
-                : "The certificate of " + address + " ";
+    std::string reason = changed
+                             ? "THE CERTIFICATE OF " + address + " HAS CHANGED: it was SHA-256 " +
+                                   entry->second.fingerprint + " and is now " + fingerprint +
+                                   ". Somebody may stand between you and the server. The new one "
+                             : "The certificate of " + address + " ";
     reason += result.reason + ".";
     if (result.may_be_confirmed) {
         reason += changed ? " If it was replaced on purpose: "
@@ -159,7 +155,10 @@ verdict server_judge::judge_certificate(
 
 void server_judge::see(const std::string& address, const certificate& shown) {
     seen_certificate seen{
-        address, shown.name(), shown.fingerprint(), shown.not_after().value_or(std::chrono::sys_seconds{})};
+        address,
+        shown.name(),
+        shown.fingerprint(),
+        shown.not_after().value_or(std::chrono::sys_seconds{})};
     const std::lock_guard lock{mutex_};
     seen_[address] = std::move(seen);
 }

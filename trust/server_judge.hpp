@@ -96,7 +96,9 @@ class server_judge final {
     std::set<std::string> told_;
 };
 
-/// @return "host:port" in lower case of an opc.tcp URL, "[host]:port" where the host has colons
+/// @param url or what else parse_server takes
+/// @return its "host:port" in lower case, "[host]:port" where the host has colons; any other text
+/// itself, in lower case
 [[nodiscard]] std::string address_in(std::string_view url);
 
 } // namespace tarvik::monitoring_modules::probe

@@ -112,7 +112,8 @@ void lock_file(const fs::path& path, file_descriptor& holder) {
         if ((errno != EWOULDBLOCK && errno != EINTR) || attempt == most_attempts) {
             fail(path);
         }
-        std::this_thread::sleep_for(between_attempts); // a lock cannot be waited for in bounded time
+        std::this_thread::sleep_for(between_attempts
+        ); // a lock cannot be waited for in bounded time
     }
     holder.swap(file);
 }

@@ -1,6 +1,5 @@
 #include "host/secret_file.hpp"
 #include "terminal/table.hpp"
-#include "text/number.hpp"
 #include "text/terminal_text.hpp"
 #include "text/words.hpp"
 #include "trust/commands.hpp"
@@ -25,23 +24,13 @@ constexpr std::size_t name_columns = 40;
 constexpr std::size_t shortest_fingerprint = 8;
 constexpr std::array all_parts{part::trusted, part::issuers, part::rejected};
 
-struct host_and_port {
-    std::string host; ///< without brackets
-    std::uint16_t port;
-};
-
-/// @param address as address_in gives it
-[[nodiscard]] host_and_port split_address(const std::string& address) {
-    const std::size_t colon = address.rfind(':');
-    const auto port = parse_number<std::uint16_t>(address.substr(colon + 1));
-    std::string host = address.substr(0, colon);
-    if (host.starts_with('[') && host.ends_with(']')) {
-        host = host.substr(1, host.size() - 2);
+/// @throws probe_error (usage) when the text names no server
+[[nodiscard]] named_server parse_subject(const std::string& subject) {
+    parsed_server parsed = parse_server(subject);
+    if (!parsed.server) {
+        throw probe_error{exit_code::usage, subject + ": " + parsed.problem};
     }
-    if (host.empty() || !port || *port == 0) {
-        throw probe_error{exit_code::usage, address + ": expected HOST or HOST:PORT"};
-    }
-    return {host, *port};
+    return std::move(*parsed.server);
 }
 
 [[nodiscard]] std::string safe_lines(const std::string& text) {
@@ -58,7 +47,8 @@ struct host_and_port {
     if (::isatty(STDIN_FILENO) != 1) {
         throw probe_error{
             exit_code::usage,
-            "Nobody is here to be asked: --fingerprint SHA256 names the certificate that is expected"};
+            "Nobody is here to be asked: --fingerprint SHA256 names the certificate that is "
+            "expected"};
     }
     terminal.line(question + " Type yes to trust it.");
     std::string answer;
@@ -93,15 +83,15 @@ void drop_former(const pki_folder& folder, const std::string& address, const std
     const trust_options& options,
     const certificate_fetcher& fetch
 ) {
+    const named_server server = parse_subject(options.subject);
     const std::string address = address_in(options.subject);
-    const auto [host, port] = split_address(address);
     const std::string expected = parse_fingerprint(options.fingerprint);
     if (expected.empty() && !options.fingerprint.empty()) {
         throw probe_error{
             exit_code::usage, "--fingerprint: expected the 64 hexadecimal digits of a SHA-256"};
     }
     std::vector<certificate> offered;
-    for (const std::string& der : fetch(host, port)) {
+    for (const std::string& der : fetch(server)) {
         if (const auto chain = read_certificates(der); !chain.empty()) {
             offered.push_back(chain.front());
         }
@@ -118,7 +108,9 @@ void drop_former(const pki_folder& folder, const std::string& address, const std
         );
         if (const auto known = folder.known_servers();
             known.contains(address) && known.at(address).fingerprint != fingerprint) {
-            context.out.write("It had another one before: SHA-256 " + known.at(address).fingerprint + "\n");
+            context.out.write(
+                "It had another one before: SHA-256 " + known.at(address).fingerprint + "\n"
+            );
         }
         const bool wanted =
             expected.empty()
@@ -133,7 +125,9 @@ void drop_former(const pki_folder& folder, const std::string& address, const std
             const auto path = folder.add(part::trusted, shown);
             folder.remember(address, known_server{fingerprint, true});
             static_cast<void>(folder.remove(part::rejected, fingerprint));
-            context.out.write("Trusted for " + sanitise(address) + ": " + sanitise(path.string()) + "\n");
+            context.out.write(
+                "Trusted for " + sanitise(address) + ": " + sanitise(path.string()) + "\n"
+            );
             accepted = true;
         }
     }
@@ -170,11 +164,9 @@ void add_rows(table& to, const pki_folder& folder, part from, const char* title)
     }
 }
 
-[[nodiscard]] exit_code show(
-    const command_context& context, const pki_folder& folder, const std::vector<part>& parts
-) {
-    table rows{
-        {{""}, {""}, {"name"}, {"days left", alignment::right}, {"servers"}, {"SHA-256"}}};
+[[nodiscard]] exit_code
+show(const command_context& context, const pki_folder& folder, const std::vector<part>& parts) {
+    table rows{{{""}, {""}, {"name"}, {"days left", alignment::right}, {"servers"}, {"SHA-256"}}};
     for (const part of : parts) {
         add_rows(
             rows,
@@ -192,9 +184,8 @@ void add_rows(table& to, const pki_folder& folder, part from, const char* title)
     return exit_code::ok;
 }
 
-[[nodiscard]] exit_code add(
-    const command_context& context, const pki_folder& folder, const trust_options& options
-) {
+[[nodiscard]] exit_code
+add(const command_context& context, const pki_folder& folder, const trust_options& options) {
     const std::string bytes = read_file(options.subject);
     const part to = options.issuer ? part::issuers : part::trusted;
     if (const auto lists = read_revocation_lists(bytes); !lists.empty()) {
@@ -211,15 +202,16 @@ void add_rows(table& to, const pki_folder& folder, part from, const char* title)
     }
     for (const certificate& added : certificates) {
         if (to == part::issuers && !added.is_authority()) {
-            throw probe_error{exit_code::usage, options.subject + ": it is no authority's certificate"};
+            throw probe_error{
+                exit_code::usage, options.subject + ": it is no authority's certificate"};
         }
         const auto path = folder.add(to, added);
         static_cast<void>(folder.remove(part::rejected, added.fingerprint()));
         context.out.write(
             safe_lines(describe(added, std::chrono::system_clock::now())) +
-            (to == part::issuers      ? "Known as an issuer: "
-             : added.is_authority()   ? "Trusted, with all servers that it vouches for: "
-                                      : "Trusted as a server: ") +
+            (to == part::issuers    ? "Known as an issuer: "
+             : added.is_authority() ? "Trusted, with all servers that it vouches for: "
+                                    : "Trusted as a server: ") +
             sanitise(path.string()) + "\n"
         );
     }
@@ -243,9 +235,8 @@ beginning_with(const pki_folder& folder, const std::string& beginning) {
     return digits.size() < shortest_fingerprint ? std::set<std::string>{} : found;
 }
 
-[[nodiscard]] exit_code remove(
-    const command_context& context, const pki_folder& folder, const std::string& subject
-) {
+[[nodiscard]] exit_code
+remove(const command_context& context, const pki_folder& folder, const std::string& subject) {
     const std::string address = address_in(subject);
     const auto known = folder.known_servers();
     std::set<std::string> chosen;
@@ -260,9 +251,10 @@ beginning_with(const pki_folder& folder, const std::string& beginning) {
         if (chosen.size() != 1) {
             throw probe_error{
                 exit_code::usage,
-                subject + (chosen.empty() ? ": neither a known server nor the beginning (at least 8 "
-                                            "digits) of a SHA-256 that opcua-probe trust list shows"
-                                          : ": several certificates begin so")};
+                subject + (chosen.empty()
+                               ? ": neither a known server nor the beginning (at least 8 "
+                                 "digits) of a SHA-256 that opcua-probe trust list shows"
+                               : ": several certificates begin so")};
         }
     }
     for (const std::string& fingerprint : chosen) {

@@ -35,7 +35,8 @@ channel_metrics::channel_metrics(
     const std::string& server,
     std::string_view kind,
     const channel_definitions& channels,
-    const std::vector<lookup_description>& lookups
+    const std::vector<lookup_description>& lookups,
+    const metric_labels& more
 ) {
     std::set<std::string> names;
     for (const auto& [id, definition] : channels) {
@@ -47,6 +48,7 @@ channel_metrics::channel_metrics(
             {"sensor", sensor},
             {"server", server},
             {"channel", unique_name(definition.name, names)}};
+        added.labels.insert(added.labels.end(), more.begin(), more.end());
     }
 }
 

@@ -22,12 +22,14 @@ class channel_metrics final {
     /// @param channels with English names; of those that share one, all but the first get a number:
     /// "Speed (2)"
     /// @param lookups in English, so that states keep their names
+    /// @param more labels, of other names than those of this class
     channel_metrics(
         const std::string& sensor,
         const std::string& server,
         std::string_view kind,
         const channel_definitions& channels,
-        const std::vector<lookup_description>& lookups
+        const std::vector<lookup_description>& lookups,
+        const metric_labels& more = {}
     );
 
     /// Adds the channel's value. A channel that has no definition is left out; so is a value that a

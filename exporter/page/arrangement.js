@@ -1,14 +1,14 @@
 // What stands where: servers that are down with their sensors under them, then the faults of all others, one by one,
-// then what is well, in groups. Whatever gives the page its heights is decided here, so that it can be kept as it is
+// then what is well, in groups by server or by a label. Whatever gives the page its heights is decided here, so that it can be kept as it is
 // while the reader points at it.
 
-import {is_faulty, server_mark} from './model.js';
+import {is_faulty, label_of, server_mark} from './model.js';
 
-// What sensors are grouped by. A label of the configuration, such as the line that a machine belongs to, can take the
-// server's place here and in group_views.
-const group_of = sensor => sensor.server;
+// What sensors are grouped by: a label of the configuration, such as the line that a machine belongs to, or the server.
+// @param label empty: the server
+const group_of = label => sensor => (label ? `${label}=${label_of(sensor, label)}` : sensor.server);
 
-const single = ''; // the key of the group of those that would be alone in theirs
+const single = ''; // the key of the group of those that would be alone in their server's
 
 // @param sensors in their order
 // @return key -> sensors
@@ -42,33 +42,40 @@ function down_of(shown, failed, filtered) {
 
 // @param well the sensors that stand in groups
 // @param everything key of a group -> all its sensors, wherever they stand
-function groups_of(well, everything) {
-    const is_single = sensor => everything.get(group_of(sensor)).length === 1;
+function groups_of(well, everything, label) {
+    const key_of = group_of(label);
+    const is_single = sensor => label === '' && everything.get(key_of(sensor)).length === 1;
     const together = well.filter(is_single).length > 1;
-    const groups = grouped(well, sensor => (together && is_single(sensor) ? single : group_of(sensor)));
-    return [...groups].map(([key, members]) => ({key, ids: ids_of(members)}));
+    const groups = grouped(well, sensor => (together && is_single(sensor) ? single : key_of(sensor)));
+    return [...groups].map(([key, members]) => {
+        const value = label === '' ? null : label_of(members[0], label);
+        return {key, ids: ids_of(members), label, value};
+    });
 }
 
 // @param sensors all of them, sorted
 // @param wanted sensor => whether it is to be shown
 // @param filtered whether some may not be wanted
+// @param label what groups are made by; empty: the server
 // @return {down, faults, groups}: down and groups have keys, the ids of the sensors that stand in them, and of all that
 // belong to them; faults tell what is wrong
-export function arrangement_of({sensors, servers, wanted, filtered, compare}) {
+export function arrangement_of({sensors, servers, wanted, filtered, label, compare}) {
     const failing = servers.filter(server => server_mark(server) === 'error');
     const failed = new Map(failing.map(server => [server.address, server]));
     const shown = sensors.filter(wanted);
     const others = shown.filter(({server}) => !failed.has(server));
-    const everything = grouped(sensors, group_of);
-    const by_key = (left, right) => (left.key === single) - (right.key === single) || compare(left.key, right.key);
-    const finished = groups => groups.sort(by_key).map(group => {
-        const all = everything.get(group.key);
+    const by_server = grouped(sensors, group_of(''));
+    const everything = label === '' ? by_server : grouped(sensors, group_of(label));
+    const is_last = ({key, value}) => key === single || value === '';
+    const by_key = (left, right) => is_last(left) - is_last(right) || compare(left.key, right.key);
+    const finished = (groups, members) => groups.sort(by_key).map(group => {
+        const all = members.get(group.key);
         return {...group, all: all ? ids_of(all) : group.ids};
     });
     return {
-        down: finished(down_of(shown.filter(({server}) => failed.has(server)), failed, filtered)),
+        down: finished(down_of(shown.filter(({server}) => failed.has(server)), failed, filtered), by_server),
         faults: others.filter(is_faulty).map(fault_of),
-        groups: finished(groups_of(others.filter(sensor => !is_faulty(sensor)), everything)),
+        groups: finished(groups_of(others.filter(sensor => !is_faulty(sensor)), everything, label), everything),
     };
 }
 

@@ -28,6 +28,28 @@ function broken_limit(channel) {
     );
 }
 
+// @return ends of a range of bad values, which may be open (null), in words
+function range_text([low, high], format, texts) {
+    if (low === null || high === null) {
+        return low === null ? `≤\u00a0${format(high)}` : `≥\u00a0${format(low)}`;
+    }
+    return texts.get('reason.inside', {low: format(low), high: format(high)});
+}
+
+// Why its value is not good.
+// @param broken the limit that it breaks, if it breaks one
+function reason_of(channel, broken, format, texts) {
+    const {cause, by_module, bad, state, limits: given} = channel;
+    if (broken) {
+        const limit = `${broken[2]}\u00a0${format(given[broken[0]])}`;
+        return by_module ? texts.get('reason.module_limit', {limit}) : limit;
+    }
+    if (cause === 'inside' && bad?.[state]) {
+        return range_text(bad[state], format, texts);
+    }
+    return ['lookup', 'stated', 'no_number'].includes(cause) ? texts.get(`reason.${cause}`) : '';
+}
+
 export class channel_cell {
     #channel = null;
     #texts = null;
@@ -92,7 +114,7 @@ export class channel_cell {
         const broken = state === 'none' ? undefined : broken_limit(this.#channel);
         set_text(word, state === 'none' ? '' : this.#texts.get(`state.${state}`));
         set_attribute(word, 'class', broken ? 'unseen' : 'word');
-        set_text(reason, broken ? `${broken[2]}\u00a0${format(this.#channel.limits[broken[0]])}` : '');
+        set_text(reason, state === 'none' ? '' : reason_of(this.#channel, broken, format, this.#texts));
         if (state !== 'none') {
             show_mark(mark, state);
         }
@@ -157,6 +179,9 @@ export class channel_cell {
             ['channel.minimum', extreme(({low}) => low)],
             ['channel.maximum', extreme(({high}) => high)],
             ...limits.map(([name]) => [`limit.${name}`, format_limit(channel.limits?.[name])]),
+            ...Object.entries(channel.bad ?? {}).map(([level, range]) => [
+                `bad.${level}`, range_text(range, format, this.#texts),
+            ]),
             ['channel.raw', raw === channel.value ? null : this.#texts.decimal(raw)],
         ].filter(([, text]) => text);
         fill_facts(this.#facts, facts.map(([key, text]) => [this.#texts.get(key), text]));

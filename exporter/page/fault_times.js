@@ -12,7 +12,11 @@ const beyond = {
 };
 
 // @return value => whether it is at fault as the channel is now
-function same_fault({limits = {}, state, scaled}, newest) {
+function same_fault({limits = {}, bad = {}, cause, state, scaled}, newest) {
+    if (cause === 'inside' && bad[state]) {
+        const [low, high] = bad[state];
+        return value => value >= (low ?? -Infinity) && value <= (high ?? Infinity);
+    }
     if (beyond[state](scaled, limits) || beyond[state](newest, limits)) {
         return value => beyond[state](value, limits);
     }

@@ -2,6 +2,7 @@
 // server that it is the group of: how it is reached, and what is wrong when it is not.
 
 import {element, set_attribute, set_text, show_mark, state_mark} from './dom.js';
+import {label_search} from './filter.js';
 import {count_states, server_mark} from './model.js';
 import {since_line} from './since_line.js';
 import {tallies} from './tallies.js';
@@ -16,6 +17,7 @@ export class group_view {
     #tallies = new tallies();
     #only = element('button', 'only', state_mark());
     #shown_when_well = null; // whether its reader folded it: null, not yet
+    #search = '';            // what finds its sensors alone; empty: nothing does
     list = element('ul', 'lines');
     node = element(
         'li',
@@ -35,20 +37,18 @@ export class group_view {
         this.list
     );
 
-    // @param key as arrangement.js groups: a server's address, or empty
-    // @param on_toggle called when it was folded or unfolded, @param on_only with its key
-    constructor(key, number, on_toggle, on_only) {
+    // @param on_toggle called when it was folded or unfolded, @param on_only with what finds its sensors alone
+    constructor(number, on_toggle, on_only) {
         this.#fold.type = this.#only.type = 'button';
         this.list.id = `group-${number}`;
         this.list.setAttribute('role', 'list');
         set_attribute(this.#fold, 'aria-controls', this.list.id);
-        this.#only.hidden = key === '';
         show_mark(this.#only.firstChild, 'filter');
         this.#fold.addEventListener('click', () => {
             this.#shown_when_well = this.list.hidden;
             on_toggle();
         });
-        this.#only.addEventListener('click', () => on_only(key));
+        this.#only.addEventListener('click', () => on_only(this.#search));
     }
 
     // @param group of the arrangement, @param server of that key or undefined
@@ -62,15 +62,23 @@ export class group_view {
         this.node.classList.toggle('down', down);
         show_mark(this.#mark, state);
         this.#mark.classList.toggle('unneeded', state === 'ok' && !down);
-        set_text(this.#fold, group.key === '' ? texts.get('group.single') : group.key);
+        this.#show_title(group, texts);
         set_attribute(this.#fold, 'aria-expanded', !folded);
         this.list.hidden = folded;
         if (!down || state === 'error') {
             this.#show_server(group, server, texts, now);
         } // else it came back, and its words stay as long as its place is kept
         this.#tallies.update(count_states(sensors), texts);
-        set_attribute(this.#only, 'title', texts.get('server.select'));
-        set_attribute(this.#only, 'aria-label', texts.get('server.select'));
+    }
+
+    #show_title({key, label, value}, texts) {
+        const nameless = label ? texts.get('group.without', {what: label}) : texts.get('group.single');
+        set_text(this.#fold, (label ? value : key) || nameless);
+        this.#search = label ? value && label_search(label, value) : key;
+        this.#only.hidden = this.#search === '';
+        const select = texts.get(label ? 'group.select' : 'server.select');
+        set_attribute(this.#only, 'title', select);
+        set_attribute(this.#only, 'aria-label', select);
     }
 
     #show_server({message}, server, texts, now) {

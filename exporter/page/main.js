@@ -1,11 +1,12 @@
 // The operators' page: asks the probe for its state and shows it.
 
-import {read_address, store_language, stored_language, write_address} from './address.js';
+import {read_address, store_group, store_language, stored_language, write_address} from './address.js';
 import {certificates} from './certificates.js';
 import {curve_feed} from './curve_feed.js';
 import {element, set_attribute, set_text} from './dom.js';
 import {fault_times} from './fault_times.js';
 import {is_filtered} from './filter.js';
+import {grouping} from './grouping.js';
 import {counts_bar, freshness} from './head.js';
 import {model} from './model.js';
 import {news} from './news.js';
@@ -41,6 +42,11 @@ const missed = new news(part('news'), part('attention'), () => {
     part('sensors').focus({preventScroll: true});
 });
 const counts = new counts_bar(part('counts'), toggle_state);
+const groups = new grouping(part('grouping'), label => {
+    view.group = label;
+    store_group(label);
+    show_filter();
+});
 const fresh = new freshness(part('fresh'), part('banner'));
 const lasting = new certificates(part('certificates'));
 const polling = new poller(ask);
@@ -82,7 +88,8 @@ function show(anew = false) {
     const number = known.counts();
     const all = known.sensors.size;
     counts.update(number, view.states, words);
-    const shown = sensors.update(known, view, words, anew);
+    const label = groups.update(known.label_names(words), view.group, words);
+    const shown = sensors.update(known, {...view, label}, words, anew);
     const filtered = is_filtered(view);
     const numbers = {n: words.number(shown), all: words.number(all)};
     set_text(part('shown'), filtered ? words.get('filter.shown', numbers) : '');

@@ -7,6 +7,9 @@ const ranks = Object.fromEntries(states.map((state, rank) => [state, rank]));
 // @param thing a sensor or a channel
 export const is_faulty = ({state}) => state === 'error' || state === 'warning';
 
+// @return the value of a label of the configuration; empty: the sensor has none such
+export const label_of = ({labels = {}}, name) => (Object.hasOwn(labels, name) ? labels[name] : '');
+
 // How a server's state is shown among those of sensors.
 const server_marks = {ready: 'ok', connecting: 'pending'};
 export const server_mark = server => server_marks[server.state] ?? 'error';
@@ -20,8 +23,15 @@ export function count_states(sensors) {
     return counts;
 }
 
-// What to do stands behind what is wrong.
-const with_hint = thing => (thing.hint ? {...thing, message: `${thing.message} ${thing.hint}`} : thing);
+// What to do stands behind what is wrong; of a sensor that has values, what the configuration finds wrong.
+function with_hint(thing) {
+    const {message, hint} = thing;
+    if (!hint) {
+        return thing;
+    }
+    const before = message === '' || message === 'OK' ? '' : /[.!?。！？]$/.test(message) ? `${message} ` : `${message} – `;
+    return {...thing, message: before + hint};
+}
 
 export class model {
     servers = [];
@@ -75,6 +85,12 @@ export class model {
 
     counts() {
         return count_states(this.sensors.values());
+    }
+
+    // @return the names of all labels that sensors have
+    label_names({compare}) {
+        const names = [...this.sensors.values()].flatMap(({labels}) => Object.keys(labels ?? {}));
+        return [...new Set(names)].sort(compare);
     }
 
     // @return all sensors, the worst first, then by name

@@ -26,12 +26,12 @@ export class sensor_list {
     // @param parts {area, down, faults, groups}: an element and the lists in it
     // @param times since when channels are at fault
     // @param now () => the probe's clock, seconds
-    // @param on {seen, only, still_end, fold}: called when rows came into view or left it, with a group's key when its
+    // @param on {seen, only, still_end, fold}: called when rows came into view or left it, with a group's search when its
     // reader wants no other, when the reader turned away, and when a group was folded or unfolded
     constructor(parts, times, now, on) {
         [this.#parts, this.#now, this.#on_seen] = [parts, now, on.seen];
         this.#rows = new view_pool(id => this.#new_row(id, times));
-        this.#groups = new view_pool(key => new group_view(key, this.#groups.views.size, on.fold, on.only));
+        this.#groups = new view_pool(() => new group_view(this.#groups.views.size, on.fold, on.only));
         this.#observer = new IntersectionObserver(entries => this.#look(entries), {rootMargin: reach});
         this.#still = new stillness(parts.area, on.still_end);
         parts.area.addEventListener('click', event => {
@@ -67,7 +67,7 @@ export class sensor_list {
         return this.#arrangement !== null && this.#still.holds;
     }
 
-    // @param known the model, @param view what the reader wants to see
+    // @param known the model, @param view what the reader wants to see, with the label to group by
     // @param anew whether the reader asked for another view: then nothing is kept
     // @return number of sensors shown
     update(known, view, texts, anew) {
@@ -79,8 +79,8 @@ export class sensor_list {
         } else {
             const filtered = is_filtered(view);
             const [sensors, wanted] = [known.sorted_sensors(texts), matcher(view)];
-            const {servers} = known;
-            this.#arrangement = arrangement_of({sensors, servers, wanted, filtered, compare: texts.compare});
+            const [{servers}, {label}, {compare}] = [known, view, texts];
+            this.#arrangement = arrangement_of({sensors, servers, wanted, filtered, label, compare});
         }
         this.#dense = known.sensors.size > most_roomy;
         this.#parts.area.classList.toggle('dense', this.#dense);
@@ -100,7 +100,7 @@ export class sensor_list {
         const group_node = group => {
             const view = this.#groups.get(group.key);
             const all = group.all.map(id => known.sensors.get(id));
-            view.update(group, known.server(group.key), all, texts, now, searched);
+            view.update(group, group.label ? undefined : known.server(group.key), all, texts, now, searched);
             arrange(view.list, nodes(group.ids, () => (this.#dense ? in_column : in_line)));
             return view.node;
         };

@@ -142,7 +142,7 @@ export class sensor_row {
 
     // Values of a sensor that fails are those of its last good scan, however old.
     #show_age(now) {
-        const {last_good, last_scan, stale, interval, kind, id} = this.sensor;
+        const {last_good, last_scan, stale, interval, kind, id, labels} = this.sensor;
         const texts = this.#texts;
         const moment = time => (time === null ? texts.get('sensor.no_time') : texts.moment(time));
         const when = last_good === null ? texts.get('sensor.never') : texts.distance(last_good, now);
@@ -155,6 +155,7 @@ export class sensor_row {
                 [texts.get('sensor.interval'), texts.time_part(interval, 'second')],
                 [texts.get('sensor.kind'), kind],
                 [texts.get('sensor.id'), String(id)],
+                ...Object.entries(labels ?? {}),
             ]);
         }
     }

@@ -23,8 +23,12 @@ std::atomic<bool> has_observer{false};
 
 } // namespace
 
+bool is_observed() noexcept {
+    return has_observer.load(std::memory_order_relaxed);
+}
+
 void report_event(std::int32_t event, std::string_view text) noexcept {
-    if (!has_observer.load(std::memory_order_relaxed)) {
+    if (!is_observed()) {
         return;
     }
     try {

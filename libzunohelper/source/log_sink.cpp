@@ -6,7 +6,10 @@
 #include <errno.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
+#include <cstdint>
+#include <limits>
 #include <mutex>
 #include <shared_mutex>
 
@@ -22,6 +25,10 @@ std::shared_mutex sink_mutex;
 zuno_log_sink sink = nullptr; // guarded by sink_mutex
 void* sink_user = nullptr;    // likewise
 std::atomic<bool> has_sink{false};
+
+// In the block that every thread has from its start, as in message_service.cpp.
+[[gnu::tls_model("initial-exec")]] thread_local liblog::severity wanted{
+    std::numeric_limits<std::int32_t>::max()};
 // NOLINTEND(cppcoreguidelines-avoid-non-const-global-variables)
 
 void append_severity(std::string& line, liblog::severity level) {
@@ -106,12 +113,13 @@ std::string one_line(std::string_view text) {
 }
 
 liblog::severity threshold() noexcept {
-    return has_sink.load(std::memory_order_relaxed) ? liblog::severity::debug
-                                                    : liblog::severity::warning;
+    const bool all = has_sink.load(std::memory_order_relaxed);
+    return std::min(wanted, all ? liblog::severity::debug : liblog::severity::warning);
 }
 
 void write(const std::string& source, liblog::severity level, std::string_view text) {
-    if (!has_sink.load(std::memory_order_relaxed) && level > liblog::severity::warning) {
+    const bool to_sink = has_sink.load(std::memory_order_relaxed);
+    if (level > wanted || (!to_sink && level > liblog::severity::warning)) {
         return;
     }
     const std::string line = one_line(text);
@@ -141,4 +149,9 @@ extern "C" void ZunoSetLogSink(zuno_log_sink new_sink, void* user) {
     state::sink = new_sink;
     state::sink_user = user;
     state::has_sink.store(new_sink != nullptr, std::memory_order_relaxed);
+}
+
+extern "C" void ZunoSetLogThreshold(std::int32_t highest) {
+    namespace state = tarvik::monitoring_modules::libzunohelper::log_sink;
+    state::wanted = tarvik::monitoring_modules::liblog::severity{highest};
 }

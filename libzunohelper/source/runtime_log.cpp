@@ -34,7 +34,9 @@ class sensor_log final : public liblog::log_interface {
     }
 
     [[nodiscard]] liblog::severity threshold() const noexcept override {
-        return enabled_ ? log_sink::threshold() : liblog::severity::error;
+        return std::min(
+            log_sink::threshold(), enabled_ ? liblog::severity::debug : liblog::severity::error
+        );
     }
 
   private:

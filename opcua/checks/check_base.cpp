@@ -2,6 +2,7 @@
 
 #include "common/libexception/exception.hpp"
 #include "common/version.hpp"
+#include "opcua/client/failure_report.hpp"
 #include "zunohelper/check_result.hpp"
 #include "zunohelper/message_service.hpp"
 
@@ -24,6 +25,7 @@ void run_check(
         result.set_success(question());
     } catch (const std::exception& error) {
         liblog::write(log, severity::failed_check, libexception::text_of(error));
+        report_failure(ZUNO_EVENT_CHECK_FAILED, error);
     }
     container.get<libzunohelper::message_service_interface>()->send(result);
 }

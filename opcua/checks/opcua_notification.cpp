@@ -3,9 +3,9 @@
 #include "common/catalogue/opcua_exceptions.hpp"
 #include "opcua/checks/notification_value.hpp"
 #include "opcua/client/client_cache.hpp"
+#include "opcua/client/failure_report.hpp"
 #include "opcua/nodes/node_failure.hpp"
 #include "opcua/nodes/nodes_open62541.hpp"
-#include "zunohelper/host_events.hpp"
 
 #include <algorithm>
 #include <exception>
@@ -57,7 +57,7 @@ void opcua_notification::send_notification(const request& what) {
     } catch (const std::exception& error) {
         const std::string reason{libexception::text_of(error)};
         liblog::write(&log_, severity::error, "Exception in send_notification: ", reason);
-        libzunohelper::report_event(ZUNO_EVENT_NOTIFICATION_FAILED, reason);
+        report_failure(ZUNO_EVENT_NOTIFICATION_FAILED, error);
         throw;
     }
     liblog::write(&log_, severity::debug, "### End   send_notification ###");

@@ -4,6 +4,7 @@
 #include "libcertificatehelper/allocator.hpp"
 #include "opcua/client/client_log.hpp"
 #include "opcua/client/connection.hpp"
+#include "opcua/client/failure_report.hpp"
 #include "opcua/client/read_request.hpp"
 #include "opcua/nodes/node_failure.hpp"
 #include "opcua/status_text.hpp"
@@ -49,7 +50,8 @@ class client_open62541::implementation {
         try {
             static_cast<void>(connection_.find_endpoint());
             return true;
-        } catch (const exceptions::opcua_discovery_failed&) {
+        } catch (const exceptions::opcua_discovery_failed& error) {
+            report_failure(ZUNO_EVENT_CHECK_FAILED, error);
             return false;
         }
     }
@@ -122,7 +124,14 @@ class client_open62541::implementation {
         liblog::write(&log_, severity::debug, "  Requesting ", request.size(), " nodes.");
         ua_read_response response = services_.read(client, request.stack_request());
         settle(response->responseHeader.serviceResult);
+        std::optional<value_time> oldest;
+        if (libzunohelper::is_observed()) {
+            oldest = request.oldest_value(*response);
+        }
         request.apply(std::move(response), &log_);
+        if (oldest) {
+            libzunohelper::report_event(ZUNO_EVENT_OLDEST_VALUE, to_text(*oldest));
+        }
     }
 
     void write_once(const writeable_variable_node_interface& node) {

@@ -67,7 +67,7 @@ std::string_view security_objection(
     const UA_EndpointDescription& endpoint, const endpoint_requirements& requirements
 ) {
     if (requirements.security_mode != UA_MESSAGESECURITYMODE_INVALID &&
-        requirements.security_mode != endpoint.securityMode) {
+        number_of(requirements.security_mode) != number_of(endpoint.securityMode)) {
         return ": security mode doesn't match";
     }
     if (!requirements.security_policy_uri.empty() &&
@@ -86,7 +86,7 @@ token_objection(const UA_UserTokenPolicy& token, const endpoint_requirements& re
         !is_available(requirements, token.securityPolicyUri)) {
         return ": security policy not available";
     }
-    if (token.tokenType != requirements.identity) {
+    if (number_of(token.tokenType) != number_of(requirements.identity)) {
         return ": configuration doesn't match";
     }
     return {};

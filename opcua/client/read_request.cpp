@@ -78,6 +78,40 @@ void read_request::apply(ua_read_response response, liblog::log_interface* log) 
     }
 }
 
+std::optional<value_time> read_request::oldest_value(const UA_ReadResponse& response) const {
+    const auto results = elements(response.results, response.resultsSize);
+    const std::size_t count = std::min(results.size(), items_.size());
+    const UA_DataValue* oldest = nullptr;
+    const read_item* of = nullptr;
+    for (std::size_t i = 0; i < count; ++i) {
+        const UA_DataValue& result = results[i];
+        if (items_[i].attribute != attribute_id::value || !result.hasValue) {
+            continue;
+        }
+        const bool first = oldest == nullptr;
+        const bool older =
+            !first && oldest->hasSourceTimestamp &&
+            (!result.hasSourceTimestamp || result.sourceTimestamp < oldest->sourceTimestamp);
+        if (first || older) {
+            oldest = &result;
+            of = &items_[i];
+        }
+    }
+    if (oldest == nullptr) {
+        return std::nullopt;
+    }
+    value_time time{std::nullopt, of->node->entered_id()};
+    if (oldest->hasSourceTimestamp) {
+        time.milliseconds =
+            oldest->sourceTimestamp / UA_DATETIME_MSEC - UA_DATETIME_UNIX_EPOCH / UA_DATETIME_MSEC;
+    }
+    return time;
+}
+
+std::string to_text(const value_time& time) {
+    return (time.milliseconds ? std::to_string(*time.milliseconds) : "none") + " " + time.node_id;
+}
+
 void read_request::check_service_result(UA_StatusCode result) {
     if (UA_StatusCode_isGood(result)) {
         return;

@@ -8,6 +8,9 @@
 #include "opcua/ua_value.hpp"
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace tarvik::monitoring_modules::opcua {
@@ -15,6 +18,15 @@ namespace tarvik::monitoring_modules::opcua {
 /// Takes the values of all readable nodes away. Done before a request for them, so that whatever it
 /// brings, or fails to bring, no node shows a value of an earlier one.
 void forget_values(const read_list& nodes);
+
+/// When a value came to be, as its source says.
+struct value_time {
+    std::optional<std::int64_t> milliseconds; ///< since 1970, UTC; nothing: the source does not say
+    std::string node_id;                      ///< as its user wrote it
+};
+
+/// @return the text of ZUNO_EVENT_OLDEST_VALUE
+[[nodiscard]] std::string to_text(const value_time& time);
 
 class read_request {
   public:
@@ -35,6 +47,10 @@ class read_request {
     /// @param log may be null.
     /// @throws the errors of client_interface::read_node but those of connecting.
     void apply(ua_read_response response, liblog::log_interface* log) const;
+
+    /// @return of the values that a response brings for Value attributes, one without a time of its
+    /// source, else the one with the earliest; nothing when there is none
+    [[nodiscard]] std::optional<value_time> oldest_value(const UA_ReadResponse& response) const;
 
   private:
     struct read_item {

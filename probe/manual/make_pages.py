@@ -1,16 +1,17 @@
 #!/usr/bin/env python3
 """Makes manual pages from what programs say to --help, so that no page can tell something else than the program.
 
-usage: make_pages.py FOLDER MODULE PROGRAM...
+usage: make_pages.py [--run-by "COMMAND WORD..."] FOLDER MODULE PROGRAM...
 
 Writes FOLDER/man1/*.1.gz anew: a page for each program and one for each of its commands, which holds the commands of that
 command, too. MODULE is libOPCUA.so, which
-tells the sensors to the first program. Exit code 1, with the reason on standard error, for help that cannot be read.
+tells the sensors to the first program. Programs for another processor are run by COMMAND. Exit code 1, with the reason on standard error, for help that cannot be read.
 """
 import gzip
 import json
 import pathlib
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -40,6 +41,13 @@ HEAD = re.compile(
     r"(?:[= ]\[+(?P<listed>[^]]*)\]+|=(?P<usual>\S+))?)?"
     r"(?P<several> \.\.\.)?(?P<required> REQUIRED)?(?: Needs: (?P<needs>\S+))?(?: Excludes: (?P<excludes>\S+))?"
 )
+
+
+run_by = []
+
+
+def output_of(*call):
+    return subprocess.run([*run_by, *call], text=True, capture_output=True, check=True).stdout
 
 
 def escaped(text):
@@ -113,8 +121,7 @@ class Help:
     title: it is what stands between the options and the first title of the texts below them."""
 
     def __init__(self, *call):
-        result = subprocess.run([*call, "--help"], text=True, capture_output=True, check=True)
-        lines = result.stdout.splitlines() + [""]
+        lines = output_of(*call, "--help").splitlines() + [""]
         self.sections = {"": []}
         title, begin = "", 0
         for at, (line, following) in enumerate(zip(lines, (*lines[1:], ""))):
@@ -262,20 +269,22 @@ def pages_of(program, version, added, others):
 
 
 def sensors_of(program, module):
-    told = subprocess.run([program, "--module", module, "info", "--json"], capture_output=True, check=True).stdout
-    sensors = json.loads(told)["Sensors"].values()
+    sensors = json.loads(output_of(program, "--module", module, "info", "--json"))["Sensors"].values()
     if not sensors:
         raise ValueError("the module tells of no sensors")
     return [("entry", sensor["Name"], f"{sensor['Description']}. {sensor['Help']}") for sensor in sensors]
 
 
 def main(words):
+    if words[:1] == ["--run-by"]:
+        run_by.extend(shlex.split(words[1]))
+        words = words[2:]
     if len(words) < 3:
-        print("usage: make_pages.py FOLDER MODULE PROGRAM...", file=sys.stderr)
+        print("usage: make_pages.py [--run-by COMMAND] FOLDER MODULE PROGRAM...", file=sys.stderr)
         return 2
     folder, module, *programs = map(pathlib.Path, words)
     try:
-        version = subprocess.run([programs[0], "--version"], text=True, capture_output=True, check=True).stdout.strip()
+        version = output_of(programs[0], "--version").strip()
         sensors = sensors_of(programs[0], module)
         added = {"opcua-probe-scan": {"Sensors": sensors}, "opcua-probe-serve": {"Files": FILES}}
         others = [program.name for program in programs]

@@ -1,9 +1,13 @@
 #include "probe/plugin/plugin_command.hpp"
 
+#include "host/hint.hpp"
 #include "probe/commands.hpp"
+#include "probe/plugin/ok_line.hpp"
+#include "probe/plugin/plugin_call.hpp"
 #include "probe/plugin/plugin_output.hpp"
-#include "probe/plugin/plugin_range.hpp"
 #include "probe/plugin/plugin_result.hpp"
+#include "probe/plugin/rule_arguments.hpp"
+#include "probe/plugin/value_age.hpp"
 #include "probe/sensor_run.hpp"
 #include "text/number.hpp"
 
@@ -14,7 +18,6 @@
 #include <chrono>
 #include <exception>
 #include <future>
-#include <iterator>
 #include <mutex>
 #include <string_view>
 #include <thread>
@@ -29,61 +32,8 @@ using clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds signal_interval{50}; // how soon a signal is seen
 constexpr std::chrono::seconds time_to_close{1};         // for the sessions
 
-/// How the plugin ends.
-struct plugin_report {
-    plugin_state state;
-    std::string text; ///< for standard output
-};
-
 [[nodiscard]] plugin_report unknown(const std::string& text) {
     return {plugin_state::unknown, render_unknown(text)};
-}
-
-/// What is being done, to tell where it got stuck. Thread-safe.
-class plugin_progress final {
-  public:
-    void enter(std::string what) {
-        const std::lock_guard lock{mutex_};
-        what_ = std::move(what);
-    }
-    /// @return "connecting to plc-7:4840"
-    [[nodiscard]] std::string text() {
-        const std::lock_guard lock{mutex_};
-        return what_;
-    }
-
-  private:
-    std::mutex mutex_;
-    std::string what_ = "reading the settings"; // guarded by mutex_
-};
-
-/// What the thread that works shares with the one that watches it.
-struct plugin_call {
-    const command_line& line;
-    const scan_options& options; ///< of the line
-    console terminal{};
-    interruption interrupt{terminal};
-    plugin_progress progress{};
-    std::promise<plugin_report> report{}; ///< kept as soon as it is known
-    std::promise<void> end{};             ///< kept when the module is taken down
-};
-
-[[nodiscard]] std::int32_t severity_for(const scan_options& options) {
-    if (options.log.level || options.log.logging) {
-        return shown_severity(options);
-    }
-    const int verbosity = options.plugin.verbosity;
-    return verbosity < 2 ? -1 : verbosity == 2 ? severity_info : severity_debug;
-}
-
-[[nodiscard]] plugin_demands demands_of(const plugin_options& options) {
-    std::vector<channel_range> ranges = parse_channel_ranges("--warning", options.warning);
-    std::ranges::move(
-        parse_channel_ranges("--critical", options.critical), std::back_inserter(ranges)
-    );
-    return {
-        std::move(ranges),
-        options.unreachable == "unknown" ? plugin_state::unknown : plugin_state::critical};
 }
 
 [[nodiscard]] std::vector<judged_channel>
@@ -105,67 +55,102 @@ measured(channel_memory& memory, const scan_result& result) {
     return std::move(answer.results.back());
 }
 
+[[nodiscard]] age_demand ages_of(const plugin_options& options) {
+    return {
+        std::chrono::duration<double>{options.max_age.value_or(0)},
+        options.too_old == "warning"   ? plugin_state::warning
+        : options.too_old == "unknown" ? plugin_state::unknown
+                                       : plugin_state::critical};
+}
+
 /// Scans the sensor once, or twice to learn how fast its counters grow.
 [[nodiscard]] plugin_result scan(
     plugin_call& call,
-    const plugin_demands& demands,
+    const scan_options& options,
+    const channel_rules& rules,
     const module_document& document,
-    sensor_run& sensor
+    sensor_run& sensor,
+    value_ages& ages
 ) {
-    const std::string address = address_of(call.options.connection);
-    channel_memory memory{document};
+    const std::string address = address_of(call.connection);
+    const plugin_demands demands = demands_of(options.plugin, rules);
+    response_time time;
+    channel_memory memory{document, rules};
     call.progress.enter("generating the client's key pair");
     sensor.prepare();
     call.progress.enter("connecting to " + address);
-    const std::vector<scan_result> created = sensor.create();
+    const std::vector<scan_result> created = time.of([&] { return sensor.create(); });
     if (!sensor.created()) {
         const scan_result& failed = created.back();
-        return judge(failed, measured(memory, failed), demands, document);
+        std::vector<judged_channel> channels = measured(memory, failed);
+        plugin_result judged = judge(failed, std::move(channels), memory.problems(), demands);
+        judged.hint = labelled_hint(failed.hint, document.texts().language());
+        return judged;
     }
-    scan_result result = scan_once(sensor);
+    ages.begin_scan();
+    scan_result result = time.of([&] { return scan_once(sensor); });
     std::vector<judged_channel> channels = measured(memory, result);
-    if (result.state != scan_state::error && needs_growth(channels, demands)) {
+    if (result.state != scan_state::error && needs_growth(channels)) {
         call.progress.enter("waiting for the second scan of " + address);
-        const auto interval = std::chrono::duration<double>{call.options.interval};
+        const auto interval = std::chrono::duration<double>{options.interval};
         static_cast<void>(call.interrupt.wait_until(
             clock::now() + std::chrono::duration_cast<clock::duration>(interval)
         ));
         call.progress.enter("reading from " + address);
+        ages.begin_scan();
         result = scan_once(sensor);
         channels = measured(memory, result);
     }
-    return judge(result, std::move(channels), demands, document);
+    plugin_result judged = judge(result, std::move(channels), memory.problems(), demands);
+    judged.hint = labelled_hint(result.hint, document.texts().language());
+    if (result.state != scan_state::error) {
+        judged.seconds = time.seconds();
+        judged.good = ok_line(options.kind, judged.channels);
+        if (options.plugin.max_age) {
+            const auto now = std::chrono::system_clock::now();
+            if (auto finding = ages.judge(ages_of(options.plugin), now)) {
+                add_finding(judged, *std::move(finding));
+            }
+        }
+    }
+    return judged;
 }
 
-void load_and_scan(plugin_call& call) {
-    const scan_options& options = call.options;
+void load_and_scan(plugin_call& call, const scan_options& options) {
     const std::string address = address_of(options.connection);
-    const plugin_demands demands = demands_of(options.plugin);
+    const channel_rules rules = rules_of(options.plugin);
     const settings_draft draft = draft_of(options, call.terminal);
     call.progress.enter("loading the module");
     loaded_module loaded{
         call.line.module,
         call.line.language,
         call.terminal,
-        severity_for(options),
+        severity_for(options.plugin, options.log),
         options.connection};
+    value_ages ages;
     // The module connects within the calls that create or scan a sensor.
     loaded.log.on_event([&](const module_event& event) {
+        ages.take(event);
         if (event.kind == ZUNO_EVENT_SESSION_OPENED) {
             call.progress.enter("reading from " + address);
         }
     });
     sensor_run sensor{call.terminal, loaded, options, draft};
-    plugin_result result = scan(call, demands, loaded.document, sensor);
+    plugin_result result = scan(call, options, rules, loaded.document, sensor, ages);
     if (std::string refusal = loaded.trust.take_refusal(); !refusal.empty()) {
         result.message = std::move(refusal);
+        result.hint.clear(); // the refusal has the way out
     }
     call.report.set_value({result.state, render_plugin(result, address, options.plugin.verbosity)});
 }
 
 void work(plugin_call& call) noexcept {
     try {
-        load_and_scan(call);
+        if (const auto* scan = std::get_if<scan_options>(&call.line.command)) {
+            load_and_scan(call, *scan);
+        } else {
+            load_and_check(call, std::get<check_options>(call.line.command));
+        }
     } catch (const std::exception& error) {
         call.report.set_value(unknown(error.what()));
     }
@@ -184,7 +169,7 @@ wait_for_report(std::future<plugin_report>& report, plugin_call& call, clock::ti
             return unknown("interrupted while " + call.progress.text());
         }
         if (clock::now() >= deadline) {
-            const double seconds = call.options.plugin.timeout;
+            const double seconds = call.options.timeout;
             return unknown(
                 "timed out after " + decimal(seconds) + " s while " + call.progress.text()
             );
@@ -206,9 +191,10 @@ template <typename Make>
 }
 
 /// The module's calls block and cannot be interrupted, so a thread of its own makes them.
+template <typename Options>
 [[nodiscard]] int
-run_scan(const command_line& line, const scan_options& options, clock::time_point start) {
-    plugin_call call{line, options};
+run_command(const command_line& line, const Options& options, clock::time_point start) {
+    plugin_call call{line, options.connection, options.plugin, options.log};
     if (options.plugin.verbosity == 0 && !options.log.level && !options.log.logging) {
         call.terminal.mute(); // some systems read standard error as a part of the answer
     }
@@ -229,7 +215,10 @@ run_scan(const command_line& line, const scan_options& options, clock::time_poin
 [[nodiscard]] int run(int count, const char* const* arguments, clock::time_point start) {
     const command_line line = parse_command_line(count, arguments);
     if (const auto* scan = std::get_if<scan_options>(&line.command)) {
-        return run_scan(line, *scan, start);
+        return run_command(line, *scan, start);
+    }
+    if (const auto* check = std::get_if<check_options>(&line.command)) {
+        return run_command(line, *check, start);
     }
     // Help or version: not OK, because nothing was looked at.
     const auto* shown = std::get_if<shown_text>(&line.command);
@@ -239,6 +228,19 @@ run_scan(const command_line& line, const scan_options& options, clock::time_poin
 }
 
 } // namespace
+
+std::int32_t severity_for(const plugin_options& options, const log_arguments& log) {
+    if (log.level || log.logging) {
+        return log.level.value_or(severity_debug);
+    }
+    return options.verbosity < 2 ? -1 : options.verbosity == 2 ? severity_info : severity_debug;
+}
+
+plugin_demands demands_of(const plugin_options& options, const channel_rules& rules) {
+    return {
+        rules.message,
+        options.unreachable == "unknown" ? plugin_state::unknown : plugin_state::critical};
+}
 
 bool is_plugin_call(int count, const char* const* arguments) noexcept {
     std::string_view before;

@@ -49,15 +49,16 @@ constexpr std::size_t label_characters = 64;
 
 [[nodiscard]] std::string item(const std::string& label, const judged_channel& channel) {
     const channel_definition& definition = channel.definition;
+    const channel_verdict& verdict = channel.view.verdict;
     const bool counter = definition.difference;
     const std::string value = scaled_decimal(channel.view.raw, definition.multiplier);
     const std::string unit = value == "U" ? "" : counter ? "c" : unit_of(definition.unit);
-    const auto range_text = [counter](const std::optional<plugin_range>& range) {
+    const auto range_text = [counter](const std::optional<value_range>& range) {
         return range && !counter ? to_text(*range) : "";
     };
     const bool percent = static_cast<unit_code>(definition.unit.code) == unit_code::percent;
-    std::string text = quoted(label) + "=" + value + unit + ";" + range_text(channel.warning) +
-                       ";" + range_text(channel.critical) + (percent && !counter ? ";0;100" : "");
+    std::string text = quoted(label) + "=" + value + unit + ";" + range_text(verdict.warning) +
+                       ";" + range_text(verdict.critical) + (percent && !counter ? ";0;100" : "");
     text.erase(text.find_last_not_of(';') + 1);
     return text;
 }
@@ -79,6 +80,9 @@ constexpr std::size_t most_bytes = 8192;
 
 /// @return what is good, or the findings as far as they fit
 [[nodiscard]] std::string summary(const plugin_result& result, const std::string& address) {
+    if (result.findings.empty() && !result.good.empty()) {
+        return plain(result.good, first_line - address_part) + " at " + address;
+    }
     if (result.findings.empty()) {
         const std::string what = result.channels.size() == 1
                                      ? plain(result.channels.front().view.name, name_part) + " " +
@@ -99,21 +103,30 @@ constexpr std::size_t most_bytes = 8192;
     return plain(std::to_string(texts.size()) + " problems: " + joined(texts), room) + server;
 }
 
-[[nodiscard]] std::string range_detail(const char* name, const std::optional<plugin_range>& range) {
+[[nodiscard]] std::string range_detail(const char* name, const std::optional<value_range>& range) {
     return range ? std::string{", "} + name + " " + to_text(*range) : "";
 }
 
-[[nodiscard]] std::string channel_line(const judged_channel& channel, int verbosity) {
-    std::string text = "[" + std::string{word(channel.state)} + "] " +
-                       plain(channel.view.name, name_part) + ": " +
-                       plain(value_text(channel), value_part);
-    if (!channel.limit_text.empty() && !limit_tells_value(channel)) {
-        text += " " + channel.limit_text;
+/// @return " is above 90 °C, the module's limit", ", an error by the module's lookup"
+[[nodiscard]] std::string reason_text(const judged_channel& channel) {
+    const channel_verdict& verdict = channel.view.verdict;
+    if (limit_tells_value(channel)) {
+        const bool error = verdict.state == channel_state::error;
+        return std::string{error ? ", an error" : ", a warning"} + " by " + verdict.origin;
     }
+    return (verdict.text.empty() ? "" : " ") + verdict.text +
+           (verdict.origin.empty() ? "" : ", " + verdict.origin);
+}
+
+[[nodiscard]] std::string channel_line(const judged_channel& channel, int verbosity) {
+    const channel_verdict& verdict = channel.view.verdict;
+    std::string text = "[" + std::string{word(channel.state())} + "] " +
+                       plain(channel.view.name, name_part) + ": " +
+                       plain(value_text(channel), value_part) + reason_text(channel);
     if (verbosity > 0) {
         text += " (channel " + std::to_string(channel.view.id) + ", raw " +
-                format_number(channel.view.raw) + range_detail("warning", channel.warning) +
-                range_detail("critical", channel.critical) + ")";
+                format_number(channel.view.raw) + range_detail("warning", verdict.warning) +
+                range_detail("critical", verdict.critical) + ")";
     }
     return plain(text, detail_line);
 }
@@ -134,6 +147,7 @@ other_lines(const plugin_result& result, const std::string& first) {
         }
     }
     add("Message: ", result.message);
+    add("", result.hint);
     return lines;
 }
 
@@ -155,12 +169,18 @@ std::string plain(std::string_view text, std::size_t characters) {
                : std::string{first_characters(safe, characters - 1)} + "…";
 }
 
-std::string perfdata(const std::vector<judged_channel>& channels) {
+std::string
+perfdata(const std::vector<judged_channel>& channels, const std::optional<double>& seconds) {
     std::string text;
     std::vector<std::string> labels;
     for (const judged_channel& channel : channels) {
         labels.push_back(unique(label_text(channel.view.name), labels));
         text += (text.empty() ? "" : " ") + item(labels.back(), channel);
+    }
+    if (seconds) { // last, so that a channel of this name keeps it
+        constexpr int microseconds = 6;
+        text += (text.empty() ? "" : " ") + quoted(unique("time", labels)) + "=" +
+                with_decimals(*seconds, microseconds) + "s";
     }
     return text;
 }
@@ -171,7 +191,7 @@ std::string render_plugin(const plugin_result& result, const std::string& addres
     if (!result.message.empty() && room > least_message) {
         text += ": " + result.message;
     }
-    const std::string measured = perfdata(result.channels);
+    const std::string measured = perfdata(result.channels, result.seconds);
     text = plain(text, first_line);
     std::vector<std::string> lines = other_lines(result, text);
     text += (measured.empty() ? "" : " | " + measured) + "\n";

@@ -22,9 +22,11 @@ namespace tarvik::monitoring_modules::probe {
 /// Independent of the process's locale. Units are those that every reader knows: s, ms, us, %, B,
 /// and c for counters, whose ranges are left out because they are about growth. A value that is no
 /// finite number is "U".
+/// @param seconds that the server took, as "time" behind the channels
 /// @return "'Boiler'=92.5;80;90 'CPU %'=33%;;;0;100": labels quoted and unique; empty without
 /// channels
-[[nodiscard]] std::string perfdata(const std::vector<judged_channel>& channels);
+[[nodiscard]] std::string
+perfdata(const std::vector<judged_channel>& channels, const std::optional<double>& seconds = {});
 
 /// @param address "plc-7:4840"
 /// @param verbosity from 1 on, lines of channels tell number, raw value and ranges, too

@@ -3,10 +3,8 @@
 #include "host/connection_state.hpp"
 #include "host/value_format.hpp"
 #include "probe/plugin/plugin_output.hpp"
-#include "text/nearest_names.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 namespace tarvik::monitoring_modules::probe {
@@ -19,117 +17,28 @@ constexpr std::size_t part_characters = 64; // of a name or a value in a finding
     return value.number + (value.unit.empty() ? "" : " ") + value.unit;
 }
 
-[[nodiscard]] std::string limit_text(const judged_channel& channel, double limit) {
-    const channel_unit& unit = channel.definition.unit;
-    if (channel.definition.difference) {
-        return with_unit(format_growth(limit, unit));
-    }
-    constexpr double exact_integers = 9'007'199'254'740'992.0;
-    const bool whole = limit == std::trunc(limit) && std::abs(limit) < exact_integers;
-    const channel_number number = whole ? channel_number{static_cast<std::int64_t>(limit)} : limit;
-    return with_unit(format_value(number, unit, 1));
-}
-
-/// @return "between 10 °C and 20 °C", "at most 20 °C"
-[[nodiscard]] std::string inside_text(const judged_channel& channel, const plugin_range& range) {
-    if (std::isinf(range.start)) {
-        return std::isinf(range.end) ? "any value" : "at most " + limit_text(channel, range.end);
-    }
-    const std::string start = limit_text(channel, range.start);
-    return std::isinf(range.end) ? "at least " + start
-                                 : "between " + start + " and " + limit_text(channel, range.end);
-}
-
-/// @return "is above 90 °C"; empty when the value is good
-[[nodiscard]] std::string
-broken(const judged_channel& channel, const std::optional<plugin_range>& range, double value) {
-    switch (range ? range->side(value) : range_side::good) {
-    case range_side::good:
-        break;
-    case range_side::below:
-        return "is below " + limit_text(channel, range->start);
-    case range_side::above:
-        return "is above " + limit_text(channel, range->end);
-    case range_side::inside:
-        return "is " + inside_text(channel, *range);
-    }
-    return "";
-}
-
-/// What the module's lookup says about the value.
-[[nodiscard]] std::optional<lookup_value>
-looked_up(const judged_channel& channel, const module_document& document) {
-    const auto* integer = std::get_if<std::int64_t>(&channel.view.raw);
-    return integer == nullptr || channel.definition.lookup.empty()
-               ? std::nullopt
-               : document.find(channel.definition.lookup, *integer);
-}
-
-[[nodiscard]] std::optional<plugin_range>
-range_of_limits(const std::optional<double>& lower, const std::optional<double>& upper) {
-    return lower || upper ? std::optional{plugin_range{
-                                lower.value_or(-INFINITY), upper.value_or(INFINITY), false}}
-                          : std::nullopt;
-}
-
-void judge_channel(judged_channel& channel, const module_document& document) {
-    const bool warning_given = channel.warning.has_value();
-    const bool critical_given = channel.critical.has_value();
-    const channel_limits& limits = channel.definition.limits;
-    if (limits.enabled && !warning_given) {
-        channel.warning = range_of_limits(limits.lower_warning, limits.upper_warning);
-    }
-    if (limits.enabled && !critical_given) {
-        channel.critical = range_of_limits(limits.lower_error, limits.upper_error);
-    }
-    const bool growing = channel.definition.difference;
-    const double value = growing ? channel.view.growth.value_or(NAN) : channel.view.scaled;
-    if ((channel.warning || channel.critical) && std::isnan(value)) {
-        channel.state = plugin_state::unknown;
-        channel.limit_text = growing ? "has no growth: its counter began anew" : "is no number";
-        return;
-    }
-    const std::optional<lookup_value> found = looked_up(channel, document);
-    const auto problem = [&](const auto& range, bool given, channel_state looked_for) {
-        return found && found->state == looked_for && !given ? "is " + found->text
-                                                             : broken(channel, range, value);
-    };
-    channel.limit_text = problem(channel.critical, critical_given, channel_state::error);
-    if (!channel.limit_text.empty()) {
-        channel.state = plugin_state::critical;
-        return;
-    }
-    channel.limit_text = problem(channel.warning, warning_given, channel_state::warning);
-    channel.state = channel.limit_text.empty() ? plugin_state::ok : plugin_state::warning;
-}
-
 [[nodiscard]] std::string finding_text(const judged_channel& channel) {
     // Shortened, so that a long name leaves room for what is wrong.
     const std::string value =
         limit_tells_value(channel) ? "" : " " + plain(value_text(channel), part_characters);
-    return plain(channel.view.name, part_characters) + value + " " + channel.limit_text;
+    return plain(channel.view.name, part_characters) + value + " " + channel.view.verdict.text;
 }
 
-void judge_channels(
-    plugin_result& result, const plugin_demands& demands, const module_document& document
-) {
-    for (const std::string& problem : assign_ranges(result.channels, demands.ranges)) {
+void add_findings(plugin_result& result, const std::vector<std::string>& problems) {
+    for (const std::string& problem : problems) {
         result.findings.push_back({plugin_state::unknown, problem});
     }
-    for (judged_channel& channel : result.channels) {
-        judge_channel(channel, document);
-        if (channel.state != plugin_state::ok) {
-            result.findings.push_back({channel.state, finding_text(channel), true});
+    for (const judged_channel& channel : result.channels) {
+        if (channel.state() != plugin_state::ok) {
+            result.findings.push_back({channel.state(), finding_text(channel), true});
         }
     }
 }
 
-[[nodiscard]] plugin_state
-state_of_error(const std::string& identity, const plugin_demands& demands) {
-    const scan_fault fault = fault_of(identity);
-    return fault == scan_fault::connection ? demands.unreachable
-           : fault == scan_fault::settings ? plugin_state::unknown
-                                           : plugin_state::critical;
+[[nodiscard]] plugin_state state_of(channel_state state) noexcept {
+    return state == channel_state::error     ? plugin_state::critical
+           : state == channel_state::warning ? plugin_state::warning
+                                             : plugin_state::ok;
 }
 
 /// CRITICAL, then UNKNOWN (it may hide a CRITICAL), then WARNING.
@@ -139,71 +48,37 @@ state_of_error(const std::string& identity, const plugin_demands& demands) {
            weights.at(static_cast<std::size_t>(right.state));
 }
 
-/// The channels that a range can mean.
-[[nodiscard]] std::vector<judged_channel*>
-meant(const std::string& channel, std::vector<judged_channel>& channels) {
-    std::vector<judged_channel*> named;
-    std::vector<judged_channel*> numbered;
-    for (judged_channel& each : channels) {
-        if (channel.empty() || each.view.name == channel) {
-            named.push_back(&each);
-        }
-        if (std::to_string(each.view.id) == channel) {
-            numbered.push_back(&each);
-        }
-    }
-    return named.empty() ? numbered : named;
-}
-
 } // namespace
 
-std::vector<std::string>
-assign_ranges(std::vector<judged_channel>& channels, const std::vector<channel_range>& ranges) {
-    std::vector<std::string> names(channels.size());
-    std::ranges::transform(channels, names.begin(), [](const judged_channel& channel) {
-        return channel.view.name;
-    });
-    std::vector<std::string> problems;
-    for (const channel_range& range : ranges) {
-        const std::vector<judged_channel*> found = meant(range.channel, channels);
-        if (found.empty()) {
-            problems.push_back(
-                range.option + " " + range.channel + ": the sensor has no such channel" +
-                did_you_mean(nearest_names(range.channel, names))
-            );
-            continue;
-        }
-        judged_channel& channel = *found.front();
-        auto& level = range.option == "--warning" ? channel.warning : channel.critical;
-        if (found.size() > 1) {
-            problems.push_back(
-                range.option + " " + to_text(range.range) + ": it may mean " +
-                std::to_string(found.size()) + " channels; say which one, by name or number"
-            );
-        } else if (level) {
-            problems.push_back(
-                range.option + ": the channel " + channel.view.name + " has two ranges"
-            );
-        } else {
-            level = range.range;
-        }
-    }
-    return problems;
+plugin_state judged_channel::state() const noexcept {
+    const channel_verdict& verdict = view.verdict;
+    return verdict.cannot_tell() ? plugin_state::unknown : state_of(verdict.state);
 }
 
-bool needs_growth(std::vector<judged_channel> channels, const plugin_demands& demands) {
-    static_cast<void>(assign_ranges(channels, demands.ranges));
+plugin_state state_of_error(const std::string& identity, const plugin_demands& demands) {
+    const scan_fault fault = fault_of(identity);
+    return fault == scan_fault::connection ? demands.unreachable
+           : fault == scan_fault::settings ? plugin_state::unknown
+                                           : plugin_state::critical;
+}
+
+void add_finding(plugin_result& result, plugin_finding finding) {
+    result.findings.push_back(std::move(finding));
+    std::ranges::stable_sort(result.findings, matters_more);
+    result.state = result.findings.front().state;
+}
+
+bool needs_growth(const std::vector<judged_channel>& channels) {
     return std::ranges::any_of(channels, [](const judged_channel& channel) {
-        return channel.definition.difference &&
-               (channel.definition.limits.enabled || channel.warning || channel.critical);
+        return channel.view.verdict.cause == verdict_cause::no_growth;
     });
 }
 
 plugin_result judge(
     const scan_result& scan,
     std::vector<judged_channel> channels,
-    const plugin_demands& demands,
-    const module_document& document
+    const std::vector<std::string>& problems,
+    const plugin_demands& demands
 ) {
     plugin_result result;
     const std::string code =
@@ -214,11 +89,15 @@ plugin_result judge(
         result.findings.push_back({state_of_error(scan.identity, demands), reason});
     } else {
         result.channels = std::move(channels);
-        judge_channels(result, demands, document);
-        if (scan.state == scan_state::warning) {
-            result.findings.push_back({plugin_state::warning, reason});
-        } else {
+        add_findings(result, problems);
+        const auto stated = find_state(demands.message, scan.text);
+        const plugin_state state = stated                              ? state_of(*stated)
+                                   : scan.state == scan_state::warning ? plugin_state::warning
+                                                                       : plugin_state::ok;
+        if (state == plugin_state::ok) {
             result.message = message;
+        } else {
+            result.findings.push_back({state, stated ? "the message is " + scan.text : reason});
         }
     }
     std::ranges::stable_sort(result.findings, matters_more);
@@ -227,7 +106,8 @@ plugin_result judge(
 }
 
 bool limit_tells_value(const judged_channel& channel) {
-    return channel.view.lookup_text && channel.limit_text == "is " + *channel.view.lookup_text;
+    const verdict_cause cause = channel.view.verdict.cause;
+    return cause == verdict_cause::lookup || cause == verdict_cause::stated;
 }
 
 std::string value_text(const judged_channel& channel) {

@@ -6,6 +6,7 @@ import re
 import shutil
 import subprocess
 
+from shard_checks import check_two_probes  # noqa: F401
 from stage import PROMETHEUS, ROOT, as_secured, comes_true, find_tool
 
 DASHBOARD = ROOT / "packaging/grafana/opcua-overview.json"
@@ -172,6 +173,7 @@ def check_alerts(stage):
     """The faults of this stage raise their alerts and no others, in whole sentences; all have a runbook."""
     wanted = {("OpcuaServerUnreachable", stage.dead), ("OpcuaCertificateExpires", stage.expired),
               ("OpcuaScrapeFailing", "127.0.0.2:4840"), ("OpcuaSensorDown", stage.silent),
+              ("OpcuaSensorError", stage.well), ("OpcuaSensorWarning", stage.well),
               ("OpcuaServerUntrusted", f"{stage.well} (sign_encrypt)"), ("OpcuaOwnCertificateExpiresSoon", stage.probe)}
     raised = {}
 
@@ -240,6 +242,7 @@ def check_examples(stage):
         for place in (folder, folder / "tls"):
             shutil.copy(stage.folder / original, place / name)
             (place / name).chmod(0o600)
+    (folder / "conf.d").mkdir()  # which the packaged configuration offers to include
     for example in examples():
         pki = stage.folder / "state/pki"
         (folder / "probe.yaml").write_text(example.replace("/var/lib/opcua-probe/pki", str(pki)))

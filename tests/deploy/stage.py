@@ -30,6 +30,13 @@ modules:
            channels: ["Boiler=ns=2;s=Boiler.Temperature", "ns=2;s=Tank.Level"]}}
   certificate: {{kind: certificate_sensor}}
   ipc: {{kind: beckhoff_ipc_system_status_sensor}}
+  beyond: {{kind: custom_sensor, channels: ["Level=ns=2;s=Tank.Level"], critical: {{Level: "~:-1"}}}}
+  lookup: {{kind: custom_sensor, channels: ["Valve='ns=2;s=Array.Booleans'[1]"]}}
+  stated: {{kind: custom_sensor, channels: ["Valve='ns=2;s=Array.Booleans'[1]"], states: {{Valve: {{"False": warning}}}}}}
+  number: {{kind: custom_sensor, channels: ["Lost=ns=2;s=Value.NaN"], warning: "0:1"}}
+  message: {{kind: custom_sensor, channels: ["Level=ns=2;s=Tank.Level"], message_node: "ns=2;s=Text.Status",
+            message_states: {{"All*": critical}}}}
+  lost: {{kind: custom_sensor, channels: ["ns=2;s=Tank.Level"], warning: {{Levl: "0:100"}}}}
   secured: {{kind: server_status_sensor, settings: {{security_mode: sign_encrypt}}}}
 sensors:
   - {{name: status-1, module: status, target: "{well}", interval: 1s}}
@@ -38,6 +45,12 @@ sensors:
   - {{name: certificate-2, module: certificate, target: "{expired}", interval: 1s}}
   - {{name: ipc-2, module: ipc, target: "{expired}", interval: 1s}}
   - {{name: status-3, module: status, target: "{dead}", interval: 1s}}
+  - {{name: beyond-1, module: beyond, target: "{well}", interval: 1s}}
+  - {{name: lookup-1, module: lookup, target: "{well}", interval: 1s}}
+  - {{name: stated-1, module: stated, target: "{well}", interval: 1s}}
+  - {{name: number-1, module: number, target: "{well}", interval: 1s}}
+  - {{name: message-1, module: message, target: "{well}", interval: 1s}}
+  - {{name: lost-1, module: lost, target: "{well}", interval: 1s}}
   - {{name: secured-1, module: secured, target: "{well}", interval: 1s}}
 """
 
@@ -61,6 +74,16 @@ def comes_true(condition, seconds=60):
     while not (result := condition()) and time.monotonic() < deadline:
         time.sleep(0.2)
     return result
+
+
+def ask(url, parameters):
+    with urllib.request.urlopen(url + "?" + urllib.parse.urlencode(parameters), timeout=20) as answer:
+        return json.load(answer)["data"]
+
+
+def query_of(address, expression):
+    """What a Prometheus knows now."""
+    return ask(f"http://{address}/api/v1/query", {"query": expression})["result"]
 
 
 def as_secured(text):
@@ -145,9 +168,7 @@ class Stage(contextlib.ExitStack):
                 return refusal.code, refusal.read().decode()
 
     def ask_prometheus(self, path, **parameters):
-        url = self.prometheus + path + "?" + urllib.parse.urlencode(parameters)
-        with urllib.request.urlopen(url, timeout=20) as answer:
-            return json.load(answer)["data"]
+        return ask(self.prometheus + path, parameters)
 
     def query(self, expression):
         return self.ask_prometheus("query", query=expression)["result"]

@@ -1,7 +1,12 @@
 // The program's browse and endpoints as a person uses them, with a simulated plant.
 
+#include "host/file_descriptor.hpp"
 #include "tests/probe/plant_probe.hpp"
 #include "tests/support/certificate_factory.hpp"
+#include "text/terminal_text.hpp"
+#include <sys/ioctl.h>
+
+#include <fcntl.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -104,6 +109,19 @@ TEST_F(browse_program, shows_a_tree) {
         AllOf(ContainsRegex("\nObjects/Pump/Pump Speed +Int32"), Not(HasSubstr("Boiler")))
     );
     EXPECT_THAT(
+        run({"browse", "--depth", "2"}, 0),
+        AllOf(
+            ContainsRegex("\n  Server +\\(\\+[0-9]+\\) +Object +i=2253\n"),
+            Not(HasSubstr("ServerStatus")),
+            HasSubstr("(Aliases, Server); --all shows it")
+        )
+    );
+    EXPECT_THAT(run({"browse", "--depth", "2", "--all"}, 0), HasSubstr("\n    ServerStatus "));
+    EXPECT_THAT(
+        run({"browse", "i=2256", "--depth", "1"}, 0),
+        ContainsRegex("\n  State +ServerState +0 \\(Running\\) +r +yes +i=2259\n")
+    );
+    EXPECT_THAT(
         run({"browse", "--limit", "12", "--match", "no such node"}, 0),
         AllOf(HasSubstr("None of 12 nodes matches"), HasSubstr("limit of 12"))
     );
@@ -151,6 +169,31 @@ TEST_F(browse_program, lists_endpoints_without_a_session) {
     );
 }
 
+TEST_F(browse_program, keeps_to_the_width_of_the_terminal) {
+    const file_descriptor terminal{posix_openpt(O_RDWR | O_NOCTTY)};
+    ASSERT_EQ(grantpt(terminal.get()), 0);
+    ASSERT_EQ(unlockpt(terminal.get()), 0);
+    const winsize size{.ws_row = 24, .ws_col = 80, .ws_xpixel = 0, .ws_ypixel = 0};
+    ASSERT_EQ(ioctl(terminal.get(), TIOCSWINSZ, &size), 0);
+    const std::string command =
+        "NO_COLOR=1 STATE_DIRECTORY=" + own_state() +
+        " '" PROBE_PROGRAM "' browse ns=2\\;s=IPC --host 127.0.0.1 --port " +
+        std::to_string(plant_.port()) + " 2>/dev/null >" + ptsname(terminal.get());
+    const file_descriptor kept{
+        open(ptsname(terminal.get()), O_RDWR | O_NOCTTY)}; // until it is read
+    // NOLINTNEXTLINE(cert-env33-c): our own program
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    char bytes[4096]{};
+    const ssize_t got = read(terminal.get(), bytes, sizeof bytes);
+    std::istringstream lines{
+        std::string{bytes, static_cast<std::size_t>(std::max<ssize_t>(got, 0))}};
+    std::size_t count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        EXPECT_LE(display_width(line.substr(0, line.find('\r'))), 80U) << line;
+    }
+    EXPECT_GT(count, 9U);
+}
+
 TEST(browse_program_secured, browses_as_a_user) {
     simulator::plant_server plant{
         {.anonymous = false,
@@ -174,7 +217,7 @@ TEST(browse_program_secured, browses_as_a_user) {
         " --client-key " + file("key.pem", test_support::private_key_pem(client.key)) +
         " --password-file " + file("password.txt", "password1\n")
     )};
-    EXPECT_THAT(program.read_all(), ContainsRegex("\n  Boiler Pressure +Float +2.5 +r +yes"));
+    EXPECT_THAT(program.read_all(), ContainsRegex("\n  Boiler Pressure +Float +2.5 +bar +r +yes"));
     EXPECT_EQ(program.exit_code(), 0);
     std::filesystem::remove_all(folder);
 }

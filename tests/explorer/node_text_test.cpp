@@ -1,9 +1,12 @@
 // Texts made of what a server sent: values, names, ids, rows.
 
+#include "explorer/channels.hpp"
 #include "explorer/found_node.hpp"
 #include "explorer/node_presentation.hpp"
 #include "host/settings_record.hpp"
 #include "opcua/nodes/node_id.hpp"
+#include "text/terminal_text.hpp"
+#include "text/words.hpp"
 
 #include <limits>
 
@@ -155,6 +158,46 @@ TEST(node_presentation, is_fit_for_a_terminal_and_for_json) {
     const auto json = nlohmann::json::parse(node_json(node));
     EXPECT_EQ(json["nodeid"], node.node_id);
     EXPECT_EQ(json["channel"], nullptr);
+}
+
+TEST(node_presentation, keeps_to_the_width_of_a_terminal) {
+    std::vector<found_node> nodes(1);
+    found_node& node = nodes.front();
+    node.display_name = std::string(50, 'n');
+    node.node_id = "ns=2;s=" + std::string(30, 'i');
+    node.is_variable = true;
+    node.data_type = std::string(30, 't');
+    node.value.text = std::string(40, '7');
+    node.unit = "°C";
+    const auto longest = [&](std::size_t width) {
+        std::size_t columns = 0;
+        for (const std::string& line :
+             split_at('\n', node_table(nodes, node_order::tree, false, width))) {
+            columns = std::max(columns, display_width(line));
+        }
+        return columns;
+    };
+    EXPECT_GT(longest(any_width), 160U);
+    for (const std::size_t width : {150U, 90U, 70U, 64U}) {
+        EXPECT_EQ(longest(width), width);
+    }
+    EXPECT_EQ(longest(1), 64U) << "what is narrow stays";
+    EXPECT_THAT(node_table(nodes, node_order::tree, false, 90), HasSubstr(node.node_id));
+}
+
+TEST(node_presentation, says_what_a_value_means_and_what_is_wrong_with_it) {
+    std::vector<found_node> nodes(1);
+    found_node& node = nodes.front();
+    node.node_id = "i=1";
+    node.value.text = "2";
+    node.value.meaning = "Failed";
+    const auto shown = [&nodes] { return node_table(nodes, node_order::list, false); };
+    EXPECT_THAT(shown(), HasSubstr(" 2 (Failed) "));
+    node.problem = "UncertainLastUsableValue";
+    EXPECT_THAT(shown(), HasSubstr(" 2 (UncertainLastUsableValue) "));
+    node.value = {};
+    node.problem = "BadNotReadable";
+    EXPECT_THAT(shown(), HasSubstr(" BadNotReadable "));
 }
 
 } // namespace

@@ -19,7 +19,9 @@ struct scripted_node {
     std::vector<std::string> below{};
     UA_Int32 node_class = UA_NODECLASS_OBJECT;
     std::function<void(UA_ReferenceDescription&)> change_reference{}; ///< to it
-    std::string unit{};                                               ///< its value is this unit
+    /// Fills the answer about an attribute, and returns whether it did.
+    std::function<bool(UA_DataValue&, UA_UInt32)> answer{};
+    std::string unit{}; ///< its value is this unit
 };
 
 /// A node is named by its id: "ns=1;s=A" has the browse name "1:A" and the display name "A".
@@ -45,6 +47,12 @@ class scripted_server {
             [this](const UA_BrowseRequest& request) { return browse(request); },
             [this](const UA_BrowseNextRequest& request) { return browse_next(request); },
             [this](const UA_ReadRequest& request) { return read(request); }};
+    }
+
+    template <typename T>
+    static void set(UA_DataValue& to, const T& value, std::size_t type) {
+        to.hasValue = true;
+        UA_Variant_setScalarCopy(&to.value, &value, &UA_TYPES[type]);
     }
 
   private:
@@ -181,12 +189,6 @@ class scripted_server {
         return response;
     }
 
-    template <typename T>
-    static void set(UA_DataValue& to, const T& value, std::size_t type) {
-        to.hasValue = true;
-        UA_Variant_setScalarCopy(&to.value, &value, &UA_TYPES[type]);
-    }
-
     void fill(UA_DataValue& result, const UA_ReadValueId& item) const {
         const std::string id = opcua::node_id_text(item.nodeId);
         const auto node = nodes.find(id);
@@ -195,6 +197,8 @@ class scripted_server {
         } else if (node == nodes.end()) {
             result.hasStatus = true;
             result.status = UA_STATUSCODE_BADNODEIDUNKNOWN;
+        } else if (node->second.answer && node->second.answer(result, item.attributeId)) {
+            return;
         } else if (item.attributeId == UA_ATTRIBUTEID_NODECLASS) {
             set(result, node->second.node_class, UA_TYPES_INT32);
         } else if (item.attributeId == UA_ATTRIBUTEID_BROWSENAME) {

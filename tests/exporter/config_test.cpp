@@ -1,14 +1,9 @@
 // The configuration of `serve`: what it makes of right files, and what it says about wrong ones.
 
-#include "exporter/configuration.hpp"
-#include "host/module_document.hpp"
-#include "tests/host/expect_error.hpp"
-#include "tests/host/made_up_document.hpp"
-#include <sys/stat.h>
+#include "exporter/target_path.hpp"
+#include "tests/exporter/config_fixture.hpp"
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <tuple>
 
 namespace tarvik::monitoring_modules::probe {
@@ -19,42 +14,19 @@ using namespace std::chrono_literals;
 using testing::HasSubstr;
 using testing::Not;
 
-class config_file : public testing::Test {
-  protected:
-    config_file() {
-        std::string name = testing::TempDir() + "serve-XXXXXX";
-        folder_ = mkdtemp(name.data());
-    }
-    void TearDown() override { std::filesystem::remove_all(folder_); }
-
-    [[nodiscard]] std::string
-    write(const std::string& name, const std::string& text, mode_t mode = 0600) const {
-        std::string path = folder_ + "/" + name;
-        std::ofstream{path} << text;
-        EXPECT_EQ(chmod(path.c_str(), mode), 0);
-        return path;
-    }
-
-    serve_config read(const std::string& text, mode_t mode = 0600) {
-        return read_config(write("probe.yaml", text, mode), document_);
-    }
-
-    std::string folder_;
-    module_document document_{made_up_document};
-};
-
 constexpr const char* modules =
     "modules:\n"
     "  pump: {kind: pump_sensor, targets: ['10.0.0.*'], settings: {way: user, pin: 12}}\n";
 
-TEST_F(config_file, makes_plans_of_modules_and_targets) {
+TEST_F(probe_yaml, makes_plans_of_modules_and_targets) {
     const serve_config config = read(
         std::string{modules} +
         "sensors:\n"
         "  - {module: pump, target: PLC-7, interval: 1.5}\n"
         "  - {name: two, module: pump, target: '[::1]:4841', interval: 500ms}\n"
+        "  - {module: pump, target: 'opc.tcp://PLC-8:4842/Line/1'}\n"
     );
-    ASSERT_EQ(config.sensors.size(), 2U);
+    ASSERT_EQ(config.sensors.size(), 3U);
     const sensor_plan& first = config.sensors[0];
     EXPECT_EQ(first.name, "pump@plc-7:4840");
     EXPECT_EQ(first.connection, "plc-7:4840");
@@ -65,11 +37,16 @@ TEST_F(config_file, makes_plans_of_modules_and_targets) {
     EXPECT_EQ(second.connection, "[::1]:4841");
     EXPECT_THAT(second.record, HasSubstr(R"("host":"::1")"));
     EXPECT_THAT(second.record, HasSubstr(R"("ipversion":"IPv6")"));
+    const sensor_plan& third = config.sensors[2];
+    EXPECT_EQ(third.name, "pump@plc-8:4842");
+    EXPECT_EQ(third.connection, "plc-8:4842 (Line/1)");
+    EXPECT_THAT(third.record, HasSubstr(R"("credentials.connection_opcua.server_name":"Line/1")"));
+    EXPECT_THAT(third.check, HasSubstr("Line/1"));
     EXPECT_EQ(config.listen.address, "127.0.0.1");
     EXPECT_EQ(config.modules.at("pump").targets, std::vector<std::string>{"10.0.0.*"});
 }
 
-TEST_F(config_file, takes_secrets_from_where_they_are_kept) {
+TEST_F(probe_yaml, takes_secrets_from_where_they_are_kept) {
     std::ignore = write("pw", "from file\n");
     ASSERT_EQ(setenv("SERVE_TEST_SECRET", "from environment", 1), 0);
     ASSERT_EQ(setenv("CREDENTIALS_DIRECTORY", folder_.c_str(), 1), 0);
@@ -84,34 +61,26 @@ TEST_F(config_file, takes_secrets_from_where_they_are_kept) {
             text
         ) << source;
     }
-    expect_error(
-        [&] { static_cast<void>(read("listen: {basic_auth: {user: u, password: plain}}", 0644)); },
-        exit_code::usage,
-        "everybody can read this file"
+    expect_mistake(
+        "listen: {basic_auth: {user: u, password: plain}}", "everybody can read this file", 0644
     );
     std::ignore = write("pw", "from file\n", 0644);
-    expect_error(
-        [&] { static_cast<void>(read("listen: {basic_auth: {user: u, password: {file: pw}}}")); },
-        exit_code::usage,
-        "everybody can read the secret"
+    expect_mistake(
+        "listen: {basic_auth: {user: u, password: {file: pw}}}", "everybody can read the secret"
     );
     unsetenv("CREDENTIALS_DIRECTORY");
 }
 
-TEST_F(config_file, takes_no_key_that_everybody_can_read) {
+TEST_F(probe_yaml, takes_no_key_that_everybody_can_read) {
     const std::string text = "listen: {tls: {certificate: cert.pem, key: key.pem}}";
     std::ignore = write("cert.pem", "", 0644);
     std::ignore = write("key.pem", "", 0640);
     EXPECT_EQ(read(text).listen.tls->key, folder_ + "/key.pem");
     std::ignore = write("key.pem", "", 0644);
-    expect_error(
-        [&] { static_cast<void>(read(text)); },
-        exit_code::usage,
-        "listen.tls.key: everybody can read"
-    );
+    expect_mistake(text, "listen.tls.key: everybody can read");
 }
 
-TEST_F(config_file, tells_where_something_is_wrong) {
+TEST_F(probe_yaml, tells_where_something_is_wrong) {
     const std::string with_sensor = std::string{modules} + "sensors:\n  - ";
     for (const auto& [text, problem] : std::vector<std::pair<std::string, std::string>>{
              {"modules: [", ":1: "},
@@ -130,30 +99,45 @@ TEST_F(config_file, tells_where_something_is_wrong) {
              {with_sensor + "{module: pomp, target: a}",
               "probe.yaml:4: sensors[0].module: there is no such "
               "module; did you mean pump?"},
-             {with_sensor + "{module: pump, target: 'http://a'}", "sensors[0].target"},
+             {with_sensor + "{module: pump, target: 'http://a'}",
+              "sensors[0].target: http://: servers are reached by opc.tcp:// only"},
              {with_sensor + "{module: pump, target: a, interval: 1ms}", "from 100ms"},
              {with_sensor + "{module: pump, target: a, interval: nan}", "from 100ms"},
              {with_sensor + "{module: pump, target: a}\n  - {module: pump, target: A}",
               "another sensor"},
              {"modules: {\"a\\0b\": {kind: pump_senser}}", "a\\x00b.kind: there is no such sensor"},
-             {"workers: 1\nworkers: 2", "twice"}}) {
-        SCOPED_TRACE(text);
-        expect_error(
-            [&, &given = text] { static_cast<void>(read(given)); }, exit_code::usage, problem
-        );
+             {"workers: 2\nworkers: 2", "twice"}}) {
+        expect_mistake(text, problem);
     }
 }
 
-TEST_F(config_file, names_no_secret_in_an_error) {
-    for (const std::string text : {"123456789", "{123456789: x}", "{file: a, 123456789: x}"}) {
-        try {
-            static_cast<void>(
-                read("modules: {a: {kind: pump_sensor, settings: {way: user, pin: " + text + "}}}")
-            );
-            ADD_FAILURE() << "the text is too long, or stands in braces";
-        } catch (const probe_error& error) {
-            EXPECT_THAT(error.what(), Not(HasSubstr("123456789")));
-        }
+TEST_F(probe_yaml, names_no_secret_in_an_error) {
+    for (const std::string text :
+         {"123456789",
+          "{123456789: x}",
+          "{file: a, 123456789: x}",
+          "{123456789: x, 123456789: y}",
+          "*123456789"}) {
+        const auto made =
+            reading("modules: {a: {kind: pump_sensor, settings: {way: user, pin: " + text + "}}}");
+        EXPECT_THAT(made.mistakes, testing::ElementsAre(Not(HasSubstr("123456789"))));
+    }
+}
+
+TEST(target_path, is_the_one_of_the_settings_or_none) {
+    scan_module with;
+    with.settings["credentials.connection_opcua.server_name"] = "/UA/Line";
+    const scan_module without;
+    for (const auto& [path, fits_with, fits_without] :
+         std::vector<std::tuple<const char*, bool, bool>>{
+             {"", true, true},
+             {"UA/Line", true, false},
+             {"UA", false, false},
+             {"UA/Line/2", false, false},
+             {"ua/line", false, false}}) {
+        const server_address server{"plc", 4840, path};
+        EXPECT_EQ(has_path_of(with, server), fits_with) << path;
+        EXPECT_EQ(has_path_of(without, server), fits_without) << path;
     }
 }
 

@@ -223,7 +223,7 @@ TEST(own_metrics, count_what_the_exporter_does) {
              R"(opcua_probe_scan_duration_seconds_bucket{kind="custom_sensor",le="0.1"} 2)",
              R"(opcua_probe_scan_duration_seconds_bucket{kind="custom_sensor",le="60.0"} 303)",
              R"(opcua_probe_scan_duration_seconds_bucket{kind="custom_sensor",le="+Inf"} 304)",
-             R"(opcua_probe_scans_total{kind="custom_sensor",outcome="error"} 302)",
+             R"(opcua_probe_scans_total{kind="custom_sensor",outcome="failed"} 302)",
              R"(opcua_probe_connects_total{server="plc"} 2)",
              R"(opcua_probe_failures_total{error="error.opcua__x_"} 1)",
              R"(opcua_probe_failures_total{error="other"} 203)",

@@ -1,9 +1,8 @@
 // The built program, serving, with plants that come and go.
 
 #include "simulator/plant_server.hpp"
+#include "tests/exporter/notify_socket.hpp"
 #include "tests/exporter/serving_probe.hpp"
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include <gmock/gmock.h>
 
@@ -40,33 +39,6 @@ modules:
            "}\n";
 }
 
-/// What a service manager is told.
-class notify_socket final {
-  public:
-    notify_socket() {
-        sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
-        socklen_t size = sizeof(sa_family_t); // the kernel chooses an abstract name
-        auto* const raw = reinterpret_cast<sockaddr*>(&address);
-        EXPECT_EQ(bind(socket_.get(), raw, size), 0);
-        size = sizeof address;
-        EXPECT_EQ(getsockname(socket_.get(), raw, &size), 0);
-        const std::string name(&address.sun_path[1], size - sizeof(sa_family_t) - 1);
-        setenv("NOTIFY_SOCKET", ("@" + name).c_str(), 1);
-    }
-    ~notify_socket() { unsetenv("NOTIFY_SOCKET"); }
-    notify_socket(const notify_socket&) = delete;
-    notify_socket& operator=(const notify_socket&) = delete;
-
-    [[nodiscard]] std::string take() const {
-        std::array<char, 500> text{};
-        const ssize_t size = recv(socket_.get(), text.data(), text.size(), 0);
-        return {text.data(), size > 0 ? static_cast<std::size_t>(size) : 0};
-    }
-
-  private:
-    file_descriptor socket_{socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)};
-};
-
 class serving : public testing::Test {
   protected:
     serving() {
@@ -75,7 +47,7 @@ class serving : public testing::Test {
     }
 
     [[nodiscard]] std::string connection(const plant_server& plant) const {
-        return "127.0.0.1:" + std::to_string(plant.port()) + " (user1)";
+        return "127.0.0.1:" + std::to_string(plant.port()) + " (user)";
     }
     [[nodiscard]] std::string
     series(const std::string& sensor_name, const plant_server& plant) const {
@@ -179,6 +151,12 @@ TEST_F(serving, follows_servers_that_go_and_return_without_a_flood) {
     EXPECT_EQ(
         probe.metric("opcua_probe_connects_total{server=\"" + connection(plant_) + "\"}"), "2"
     );
+    const std::string journal = probe.read_to(" reachable again after");
+    EXPECT_THAT(
+        journal,
+        HasSubstr("<3>" + connection(plant_) + " cannot be reached; 2 sensors (a, b): The sensor")
+    );
+    EXPECT_EQ(std::ranges::count(journal, '\n'), 2) << journal; // whatever was tried in between
 }
 
 TEST_F(serving, is_not_held_up_by_a_frozen_server_or_by_clients_that_dribble) {
@@ -207,7 +185,10 @@ TEST_F(serving, reloads_without_touching_what_stays) {
     }));
     probe.configure("sensors: [5]");
     probe.signal(SIGHUP);
-    EXPECT_THAT(probe.read_to("stays as it was"), HasSubstr("probe.yaml:2: sensors[0]"));
+    EXPECT_THAT(
+        probe.read_to("stays as it was"),
+        testing::ContainsRegex("<3>/[^\n]*probe.yaml:2: sensors.0.")
+    );
     EXPECT_EQ(other_.session_count(), 1U);
     probe.configure(modules + ("sensors:\n" + sensor("stays", plant_) + sensor("new", plant_)));
     probe.signal(SIGHUP);

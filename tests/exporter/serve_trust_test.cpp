@@ -106,6 +106,11 @@ TEST_F(serve_trust, needs_a_certificate_and_one_mind) {
         "any}\n",
         "differ from those of \"a\""
     );
+    const std::string paths =
+        "modules:\n  a: {kind: server_status_sensor, settings: {server_name: x}}\n"
+        "  b: {kind: certificate_sensor, trust: any";
+    check(paths + ", settings: {server_name: y}}\n", "is right");
+    check(paths + "}\n", "differ from those of \"a\""); // a target's URL may have the path x
     check("pki: elsewhere\n" + configuration(4840), "opcua-probe certificate create");
     check("listen: {address: 0.0.0.0, basic_auth: {user: u, password: p}}\n", "plain_http: allow");
     fs::permissions(pki, fs::perms::others_write, fs::perm_options::add);

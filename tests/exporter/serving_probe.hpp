@@ -3,6 +3,7 @@
 
 #include "tests/exporter/http_client.hpp"
 #include "tests/probe/own_state.hpp"
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <fcntl.h>
@@ -52,6 +53,11 @@ class serving_probe final {
         child_ = fork();
         if (child_ == 0) {
             dup2(line[1], STDERR_FILENO);
+            struct stat status {}; // as a service, whose lines have severities
+            fstat(STDERR_FILENO, &status);
+            const std::string stream =
+                std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino);
+            setenv("JOURNAL_STREAM", stream.c_str(), 1);
             unsetenv("OPCUA_MODULE");
             setenv("STATE_DIRECTORY", state.empty() ? own_state().c_str() : state.c_str(), 1);
             execl(PROBE_PROGRAM, PROBE_PROGRAM, "serve", option.c_str(), nullptr);

@@ -1,7 +1,8 @@
 // What is remembered of scans, and what of it is given away as current.
 
-#include "exporter/answers.hpp"
+#include "exporter/metrics_answers.hpp"
 #include "exporter/own_metrics.hpp"
+#include "exporter/page_answers.hpp"
 #include "exporter/snapshot.hpp"
 #include "tests/exporter/fake_module.hpp"
 
@@ -19,6 +20,35 @@ using namespace std::chrono_literals;
 using clock = std::chrono::steady_clock;
 using testing::HasSubstr;
 using testing::Not;
+
+TEST(metrics_answer, gives_the_labels_of_a_sensor_to_all_of_its_series_and_to_the_page) {
+    fake_time time;
+    fake_module module;
+    const module_document document{};
+    snapshot_store store{time};
+    own_metrics own{"1"};
+    server_connection connection{{module, document, time, store, own}, "plc:4840"};
+    sensor_plan plan = plan_of("a", 10s);
+    plan.labels = {{"line", "1\""}, {"plant", "north"}};
+    connection.add(plan, 1);
+    connection.run();
+    const std::string text = metrics_of_all(store.view(), own, time.wall(), "").body;
+    for (const char* begin :
+         {"opcua_up{sensor=\"a\",",
+          "opcua_sensor_state{sensor=\"a\",",
+          "opcua_last_good_scan_timestamp_seconds{sensor=\"a\",",
+          "opcua_custom_speed{sensor=\"a\","}) {
+        const std::size_t at = text.find(begin);
+        ASSERT_NE(at, std::string::npos) << begin;
+        EXPECT_THAT(
+            text.substr(at, text.find('\n', at) - at), HasSubstr(R"(,line="1\"",plant="north")")
+        );
+    }
+    EXPECT_THAT(
+        page_state(store.view(), own, document, time.wall()).body,
+        HasSubstr(R"("labels":{"line":"1\"","plant":"north"})")
+    );
+}
 
 // Nobody may take an old value for a current one.
 TEST(metrics_answer, has_values_only_while_they_are_current) {

@@ -92,11 +92,11 @@ TEST_F(channel_memory_of, lookups_shows_their_texts_and_unknown_values_as_number
     define().lookup = "state";
     const channel_view failed = take(std::int64_t{1}, 0);
     EXPECT_EQ(failed.value.number, "Failed");
-    EXPECT_EQ(failed.state, channel_state::error);
+    EXPECT_EQ(failed.verdict.state, channel_state::error);
     EXPECT_FALSE(failed.raw_is_shown);
     const channel_view unknown = take(std::int64_t{77}, 1);
     EXPECT_EQ(unknown.value.number, "77");
-    EXPECT_EQ(unknown.state, channel_state::none);
+    EXPECT_EQ(unknown.verdict.state, channel_state::none);
     EXPECT_FALSE(unknown.lookup_text);
 }
 
@@ -115,11 +115,11 @@ TEST_F(channel_memory_of, limits_compares_what_is_shown) {
         {90, channel_state::warning},
         {91, channel_state::error},
         {INFINITY, channel_state::error},
-        {NAN, channel_state::none},
+        {NAN, channel_state::warning},
     };
     double seconds = 0;
     for (const auto& [value, state] : rows) {
-        EXPECT_EQ(take(value, ++seconds).state, state) << value;
+        EXPECT_EQ(take(value, ++seconds).verdict.state, state) << value;
     }
 }
 
@@ -137,8 +137,8 @@ TEST_F(channel_memory_of, growth_is_told_from_the_second_result_on) {
     const channel_view second = take(large + 3, 2);
     EXPECT_DOUBLE_EQ(second.growth.value(), 3);
     EXPECT_EQ(second.value.number, "3.0");
-    EXPECT_EQ(second.state, channel_state::ok);
-    EXPECT_EQ(take(large + 6, 3).state, channel_state::warning);
+    EXPECT_EQ(second.verdict.state, channel_state::ok);
+    EXPECT_EQ(take(large + 6, 3).verdict.state, channel_state::warning);
     EXPECT_FALSE(take(std::int64_t{5}, 4).growth); // the counter began anew
     EXPECT_DOUBLE_EQ(take(std::int64_t{6}, 5).growth.value(), 2);
     EXPECT_FALSE(take(std::int64_t{7}, 5).growth); // no time has passed

@@ -59,6 +59,7 @@ inline constexpr const char* made_up_document = R"({"type": "module_information"
     "Text": {
       "English": {"Translation": {
         "some.key": {"Display": "From a key"}, "lookup.failed": {"Display": "Failed"},
+        "channel.flow": {"Display": "Flow"}, "channel.load": {"Display": "Load %%"}, "channel.odd": 7,
         "error.leak": {"Display": "Leak at %0:s of %1:s"}}},
       "Klingon": {"Translation": {"pump_sensor.display": {"Display": "bIQ"}}},
       "German": {"Translation": {

@@ -126,7 +126,7 @@ TEST(message_json, keeps_the_message_and_adds_what_was_worked_out) {
     door.name = "T\xc3\xbcr\x7f\xc2\x9b";
     door.value = {"Open", ""};
     door.lookup_text = "Open";
-    door.state = channel_state::warning;
+    door.verdict.state = channel_state::warning;
     const std::string line = scan_json(
         std::get<scan_result>(parse_message(
             R"({"type":"sensor_scan_result","sensor_id":7,"response_code":1,"later":[1],
@@ -152,9 +152,11 @@ TEST(message_json, adds_the_log_to_a_check) {
             std::get<check_result>(
                 parse_message(R"({"type":"check_result","check_id":1,"success":false})")
             ),
+            {"no", "#:error.opcua_discovery_failed[2158755840]", "look"},
             {{"runtime", 3, "bad \xff\n"}}
         ),
-        R"({"type":"check_result","check_id":1,"success":false,"log":[{"source":"runtime","severity":3,)"
+        R"({"type":"check_result","check_id":1,"success":false,"reason":"no",)"
+        R"("status_name":"BadConnectionRejected","hint":"look","log":[{"source":"runtime","severity":3,)"
         R"("text":"bad \ufffd\n"}]})"
         "\n"
     );
@@ -165,12 +167,12 @@ TEST(message_json, tells_what_became_of_a_notification) {
         parse_message(R"({"type":"notification_response","id":1,"log":[]})")
     );
     EXPECT_EQ(
-        notification_json(&response, {"done", true, "unused"}),
+        notification_json(&response, {"done", true, {"unused"}}),
         R"({"type":"notification_response","id":1,"log":[],"status":"done","written":true})"
         "\n"
     );
     EXPECT_EQ(
-        notification_json(nullptr, {"refused", false, "why"}),
+        notification_json(nullptr, {"refused", false, {"why"}}),
         R"({"status":"refused","written":false,"reason":"why"})"
         "\n"
     );

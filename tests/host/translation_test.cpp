@@ -118,7 +118,7 @@ TEST(translation, stands_beside_what_the_module_sent) {
         R"({"id":2,"name":{"identity":"Flow","text":"Flow"}},{"id":3,"name":{"text":"x"}}],)"
         R"("channels":[{"id":1,"value":9223372036854775807},{"id":2,"value":0.1}]})";
     const auto result = std::get<scan_result>(parse_message(message, german.texts()));
-    const std::string translated = result.sent->dump();
+    const std::string& translated = *result.sent;
     EXPECT_EQ(result.text, "b leckt bei a, 100%");
     EXPECT_EQ(result.definitions.at(0).name, "In Betrieb");
     EXPECT_EQ(result.definitions.at(1).name, "Flow");
@@ -127,7 +127,7 @@ TEST(translation, stands_beside_what_the_module_sent) {
     EXPECT_THAT(translated, testing::HasSubstr(R"("name":{"text":"x"}})")); // has no identity
     EXPECT_THAT(translated, testing::EndsWith(R"(9223372036854775807},{"id":2,"value":0.1}]})"));
     const auto english = std::get<scan_result>(parse_message(message));
-    EXPECT_EQ(english.sent->dump(), message);
+    EXPECT_EQ(*english.sent, message);
     EXPECT_EQ(english.text, "Leak");
     const std::string odd = R"({"type":"news","message":5,"channel_definitions":[7]})";
     EXPECT_NO_THROW((void)parse_message(odd, german.texts()));

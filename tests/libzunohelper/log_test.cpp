@@ -4,6 +4,9 @@
 #include "zunohelper/runtime_log.hpp"
 
 #include <atomic>
+#include <cstdint>
+#include <limits>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -20,7 +23,10 @@ struct logs : testing::Test {
         register_sensor_log(container);
         runtime = container->find<liblog::log_interface>();
     }
-    ~logs() override { ZunoSetLogSink(nullptr, nullptr); }
+    ~logs() override {
+        ZunoSetLogSink(nullptr, nullptr);
+        ZunoSetLogThreshold(std::numeric_limits<std::int32_t>::max());
+    }
 
     std::shared_ptr<liblog::log_interface> sensor(bool enabled) {
         return container->find<sensor_log_provider_interface>()->create(7, enabled);
@@ -75,6 +81,37 @@ TEST_F(logs, go_to_the_sink_as_long_as_there_is_one) {
     EXPECT_EQ(runtime->threshold(), severity::warning);
     runtime->log(severity::debug, "dropped");
     EXPECT_EQ(received, (lines{"runtime|7|line", "sensor 7|7|\uFFFD(", "sensor 7|3|"}));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(logs, drop_what_the_host_does_not_want_of_a_thread) {
+    lines received;
+    const auto keep = [](void* user, auto source, auto, auto text, auto length) {
+        static_cast<lines*>(user)->push_back(std::string{source} + "|" + std::string{text, length});
+    };
+    testing::internal::CaptureStderr();
+    ZunoSetLogThreshold(3);
+    EXPECT_EQ(runtime->threshold(), severity::error) << "without a sink";
+    runtime->log(severity::warning, "dropped");
+    ZunoSetLogSink(keep, &received);
+    ZunoSetLogThreshold(4);
+    EXPECT_EQ(runtime->threshold(), severity::warning);
+    EXPECT_EQ(sensor(true)->threshold(), severity::warning);
+    EXPECT_EQ(sensor(false)->threshold(), severity::error);
+    for (const auto level : {severity::debug, severity{5}, severity::warning, severity::error}) {
+        runtime->log(level, "r" + std::to_string(static_cast<int>(level))); // without asking
+        sensor(true)->log(level, "s" + std::to_string(static_cast<int>(level)));
+    }
+    std::jthread{[this] {
+        EXPECT_EQ(runtime->threshold(), severity::debug) << "of another thread";
+        runtime->log(severity{9}, "all");
+    }}.join();
+    ZunoSetLogThreshold(0);
+    EXPECT_EQ(sensor(false)->threshold(), severity::failed_check);
+    sensor(false)->log(severity::error, "dropped");
+    EXPECT_EQ(
+        received, (lines{"runtime|r4", "sensor 7|s4", "runtime|r3", "sensor 7|s3", "runtime|all"})
+    );
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 

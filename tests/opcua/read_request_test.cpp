@@ -63,6 +63,32 @@ TEST_F(read_request_of_two, hands_each_value_to_its_node_and_passes_over_none) {
     EXPECT_EQ(second->value_as_int64(), 2);
 }
 
+TEST_F(read_request_of_two, finds_the_oldest_value) {
+    const auto told = [this](ua_read_response response) {
+        const auto time = request.oldest_value(*response);
+        return time ? to_text(*time) : "nothing";
+    };
+    const auto stamped = [](UA_DateTime one, UA_DateTime other) {
+        auto response = response_of({0, 0});
+        for (std::size_t i = 0; i < 2; ++i) {
+            response->results[i].hasSourceTimestamp = true;
+            response->results[i].sourceTimestamp = i == 0 ? one : other;
+        }
+        return response;
+    };
+    constexpr UA_DateTime epoch = UA_DATETIME_UNIX_EPOCH;
+    EXPECT_EQ(told(stamped(epoch + 5 * UA_DATETIME_SEC, epoch + 70'000)), "7 ns=2;s=second");
+    EXPECT_EQ(told(stamped(epoch, epoch)), "0 ns=2;s=first");
+    EXPECT_EQ(told(stamped(0, epoch)), "-11644473600000 ns=2;s=first");
+    auto without = stamped(epoch, epoch + 1);
+    without->results[1].hasSourceTimestamp = false;
+    EXPECT_EQ(told(std::move(without)), "none ns=2;s=second");
+    auto lacking = stamped(epoch, epoch + UA_DATETIME_SEC);
+    lacking->results[0].hasValue = false;
+    EXPECT_EQ(told(std::move(lacking)), "1000 ns=2;s=second");
+    EXPECT_EQ(told({}), "nothing"); // a response that does not fit
+}
+
 TEST_F(read_request_of_two, maps_every_service_result) {
     const std::string closed = "The connection to the OPC UA server was closed unexpectedly.";
     const std::string failed = "request data from";

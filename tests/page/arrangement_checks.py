@@ -56,7 +56,7 @@ def check_faults(_):
             "pump-17": re.escape(UNKNOWN) + r"\sSince \d+:\d\d [AP]M 15 min\. ago",
             "pump-25": r"Boiler Temperature\s9\d.*Since before \d+:\d\d [AP]M",
             "boiler-8": r"Boiler Temperature\s8\d.*> 80\s°C\sSince \d+:\d\d [AP]M (39|40) min\. ago",
-            "pump-9": r"RAID controller\sBus degraded.*Warning\sSince \d+:\d\d [AP]M (19|20) min\. ago",
+            "pump-9": r"RAID controller\sBus degraded.*Warning by the module’s lookup\sSince \d+:\d\d [AP]M (19|20) min\. ago",
         }.items():
             words = re.sub(r"\s+", " ", heads[name])
             expect(re.search(said.replace(r"\s", " "), words), f"{name} says {words!r}")
@@ -69,6 +69,31 @@ def check_faults(_):
         page.until("it looks new", "text(named('pump-1'), '.first .new') === 'New'")
         expect(page.run("getComputedStyle(named('pump-1')).boxShadow !== getComputedStyle(named('pump-25')).boxShadow"),
                "a new fault has no mark of its own")
+
+
+def check_reasons(_):
+    """Each fault says whether a limit, a range, a state or the module's lookup made it one, in the reader's language."""
+    judged = {
+        47: ({"cause": "above", "by_module": True}, r"Error\s>.90 °C \(module’s limit\)"),
+        25: ({"cause": "above"}, r"Error\s>.90 °C$"),
+        8: ({"cause": "inside", "limits": {}, "bad": {"warning": [80, 90]}}, r"Warning\s80 °C to 90 °C$"),
+        19: ({"cause": "inside", "state": "error", "bad": {"error": [None, 90]}}, r"Error\s≤.90 °C$"),
+        21: ({"cause": "stated", "state": "error"}, r"Error\sby the configuration$"),
+        22: ({"cause": "lookup", "state": "error"}, r"Error\sby the module’s lookup$"),
+        23: ({"cause": "no_number", "state": "warning", "value": "NaN"}, r"Warning\snot a number: it cannot be judged$"),
+    }
+    with FakeProbe() as probe, PageView() as page:
+        probe.judged = {id: told for id, (told, _) in judged.items()}
+        page.show(probe.url)
+        flag = "all('#faults > .sensor').find(row => text(row, '.name').endsWith(a[0]))?.querySelector('.first .flag')"
+        for id, (_, said) in judged.items():
+            page.until(f"the fault of {id}", f"({flag.replace('a[0]', repr(f'-{id}'))})?.textContent")
+            told = page.run(f"{flag}.textContent", f"-{id}")
+            expect(re.search(said, told.strip().replace("\u00a0", " ")), f"{id}: {told!r}")
+        page.choose_language("de")
+        page.until("German", "one('#faults').textContent.includes('laut Konfiguration')")
+        page.run("[...all('#faults .name')].find(name => name.textContent.endsWith('-8')).click()")
+        page.until("the bad range in the details", "one('#faults').innerText.includes('Warnbereich')")
 
 
 def check_down(_):

@@ -36,8 +36,10 @@ class FakeProbe:
     down     numbers of servers that are not reached
     failing  ids of sensors whose scans fail
     hot      id of a sensor -> (since when, state): its first channel is beyond the limit of that state
+    judged   id of a sensor -> what is told otherwise of its first channel
     names    id of a sensor -> its name, in place of a made-up one
     hint     what to do about servers that are down
+    labels   id of a sensor -> its labels
     certificates  as the probe tells them
 
     Sensor 9 warns by a lookup, 12 was never scanned, and the names and texts of 2 are hostile unless told otherwise.
@@ -48,7 +50,8 @@ class FakeProbe:
         self.count, self.servers, self.revision, self.requests = sensors, servers, 1, []
         self.down, self.failing, self.hostile, self.names = {6}, {17}, hostile, {}
         self.hot = {25: (now - 5400, "error"), 47: (now - 130, "error"), 8: (now - 2400, "warning")}
-        self.hint, self.certificates = "", []
+        self.hint, self.certificates, self.judged = "", [], {}
+        self.labels = lambda id: {}
         self.delay = 0  # of answers about the state, seconds
         self.at_once = self.most_at_once = 0  # such requests
         probe = self
@@ -136,7 +139,8 @@ class FakeProbe:
         channels = [] if new else [self.channel(id, number, now) for number in range(1, 2 + id % 5)]
         if id == 9:
             channels.append({"id": 0, "name": "RAID controller", "value": "Bus degraded", "unit": "", "raw": 2,
-                             "scaled": 2, "state": "warning", "lookup": True, "difference": False})
+                             "scaled": 2, "state": "warning", "lookup": True, "difference": False,
+                             "cause": "lookup", "by_module": True})
         worst = [state for state in ("error", "warning") if any(channel["state"] == state for channel in channels)]
         fine = FINE if id in self.hot or id % 6 == 0 else "OK"
         made_up = f"{['boiler', 'pump', 'tank', 'press'][id % 4]}-{id}"
@@ -144,6 +148,7 @@ class FakeProbe:
             "id": id, "name": self.names.get(id, HOSTILE if hostile else made_up), "kind": "custom_sensor",
             "kind_name": "OPC UA Custom", "message": "" if new else fault or (HOSTILE if hostile else fine),
             "interval": 10.0, "stale": bool(fault), "channels": channels, "server": self.address(id % self.servers),
+            "labels": self.labels(id),
             "state": "error" if fault else "pending" if new else worst[0] if worst else "ok",
             "last_scan": None if new else now, "last_good": None if new else now - (950 if fault else 1),
         }
@@ -164,7 +169,7 @@ class FakeProbe:
             value, unit = f"2 d {int(raw % 86400 // 3600)} h", ""
         name, unit = (HOSTILE, HOSTILE) if self.hostile and id == 2 else (NAMES[number - 1], unit)
         return {"id": number, "name": name, "value": value, "unit": unit, "raw": 10 * raw, "scaled": raw, "state": state,
-                "lookup": False, "difference": number == 5, **limits}
+                "lookup": False, "difference": number == 5, **limits, **(self.judged.get(id, {}) if number == 1 else {})}
 
     def curves(self, query):
         end = time.time() // STEP * STEP

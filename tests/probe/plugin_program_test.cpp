@@ -70,6 +70,41 @@ TEST_F(plugin_program, answers_with_state_and_performance_data) {
     }
 }
 
+TEST_F(plugin_program, takes_states_in_place_of_the_lookup_and_of_the_message) {
+    plant_.set_value("ns=2;s=Text.Status", "Fault 17: no water");
+    const std::vector<std::string> door{
+        "custom_sensor",
+        "--channel",
+        "Door='ns=2;s=Array.Booleans'[1]",
+        "--message-node",
+        "ns=2;s=Text.Status"};
+    struct row {
+        std::vector<std::string> more;
+        int code;
+        const char* text;
+    };
+    const row rows[] = {
+        {{}, 2, "\n[CRITICAL] Door: False (0), an error by the module's lookup\n"},
+        {{"--state", "Door=False:ok"}, 0, "OPCUA OK - Door False (0) at "},
+        {{"--state", "Door=none"}, 0, "\n[OK] Door: False (0)\n"},
+        {{"--state", "False:warning"}, 1, "OPCUA WARNING - Door is False (server "},
+        {{"--state", "none", "--message-state", "fault*:critical"},
+         2,
+         "OPCUA CRITICAL - the message is Fault 17: no water (server "},
+        {{"--state", "Door=Fals:ok"},
+         2,
+         "the channel Door has no text \"Fals\"; did you mean False?"},
+        {{"--state", "Door=False:bad"},
+         3,
+         "OPCUA UNKNOWN - --state Door=False:bad: \"bad\" is none"},
+    };
+    for (const row& each : rows) {
+        std::vector<std::string> arguments = door;
+        arguments.insert(arguments.end(), each.more.begin(), each.more.end());
+        EXPECT_THAT(scan(arguments, each.code), HasSubstr(each.text));
+    }
+}
+
 TEST_F(plugin_program, scans_twice_for_the_growth_of_a_counter) {
     const std::string text =
         scan({"server_status_sensor", "-c", "Rejected Session Count=5", "--interval", "0.2"}, 0);
@@ -86,6 +121,57 @@ TEST_F(plugin_program, tells_a_server_that_is_gone_as_it_was_asked_to) {
     EXPECT_THAT(
         scan({"server_status_sensor", "--unreachable", "unknown"}, 3), StartsWith("OPCUA UNKNOWN")
     );
+}
+
+TEST_F(plugin_program, runs_checks) {
+    const auto check = [this](std::vector<std::string> more, int code) {
+        more.insert(more.begin(), {"check"});
+        more.insert(more.end(), {"--format", "plugin", "-t", "120"});
+        return run(more, code);
+    };
+    EXPECT_THAT(
+        check({"connection"}, 0),
+        ContainsRegex(
+            "^OPCUA OK - a session can be opened at 127.0.0.1:[0-9]+ [|] 'time'=[0-9.]+s\n$"
+        )
+    );
+    EXPECT_THAT(
+        check({"endpoint"}, 0), StartsWith("OPCUA OK - an endpoint with this security is offered")
+    );
+    EXPECT_THAT(
+        check({"endpoint", "--user", "nobody"}, 3),
+        ContainsRegex("^OPCUA UNKNOWN - The sensor could not find the endpoint [^|]*\nHint: ")
+    );
+    plant_.stop();
+    EXPECT_THAT(
+        check({"connection"}, 2),
+        ContainsRegex(
+            "^OPCUA CRITICAL - The sensor could not connect [^\n|]*\nHint: Nothing listens[^\n]*\n$"
+        )
+    );
+    EXPECT_THAT(
+        check({"endpoint", "--unreachable", "unknown"}, 3),
+        StartsWith("OPCUA UNKNOWN - The sensor could not get the endpoints from the OPC UA server "
+                   "(2158755840 = BadConnectionRejected)")
+    );
+}
+
+TEST_F(plugin_program, tells_values_time_and_age) {
+    const std::string text = scan({"server_status_sensor", "--max-age", "1h"}, 0);
+    EXPECT_THAT(text, ContainsRegex("^OPCUA OK - Running, up [0-9].* 'time'=[0-9]+[.][0-9]{6}s\n"));
+    plant_.set_value_age("ns=2;s=Boiler.Temperature", 3700s);
+    const std::vector<std::string> boiler{
+        "custom_sensor", "--channel", "ns=2;s=Boiler.Temperature", "--max-age", "1h"};
+    EXPECT_THAT(
+        scan(boiler, 2),
+        StartsWith("OPCUA CRITICAL - the value of ns=2;s=Boiler.Temperature is 1 h 1 min old, more "
+                   "than 1 h (")
+    );
+    std::vector<std::string> mild = boiler;
+    mild.insert(mild.end(), {"--too-old", "warning"});
+    EXPECT_THAT(scan(mild, 1), StartsWith("OPCUA WARNING"));
+    mild[4] = "2h";
+    EXPECT_THAT(scan(mild, 0), StartsWith("OPCUA OK - Boiler Temperature "));
 }
 
 /// What the program keeps, in a folder of this test's own.

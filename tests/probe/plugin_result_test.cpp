@@ -1,4 +1,5 @@
 #include "probe/plugin/plugin_output.hpp"
+#include "probe/plugin/rule_arguments.hpp"
 #include "tests/host/made_up_document.hpp"
 #include "text/terminal_text.hpp"
 
@@ -28,7 +29,7 @@ class plugin_judgement : public testing::Test {
     /// @param seconds after which integers have grown by one, and are judged; 0: at once
     [[nodiscard]] plugin_result
     judged(const std::vector<one_channel>& channels, int seconds = 0) const {
-        channel_memory memory{document_};
+        channel_memory memory{document_, rules_};
         scan_result scan = result_;
         for (const auto& [definition, value] : channels) {
             scan.definitions.push_back(definition);
@@ -47,12 +48,11 @@ class plugin_judgement : public testing::Test {
         for (std::size_t i = 0; i < views.size(); ++i) {
             measured.push_back({views[i], scan.definitions[i]});
         }
-        return judge(scan, measured, demands_, document_);
+        return judge(scan, measured, memory.problems(), demands_);
     }
 
-    void demand(const char* option, const std::vector<std::string>& ranges) {
-        const auto parsed = parse_channel_ranges(option, ranges);
-        demands_.ranges.insert(demands_.ranges.end(), parsed.begin(), parsed.end());
+    void demand(rule_level level, const std::vector<std::string>& ranges) {
+        add_ranges(rules_, level, ranges);
     }
 
     [[nodiscard]] std::string shown(const std::vector<one_channel>& channels) const {
@@ -61,6 +61,7 @@ class plugin_judgement : public testing::Test {
 
     const module_document document_{made_up_document};
     scan_result result_{};
+    channel_rules rules_;
     plugin_demands demands_;
 };
 
@@ -100,9 +101,9 @@ TEST_F(plugin_judgement, follows_limits_lookups_and_ranges) {
         {{counter, std::int64_t{7}}, {}, {"5"}, unknown, "has no growth"},
     };
     for (const row& each : rows) {
-        demands_.ranges.clear();
-        demand("--warning", each.warning);
-        demand("--critical", each.critical);
+        rules_ = {};
+        demand(rule_level::warning, each.warning);
+        demand(rule_level::critical, each.critical);
         const plugin_result result = judged({each.channel});
         EXPECT_EQ(result.state, each.state) << each.text;
         const std::string text = result.findings.empty() ? "" : result.findings.front().text;
@@ -112,15 +113,60 @@ TEST_F(plugin_judgement, follows_limits_lookups_and_ranges) {
 }
 
 TEST_F(plugin_judgement, compares_the_growth_of_counters) {
-    demand("--critical", {"Errors=0.4"});
-    judged_channel errors{{}, counter};
-    errors.view.name = "Errors";
-    EXPECT_TRUE(needs_growth({errors}, demands_));
-    EXPECT_FALSE(needs_growth({errors}, {}));
+    demand(rule_level::critical, {"Errors=0.4"});
+    EXPECT_TRUE(needs_growth(judged({{counter, std::int64_t{1000}}}).channels));
+    EXPECT_FALSE(needs_growth(judged({{boiler, 50.0}}).channels));
     EXPECT_EQ(judged({{counter, std::int64_t{1000}}}, 4).state, plugin_state::ok); // 0.25 /s
     const plugin_result fast = judged({{counter, std::int64_t{1000}}}, 2);
     EXPECT_EQ(fast.state, plugin_state::critical);
     EXPECT_EQ(perfdata(fast.channels), "'Errors'=1001c");
+}
+
+TEST_F(plugin_judgement, follows_states_of_texts_and_of_the_message) {
+    struct row {
+        std::vector<std::string> states;
+        std::vector<std::string> message;
+        scan_state scanned;
+        plugin_state state;
+        const char* text; // of the answer
+    };
+    const row rows[] = {
+        {{"State=Failed:ok"}, {}, scan_state::ok, plugin_state::ok, "OK - State Failed (1) at "},
+        {{"State=none"}, {}, scan_state::ok, plugin_state::ok, "OK - State Failed (1) at "},
+        {{"none"}, {}, scan_state::ok, plugin_state::ok, "OK - State Failed (1) at "},
+        {{"State=1:warning"},
+         {},
+         scan_state::ok,
+         plugin_state::warning,
+         "WARNING - State is Failed (server plc:4840) | 'State'=1\n[WARNING] State: Failed (1), a "
+         "warning by --state\n"},
+        {{"none"},
+         {"*stop*:critical"},
+         scan_state::ok,
+         plugin_state::critical,
+         "CRITICAL - the message is Emergency stop (server plc:4840)"},
+        {{"none"}, {"Other:critical"}, scan_state::ok, plugin_state::ok, "OK - "},
+        {{"none"}, {"Other:ok"}, scan_state::warning, plugin_state::warning, "- Emergency stop ("},
+        {{"none"}, {"*:ok"}, scan_state::warning, plugin_state::ok, "plc:4840: Emergency stop |"},
+        {{"none"}, {"*:ok"}, scan_state::error, plugin_state::critical, "- Emergency stop ("},
+        {{"State=Failde:ok"},
+         {},
+         scan_state::ok,
+         plugin_state::critical,
+         "--state: the channel State has no text \"Failde\"; did you mean Failed?"},
+    };
+    for (const row& each : rows) {
+        SCOPED_TRACE(each.text);
+        rules_ = {};
+        add_states(rules_, each.states);
+        add_message_states(rules_, each.message);
+        demands_.message = rules_.message;
+        result_.state = each.scanned;
+        result_.text = each.message.empty() ? "OK" : "Emergency stop";
+        const std::vector<one_channel> channels{{lookup, std::int64_t{1}}};
+        EXPECT_EQ(judged(channels).state, each.state);
+        EXPECT_THAT(shown(channels), HasSubstr(each.text));
+    }
 }
 
 TEST_F(plugin_judgement, tells_whose_fault_an_error_is) {
@@ -151,13 +197,14 @@ TEST_F(plugin_judgement, tells_whose_fault_an_error_is) {
 TEST_F(plugin_judgement, puts_the_worst_first_and_counts) {
     result_.state = scan_state::warning;
     result_.text = "Half of it is gone";
-    demand("--warning", {"Boilr=5"});
+    demand(rule_level::warning, {"Boilr=5"});
     EXPECT_EQ(
         shown({{boiler, 85.0}, {lookup, std::int64_t{1}}}),
         "OPCUA CRITICAL - 4 problems: State is Failed, --warning Boilr: the sensor has no such "
         "channel; did you mean Boiler?, Boiler 85.0 °C is above 80 °C, Half of it is gone (server "
         "plc:4840) | 'Boiler'=85;10:80;5:90 'State'=1\n"
-        "[WARNING] Boiler: 85.0 °C is above 80 °C\n[CRITICAL] State: Failed (1)\n"
+        "[WARNING] Boiler: 85.0 °C is above 80 °C, the module's limit\n"
+        "[CRITICAL] State: Failed (1), an error by the module's lookup\n"
     );
 }
 

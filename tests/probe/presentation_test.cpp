@@ -45,7 +45,7 @@ TEST(scan_table, shows_message_channels_units_states_and_raw_values) {
     result.error_code = 4;
     std::vector<channel_view> channels{
         view(1, "Temperature", {"72.5", "°C"}), view(10, "Memory", {"1.5", "GiB"})};
-    channels[0].state = channel_state::error;
+    channels[0].verdict.state = channel_state::error;
     channels[1].raw = std::int64_t{1'610'612'736};
     channels[1].raw_is_shown = false;
     EXPECT_EQ(

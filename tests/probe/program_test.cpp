@@ -78,7 +78,10 @@ TEST_F(probe_program, scans_every_kind_of_sensor) {
         {{"custom_sensor", "--channel", "ns=2;s=Nowhere"},
          2,
          {"\nERROR: .*ns=2;s=Nowhere.* is unknown"}},
-        {{"odd_sensor"}, 3, {"The module refused the sensor \"odd_sensor\"\n"}},
+        {{"status"},
+         64,
+         {"scan status: there is no such sensor; did you mean [a-z_ ]*server_status_sensor"}},
+        {{"custom", "--channel", "i=1"}, 64, {"did you mean custom_sensor\\?"}},
     };
     for (const row& each : rows) {
         std::vector<std::string> arguments = each.arguments;
@@ -124,11 +127,42 @@ TEST_F(probe_program, checks_and_tells_why_not) {
     EXPECT_THAT(run({"check", "endpoint"}, 0), HasSubstr(": success\n"));
     EXPECT_THAT(
         run({"check", "connection", "--user", "nobody"}, 2),
-        AllOf(HasSubstr(": failed\n"), HasSubstr("BadIdentityTokenRejected"))
+        ContainsRegex(
+            ": failed\n  The sensor could not connect [^\n]*BadIdentityTokenRejected[^\n]*\n"
+            "  Hint: The server does not take this login [^\n]*\n  info "
+        )
     );
+    const json answer =
+        json::parse(run({"check", "connection", "--user", "nobody", "--format", "json"}, 2));
+    EXPECT_EQ(answer["status_name"], "BadIdentityTokenRejected");
+    EXPECT_THAT(answer["hint"].get<std::string>(), HasSubstr("opcua-probe endpoints"));
     EXPECT_THAT(
         run({"check", "endpoint", "--security-mode", "sign"}, 64),
         HasSubstr("opcua-probe certificate create")
+    );
+}
+
+TEST_F(probe_program, says_what_to_do_about_a_server_out_of_reach) {
+    plant_.stop();
+    const std::string hint = "Unter dieser Adresse und diesem Port lauscht nichts";
+    const std::vector<std::vector<std::string>> commands{
+        {"scan", "certificate_sensor"},
+        {"scan", "certificate_sensor", "--format", "json"},
+        {"scan", "server_status_sensor", "--format", "plugin", "-t", "60"},
+        {"check", "endpoint"},
+        {"check", "connection", "--format", "json"},
+        {"check", "connection", "--format", "plugin", "-t", "60"},
+        {"notify", "--target", "i=1", "--type", "Boolean", "--message", "True"},
+        {"browse"},
+        {"endpoints"}};
+    for (std::vector<std::string> arguments : commands) {
+        arguments.insert(arguments.end(), {"--language", "de"});
+        const std::string text = run(arguments, 2);
+        EXPECT_THAT(text, HasSubstr(hint)) << arguments.front();
+        EXPECT_THAT(text, HasSubstr("BadConnectionRejected")) << arguments.front();
+    }
+    EXPECT_THAT(
+        run({"scan", "certificate_sensor"}, 2), HasSubstr("(2158755840 = BadConnectionRejected)")
     );
 }
 

@@ -167,6 +167,8 @@ TEST(plant_server, tells_of_itself_what_is_set) {
     ASSERT_EQ(client.connect(plant.endpoint_url()), UA_STATUSCODE_GOOD);
     EXPECT_GT(status_of(client).startTime, started);
     EXPECT_EQ(status_of(client).state, UA_SERVERSTATE_RUNNING);
+    plant.step_clock(std::chrono::hours{-1});
+    EXPECT_LT(status_of(client).currentTime, started - 59 * 60 * UA_DATETIME_SEC);
 
     plant.set_value(id(2257), date_time(0).get());
     plant.set_value(id(2258), date_time(UA_DATETIME_SEC).get());

@@ -36,8 +36,9 @@ struct commands : testing::Test {
 
     exit_code run(const trust_options& options) {
         return captured([&](const command_context& context) {
-            return run_trust(context, options, [this](const std::string& host, std::uint16_t port) {
-                asked = host + " " + std::to_string(port);
+            return run_trust(context, options, [this](const named_server& server) {
+                asked =
+                    server.host + " " + std::to_string(server.port.value_or(0)) + " " + server.path;
                 return shown;
             });
         });
@@ -85,7 +86,7 @@ struct commands : testing::Test {
 TEST_F(commands, accept_trusts_what_was_expected) {
     static_cast<void>(folder.add(part::rejected, read(server)));
     EXPECT_EQ(run(options(trusting::accept, "opc.tcp://PLC:4841/x", fingerprint)), exit_code::ok);
-    EXPECT_EQ(asked, "plc 4841");
+    EXPECT_EQ(asked, "PLC 4841 x");
     EXPECT_THAT(
         text, AllOf(HasSubstr(fingerprint), HasSubstr("CN=application"), HasSubstr("Trusted"))
     );

@@ -179,6 +179,7 @@ TEST(address, of_a_url) {
     const std::pair<const char*, const char*> cases[] = {
         {"opc.tcp://PLC:4840", "plc:4840"},
         {"opc.tcp://plc/path:1", "plc:4840"},
+        {"a b", "a b"},
         {"opc.tcp://[2001:DB8::1]:4841/x", "[2001:db8::1]:4841"},
         {"opc.tcp://[2001:db8::1]", "[2001:db8::1]:4840"},
         {"plc:1", "plc:1"},

@@ -21,6 +21,14 @@ extern "C" {
 /* Just before the judge of server_trust.h is asked, if there is one; text: the application URI that
    the server announces together with the certificate, which does not prove it. */
 #define ZUNO_EVENT_SERVER_URI 7
+#define ZUNO_EVENT_CHECK_FAILED 8 /* an error made it answer no; text: the error */
+/* Just after 6 and 8, if the error has a message of the catalogue; text: the message's identity,
+   "#:error.opcua_connection_failed[BadTimeout]". */
+#define ZUNO_EVENT_ERROR_IDENTITY 9
+/* After each Read request that brought values: the oldest of them; text: when its source says that
+   it came to be, in milliseconds since 1970 (UTC), a blank, and its NodeID as in the settings. If
+   values come without such a time, one of them with "none" in place of the number. */
+#define ZUNO_EVENT_OLDEST_VALUE 10
 
 /*
  * Receives one event.

@@ -10,6 +10,9 @@
 
 namespace tarvik::monitoring_modules::libzunohelper {
 
+/// @return whether a host observes events, for those that cost something to put together
+[[nodiscard]] ZUNOHELPER_API bool is_observed() noexcept;
+
 /// Any thread may call it; does nothing where no host observes.
 /// @param event one of ZUNO_EVENT_...
 /// @param text what the event's number says about it; any bytes

@@ -1,7 +1,7 @@
 #pragma once
 
 // The module's logs. Their lines go to the host's sink (log_sink.h); without one, lines of severity
-// 4 and below go to standard error and the rest is dropped.
+// 4 and below go to standard error and the rest is dropped. Either way, a thread may want less.
 //
 // Whatever is written arrives as one line of valid UTF-8: a line end at the end of a text is taken
 // off, control characters are written as escapes such as \n, bytes that are no UTF-8 become U+FFFD.
