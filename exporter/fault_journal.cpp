@@ -1,5 +1,6 @@
 #include "exporter/fault_journal.hpp"
 
+#include "host/hint.hpp"
 #include "host/log.hpp"
 #include "host/translation.hpp"
 #include "host/value_format.hpp"
@@ -61,8 +62,10 @@ constexpr std::size_t longest_text = 1'000; // bytes, of what a server may have 
 
 /// @return ": " with the message of the fault, and what to do
 [[nodiscard]] std::string cause_of(const sensor_fault& fault) {
-    return ": " + limited(fault.text, longest_text) + (fault.hint.empty() ? "" : " ") +
-           limited(fault.hint, longest_text);
+    const std::string hint =
+        fault.hint.empty() ? hint_for(fault.identity, default_language) : fault.hint;
+    return ": " + limited(fault.text, longest_text) + (hint.empty() ? "" : " ") +
+           limited(hint, longest_text);
 }
 
 constexpr const char* comes_and_goes =
