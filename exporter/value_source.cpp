@@ -43,7 +43,7 @@ namespace {
 } // namespace
 
 value_source::value_source(const std::string& file)
-    : folder_{std::filesystem::absolute(file).parent_path()},
+    : folder_{std::filesystem::path(file).parent_path()},
       open_{is_open_to_all(file)} {}
 
 std::string value_source::path(const std::string& text) const {
