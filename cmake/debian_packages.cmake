@@ -50,7 +50,8 @@ install(
     COMPONENT module EXCLUDE_FROM_ALL
 )
 install(
-    FILES docs/deploy.md docs/page.png docs/page-phone.png docs/page-before.png docs/plugin.md docs/security.md
+    FILES docs/browsing.md docs/deploy.md docs/getting-started.md docs/page.png docs/page-phone.png
+          docs/page-before.png docs/plugin.md docs/security.md
     DESTINATION ${documents}/${probe_package}
     COMPONENT probe EXCLUDE_FROM_ALL
     OPTIONAL

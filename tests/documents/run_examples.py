@@ -4,8 +4,9 @@
 usage: run_examples.py DOCUMENT PROGRAM_FOLDER
 
 A block of ``` holds commands, each behind "$ ", with their output below; "..." stands for anything, also for lines. A command
-that ends with " &" goes on until the end. What a person types stands on a line of its own below the question. A block
-of ```yaml is a file, which the sentence before names: `probe.yaml`. The ports 4841 and 9840 are replaced by free ones.
+that ends with " \\" goes on in the next line. One that ends with " &" runs until the end or until "kill %1", "kill %2" and
+so on, counted from the document's beginning. What a person types stands on a line of its own below the question. A block of
+```yaml is a file, which the sentence before names: `probe.yaml`. The ports 4841, 4842, 9840 and 9841 are replaced by free ones.
 """
 import os
 import pathlib
@@ -30,9 +31,9 @@ def free_port():
 
 
 def pattern_of(lines):
-    """The output as a regular expression; a line of "..." stands for any number of lines."""
+    """The output as a regular expression; a line of "..." stands for any number of lines, and columns may be wider."""
     text = "".join("(?:.*\n)*?" if line == "..." else re.escape(line).replace(r"\.\.\.", ".*") + "\n" for line in lines)
-    return re.compile(text.replace(r"\ ", " "))
+    return re.compile(re.sub(r"(?:\\ ){2,}", " {2,}", text).replace(r"\ ", " "))
 
 
 def examples_of(document):
@@ -41,17 +42,18 @@ def examples_of(document):
         kind, text = block.groups()
         if kind == "yaml":
             before = document[:block.start()].rstrip()
-            yield "file", re.findall(r"`([\w.-]+)`", before)[-1], text
+            yield "file", re.findall(r"`([\w./-]+)`", before)[-1], text
         elif text.startswith("$ "):
             for example in re.split(r"^\$ ", text, flags=re.MULTILINE)[1:]:
-                lines = example.splitlines()
-                output = lines[1:]
+                command, *output = example.splitlines()
+                while command.endswith("\\"):
+                    command = command[:-1] + output.pop(0).lstrip()
                 typed = ""
                 for number, line in enumerate(output):
                     if line.endswith(QUESTION):
                         typed = output.pop(number + 1) + "\n"
                         break
-                yield "command", lines[0], typed, output
+                yield "command", command, typed, output
 
 
 class Runner:
@@ -89,25 +91,32 @@ class Runner:
         if command.endswith(" &"):
             self.run_in_background(command[:-2], lines)
             return
+        if ended := re.fullmatch(r"kill %(\d+)", command):
+            self.end(self.background[int(ended[1]) - 1])
+            return
         wanted = pattern_of(lines)
         end = time.monotonic() + PATIENCE
         while not wanted.fullmatch(text := self.run(command, typed)):
-            # Only what asks a program that is still beginning may be asked again.
-            assert command.startswith("curl ") and time.monotonic() < end, (
+            # Only what asks or looks at a program that may not be so far yet is asked again.
+            assert command.startswith(("curl ", "tail ")) and time.monotonic() < end, (
                 f"$ {command}\nprinted\n{text}\nand not\n" + "\n".join(lines))
             time.sleep(0.2)
 
+    @staticmethod
+    def end(process):
+        if process.poll() is None:
+            os.killpg(process.pid, signal.SIGTERM)
+            process.wait(PATIENCE)
+
     def stop(self):
         for process in self.background:
-            os.killpg(process.pid, signal.SIGTERM)
-        for process in self.background:
-            process.wait(PATIENCE)
+            self.end(process)
         self.folder.cleanup()
 
 
 def main(document, programs):
     text = pathlib.Path(document).read_text(encoding="utf-8")
-    for port in ("4841", "9840"):
+    for port in ("4841", "4842", "9840", "9841"):
         text = re.sub(rf"\b{port}\b", free_port(), text)
     runner = Runner(pathlib.Path(programs).resolve())
     count = 0
