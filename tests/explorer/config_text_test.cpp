@@ -149,9 +149,11 @@ TEST(config_text, keeps_rude_names_inside_their_quotation_marks) {
         << "ids that nothing can hold";
     config_plan plan;
     plan.comments = {rude_names, std::end(rude_names)};
+    plan.pki = "{/var: \xff\xc3\xbc}";
     plan.add_values({"plc:4840", {}}, choice.channels);
     const YAML::Node read = YAML::Load(config_text(plan));
-    EXPECT_EQ(read.size(), 2U) << "modules and sensors";
+    EXPECT_EQ(read.size(), 3U) << "pki, modules and sensors";
+    EXPECT_EQ(read["pki"].Scalar(), "{/var: \xef\xbf\xbd\xc3\xbc}");
     std::set<std::string> names;
     std::size_t index = 0;
     for (const auto& entry : read["modules"]) {

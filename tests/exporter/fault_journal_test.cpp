@@ -105,6 +105,23 @@ TEST_F(told, of_each_sensor_that_fails_by_itself) {
     );
 }
 
+TEST_F(told, that_a_server_is_back_also_by_a_sensor_that_fails_by_itself) {
+    connection_.add(plan_of("a"), 1);
+    for (const char* identity : {down, no_such_node, "#:error.opcua_read_failed[BadNotReadable]"}) {
+        answers_["a"] = identity;
+        pass(70s);
+    }
+    EXPECT_THAT(
+        take(),
+        ElementsAre(
+            testing::HasSubstr("cannot be reached"),
+            testing::HasSubstr("reachable again after 1 min"),
+            "<3>a at plc:4840 fails: No", // and once more for the other reason
+            "<3>a at plc:4840 fails: No"
+        )
+    );
+}
+
 TEST_F(told, again_when_the_reason_is_another_one_but_never_twice) {
     connection_.add(plan_of("a"), 1);
     for (const char* identity :
@@ -141,6 +158,21 @@ TEST(fault_journal, says_what_to_do_and_names_nobody_where_only_requests_come) {
         )
     );
     EXPECT_THAT(journal.take(), IsEmpty());
+}
+
+TEST(fault_journal, is_not_flooded_by_what_a_server_says) {
+    fault_journal journal{"plc:4840"};
+    fault_record faults;
+    const std::string name = "a";
+    const auto nobody = [] { return std::vector<std::string>{}; };
+    for (int i = 0; i < 1000; ++i) {
+        const std::string key = "#:error.of_number_" + std::to_string(i) + "[]";
+        const sensor_fault fault{std::nullopt, key, std::string(100'000, 'x'), ""};
+        journal.note({name, faults}, fault, nobody, fault_record::time_point{});
+    }
+    const auto lines = journal.take();
+    EXPECT_EQ(lines.size(), fault_record::most_reasons);
+    EXPECT_LT(lines.front().text.size(), 2'000U);
 }
 
 TEST(fault_record, holds_its_peace_about_what_comes_and_goes) {

@@ -188,6 +188,34 @@ TEST(worker_pool, takes_a_task_up_again_while_another_one_waits_long) {
     EXPECT_TRUE(opens(done)) << "who waits for the late one was not told of what comes before it";
 }
 
+// Also while a deputy is there, who waits as long as the leader.
+TEST(worker_pool, runs_a_task_again_that_blocked_while_others_wait_long) {
+    std::latch blocked{1};
+    std::latch other{1};
+    std::latch release{1};
+    std::latch done{1};
+    std::shared_ptr<counting_task> again;
+    pool_of_lambdas threads{3};
+    threads.rest(3);
+    threads.wake(clock::now() + 1h, [] {});
+    again = std::make_shared<counting_task>(clock::now(), [&] {
+        if (blocked.try_wait()) {
+            done.count_down();
+            return;
+        }
+        blocked.count_down();
+        release.wait();
+        again->want(clock::now() + 1ms);
+    });
+    threads.pool.wake(again);
+    EXPECT_TRUE(opens(blocked));
+    threads.wake(clock::now(), [&other] { other.count_down(); });
+    EXPECT_TRUE(opens(other));
+    EXPECT_TRUE(threads.waits(2)) << "a leader and a deputy";
+    release.count_down();
+    EXPECT_TRUE(opens(done)) << "who waits for the late one was not told of what comes before it";
+}
+
 class scheduler_test : public testing::Test {
   protected:
     [[nodiscard]] testing::AssertionResult

@@ -89,6 +89,7 @@ TEST(stated_text, named_in_full_goes_before_a_part_and_all_others_come_last) {
         {"*", warning},
         {"Fault*", error},
         {"*stop*now*", error},
+        {"*left*ft*", error},
         {"Fault 7", ok},
         {"a*a", ok},
         {"", error}};
@@ -99,6 +100,8 @@ TEST(stated_text, named_in_full_goes_before_a_part_and_all_others_come_last) {
         {"My Fault", warning},
         {"Emergency stop, right now!", error},
         {"nowstop", warning},
+        {"turned left", warning}, // nor can the parts between them
+        {"left, then aft", error},
         {"a", warning}, // both ends cannot be the same letter
         {"aa", ok},
         {"aba", ok},

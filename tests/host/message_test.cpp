@@ -15,18 +15,19 @@ namespace {
 
 TEST(message, reads_a_complete_scan_result) {
     const scan_result result = parse_scan(R"(, "error_code": 5, "response_code": 1,
-        "message": {"identity": "x", "text": "degraded"},
+        "message": {"identity": "#:error.nodeid_unknown[x]", "text": "degraded\u0000by \ud83d\ude00"},
         "channel_definitions": [{"id": 2, "name": {"identity": "n", "text": "Uptime"},
             "type": "integer", "unit": {"code": 0, "name": "custom", "text": "bar"},
             "mode": {"code": 2, "name": "difference"}, "lookup": "l", "multiplier": 0.5,
             "limits": {"enabled": true, "lower_warning": 28, "upper_error": 7.5}}],
-        "channels": [{"id": 2, "value": 9223372036854775807}, {"id": 3, "value": 12.5},
+        "channels": [{"id": 2, "value": 9223372036854775807}, {"id": 3, "value": 948.58064999999999},
             {"id": 4, "value": "NaN"}, {"id": 5, "value": "Infinity"}, {"id": 6, "value": "-Infinity"}],
         "of a later version": {}, "error_code_text": null)");
     EXPECT_EQ(result.id, 7);
     EXPECT_EQ(result.error_code, 5);
     EXPECT_EQ(result.state, scan_state::warning);
-    EXPECT_EQ(result.text, "degraded");
+    EXPECT_EQ(result.text, (std::string{"degraded\0by 😀", 16}));
+    EXPECT_EQ(result.hint, "") << "of a fault, which this is not";
     ASSERT_EQ(result.definitions.size(), 1U);
     const channel_definition& definition = result.definitions.front();
     EXPECT_EQ(definition.name, "Uptime");
@@ -39,7 +40,8 @@ TEST(message, reads_a_complete_scan_result) {
     EXPECT_FALSE(definition.limits.lower_error || definition.limits.upper_warning);
     ASSERT_EQ(result.channels.size(), 5U);
     EXPECT_EQ(std::get<std::int64_t>(result.channels[0].value), 9'223'372'036'854'775'807);
-    EXPECT_EQ(std::get<double>(result.channels[1].value), 12.5);
+    EXPECT_EQ(std::get<double>(result.channels[1].value), 948.58064999999999)
+        << "to the last digit";
     EXPECT_TRUE(std::isnan(as_double(result.channels[2].value)));
     EXPECT_GT(as_double(result.channels[3].value), 1e308);
     EXPECT_LT(as_double(result.channels[4].value), -1e308);
@@ -84,7 +86,10 @@ TEST(message, names_what_is_wrong) {
         {R"({"type": "notification_response", "id": 1, "log": {}})", "\"log\" is no list"},
         {R"({"type": "notification_response", "id": 1, "log": [{"severity": 8}]})",
          "\"log[0].severity\""},
+        {R"({"type": "notification_response", "id": 1, "log": [{"severity": -1}]})",
+         "\"log[0].severity\""},
         {R"({"type": "sensor_scan_result"})", "\"sensor_id\" is missing"},
+        {std::string(1'000'000, '['), "no JSON"}, // and no end of the stack
     };
     for (const auto& [text, problem] : rows) {
         expect_error(
