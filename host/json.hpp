@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -73,6 +74,30 @@ texts_in(const nlohmann::ordered_json& object, const std::string& name) {
 /// are no UTF-8 replaced, so that a terminal that shows the line stays unharmed
 [[nodiscard]] inline std::string json_line(const nlohmann::ordered_json& object) {
     return object.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+/// @param text JSON, or not
+/// @return whether lists and objects lie in each other on more levels
+[[nodiscard]] inline bool is_deeper(std::string_view text, int levels) noexcept {
+    int level = 0;
+    bool in_string = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char next = text[i];
+        if (in_string) {
+            i += next == '\\' ? 1 : 0;
+            in_string = next != '"';
+        } else if (next == '"') {
+            in_string = true;
+        } else if (next == '[' || next == '{') {
+            ++level;
+        } else if (next == ']' || next == '}') {
+            --level;
+        }
+        if (level > levels) {
+            return true;
+        }
+    }
+    return false;
 }
 
 } // namespace tarvik::monitoring_modules::probe

@@ -252,6 +252,9 @@ read_scan_result(const json_object& object, sent_message sent, std::string_view 
     return {"", static_cast<std::int32_t>(severity), entry.text("text")};
 }
 
+/// No message has so many; what reads and writes JSON calls itself for each of them.
+constexpr int most_levels = 500;
+
 } // namespace
 
 double as_double(const channel_number& value) noexcept {
@@ -260,13 +263,15 @@ double as_double(const channel_number& value) noexcept {
 }
 
 any_message parse_message(std::string_view text, const translation& texts) {
+    if (is_deeper(text, most_levels)) {
+        refuse("no JSON of a module: more than " + std::to_string(most_levels) + " levels");
+    }
     const auto sent = std::make_shared<const std::string>(
         texts.english() ? std::string{text} : with_translations(text, texts)
     );
     constexpr unsigned flags = rapidjson::kParseFullPrecisionFlag | // numbers as they were sent
-                               rapidjson::kParseValidateEncodingFlag |
-                               rapidjson::kParseIterativeFlag; // however deep it is
-    std::array<char, 8192> room;                               // for a usual message
+                               rapidjson::kParseValidateEncodingFlag;
+    std::array<char, 8192> room; // for a usual message
     rapidjson::MemoryPoolAllocator<> memory{room.data(), room.size()};
     rapidjson::Document document{&memory};
     document.Parse<flags>(sent->data(), sent->size());

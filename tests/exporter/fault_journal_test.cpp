@@ -13,6 +13,7 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 constexpr const char* down = "#:error.opcua_connection_closed[]";
 constexpr const char* no_such_node = "#:error.nodeid_unknown[ns=2;s=x]";
@@ -116,8 +117,8 @@ TEST_F(told, that_a_server_is_back_also_by_a_sensor_that_fails_by_itself) {
         ElementsAre(
             testing::HasSubstr("cannot be reached"),
             testing::HasSubstr("reachable again after 1 min"),
-            "<3>a at plc:4840 fails: No", // and once more for the other reason
-            "<3>a at plc:4840 fails: No"
+            StartsWith("<3>a at plc:4840 fails: No "), // and once more for the other reason
+            StartsWith("<3>a at plc:4840 fails: No ")
         )
     );
 }

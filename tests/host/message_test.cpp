@@ -90,6 +90,7 @@ TEST(message, names_what_is_wrong) {
          "\"log[0].severity\""},
         {R"({"type": "sensor_scan_result"})", "\"sensor_id\" is missing"},
         {std::string(1'000'000, '['), "no JSON"}, // and no end of the stack
+        {R"({"a":"]\"]","b":)" + std::string(600, '[') + std::string(600, ']') + "}", "levels"},
     };
     for (const auto& [text, problem] : rows) {
         expect_error(
