@@ -23,7 +23,9 @@ include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
 check_pie_supported()
 check_cxx_compiler_flag(-fcf-protection=full OPCUA_HAS_CF_PROTECTION)
-check_cxx_compiler_flag(-mbranch-protection=standard OPCUA_HAS_BRANCH_PROTECTION) # the same on ARM
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+    check_cxx_compiler_flag(-mbranch-protection=standard OPCUA_HAS_BRANCH_PROTECTION) # the same
+endif()
 check_cxx_compiler_flag(-fstack-clash-protection OPCUA_HAS_STACK_CLASH_PROTECTION)
 target_compile_options(
     project_options

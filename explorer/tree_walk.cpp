@@ -206,7 +206,7 @@ void tree_walk::take_below(found_node& node, const browse_answer& answer) {
         }
     }
     // What is the plant's gets the room that there is.
-    std::ranges::stable_partition(below, [](const UA_ReferenceDescription* each) {
+    std::stable_partition(below.begin(), below.end(), [](const UA_ReferenceDescription* each) {
         return each->nodeId.nodeId.namespaceIndex != 0;
     });
     for (const UA_ReferenceDescription* reference : below) {

@@ -249,7 +249,9 @@ void module_reader::require_same_trust(const yaml_value& node, const scan_module
         const auto found = of.settings.find(key);
         return found == of.settings.end() ? std::string{} : found->second;
     };
-    for (const auto& [name, other] : modules_) {
+    for (const auto& entry : modules_) {
+        const std::string& name = entry.first;
+        const known_module& other = entry.second;
         if (!other.usable || added.trust == other.usable->trust) {
             continue;
         }
