@@ -106,7 +106,9 @@ TEST_F(probe_yaml, tells_where_something_is_wrong) {
              {with_sensor + "{module: pump, target: a}\n  - {module: pump, target: A}",
               "another sensor"},
              {"modules: {\"a\\0b\": {kind: pump_senser}}", "a\\x00b.kind: there is no such sensor"},
-             {"workers: 2\nworkers: 2", "twice"}}) {
+             {"workers: 2\nworkers: 2", "twice"},
+             {"workers: 2\n---\nworkers: 3", "probe.yaml:2: a second document begins here"},
+             {", workers: 2", "probe.yaml:1: this cannot stand here"}}) {
         expect_mistake(text, problem);
     }
 }
