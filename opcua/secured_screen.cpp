@@ -9,7 +9,8 @@ namespace tarvik::monitoring_modules::opcua {
 namespace {
 
 // The policy's function learns of the channel's keys, and of nothing that leads to the client.
-[[gnu::tls_model("initial-exec")]] thread_local secured_screen* current = nullptr;
+// NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables)
+[[gnu::tls_model("initial-exec")]] thread_local const secured_screen* current = nullptr;
 
 } // namespace
 
