@@ -17,19 +17,28 @@ namespace {
 using namespace std::chrono_literals;
 using clock = std::chrono::steady_clock;
 
-TEST(back_off, doubles_with_jitter_between_one_second_and_one_minute) {
-    back_off one{"one"};
-    back_off other{"other"};
-    bool differs = false;
-    for (const std::chrono::milliseconds middle : {1s, 2s, 4s, 8s, 16s, 32s, 60s, 60s, 60s}) {
-        const auto wait = one.fail();
-        differs = other.fail() != wait || differs;
-        EXPECT_GE(wait, std::max<std::chrono::milliseconds>(1s, middle * 3 / 4));
-        EXPECT_LE(wait, std::min<std::chrono::milliseconds>(60s, middle * 5 / 4));
+TEST(back_off, doubles_with_jitter_until_two_intervals_would_not_suffice) {
+    using middles = std::vector<std::chrono::milliseconds>;
+    for (const auto& [interval, expected] :
+         std::vector<std::pair<std::chrono::milliseconds, middles>>{
+             {1ms, {1s, 2s, 4s, 8s, 8s}}, // 10 s at most
+             {6s, {1s, 2s, 4s, 8s, 9s, 9s}},
+             {10s, {1s, 2s, 4s, 8s, 15s, 15s}},
+             {30s, {1s, 2s, 4s, 8s, 16s, 32s, 45s, 45s}},
+             {24h, {1s, 2s, 4s, 8s, 16s, 32s, 48s, 48s, 48s}}}) { // 60 s at most
+        back_off one{"one"};
+        back_off other{"other"};
+        bool differs = false;
+        for (const std::chrono::milliseconds middle : expected) {
+            const auto wait = one.fail(interval);
+            differs = other.fail(interval) != wait || differs;
+            EXPECT_GE(wait, std::max<std::chrono::milliseconds>(1s, middle * 3 / 4));
+            EXPECT_LE(wait, middle * 5 / 4);
+        }
+        EXPECT_TRUE(differs);
+        one.succeed();
+        EXPECT_LE(one.fail(interval), 1250ms);
     }
-    EXPECT_TRUE(differs);
-    one.succeed();
-    EXPECT_LE(one.fail(), 1250ms);
 }
 
 TEST(connection_fault, tells_servers_from_networks_from_settings) {
