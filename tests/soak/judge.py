@@ -121,7 +121,6 @@ class Judge:
             lanes[number] = max(lanes[number], sensor["last_scan"] or 0)
             self.see_sensor(number, who, sensor)
         for number, last in lanes.items():
-            self.judged["lane"] += 1
             server = self.servers[number]
             calm = not server.active and not server.awaited
             allowed = settings.VALUE_INTERVAL * 2 + self.slow(now) if calm else \
