@@ -244,9 +244,10 @@ bool print_scale(const plant_farm& farm, const scale_size& size) {
     bare_fleet bare{ports}; // not while the probe connects, too
     const double late_before = late_scans(probe.get("/metrics"));
     const double memory_before = probe.resident_mib();
-    print_scans(farm, probe, bare, size.window / 2);
+    const clock::duration half = clock::duration{size.window} / 2;
+    print_scans(farm, probe, bare, half);
     const double memory_of_scans = probe.resident_mib();
-    print_requests(farm, probe, bare, size.window / 2);
+    print_requests(farm, probe, bare, half);
     const std::string metrics = probe.get("/metrics");
     const double late = late_scans(metrics) - late_before;
     std::printf(
