@@ -122,23 +122,26 @@ options parsed(int argc, char** argv) {
     return found;
 }
 
+bool run_scale(const tarvik::bench::scale_size& size) {
+    const own_state state;
+    const tarvik::bench::plant_farm farm = [&size] {
+        // Apart from the probe, unless they are so many that they need all cores for themselves.
+        constexpr std::size_t few = 100;
+        std::optional<tarvik::bench::placement> apart;
+        if (size.servers <= few) {
+            apart.emplace(tarvik::bench::other_cores());
+        }
+        return tarvik::bench::plant_farm{};
+    }();
+    return tarvik::bench::print_scale(farm, size);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     auto [pinned, smoke, scale, arguments] = parsed(argc, argv);
     if (scale) {
-        const own_state state;
-        const tarvik::bench::plant_farm farm = [servers = scale->servers] {
-            // Apart from the probe, unless they are so many that they need all cores for
-            // themselves.
-            constexpr std::size_t few = 100;
-            std::optional<tarvik::bench::placement> apart;
-            if (servers <= few) {
-                apart.emplace(tarvik::bench::other_cores());
-            }
-            return tarvik::bench::plant_farm{};
-        }();
-        return tarvik::bench::print_scale(farm, *scale) ? 0 : 1;
+        return run_scale(*scale) ? 0 : 1;
     }
     // Short and many: subject and baseline then meet the same disturbances of the machine.
     char min_time[] = "--benchmark_min_time=0.005";
