@@ -136,6 +136,24 @@ bool run_scale(const tarvik::bench::scale_size& size) {
     return tarvik::bench::print_scale(farm, size);
 }
 
+/// What no benchmark of the library can tell.
+/// @return whether everything worked; goals aside
+bool print_reports(const tarvik::bench::plant_farm& farm, bool pinned, bool smoke) {
+    bool good = tarvik::bench::print_memory_per_sensor(smoke ? 10 : 1000);
+    good = tarvik::bench::print_plugin_calls(smoke ? 3 : 101) && good;
+    if (!pinned) {
+        good =
+            tarvik::bench::print_fleet(farm, smoke ? small_fleet : tarvik::bench::fleet_size{}) &&
+            good;
+        good = tarvik::bench::print_exporter(
+                   farm, smoke ? small_exporter : tarvik::bench::exporter_size{}
+               ) &&
+               good;
+        good = (!smoke || tarvik::bench::print_scale(farm, small_scale)) && good;
+    }
+    return good;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -177,17 +195,5 @@ int main(int argc, char** argv) {
     if (!benchmark::GetBenchmarkFilter().empty()) {
         return 0;
     }
-    bool good = tarvik::bench::print_memory_per_sensor(smoke ? 10 : 1000);
-    good = tarvik::bench::print_plugin_calls(smoke ? 3 : 101) && good;
-    if (!pinned) {
-        good =
-            tarvik::bench::print_fleet(farm, smoke ? small_fleet : tarvik::bench::fleet_size{}) &&
-            good;
-        good = tarvik::bench::print_exporter(
-                   farm, smoke ? small_exporter : tarvik::bench::exporter_size{}
-               ) &&
-               good;
-        good = (!smoke || tarvik::bench::print_scale(farm, small_scale)) && good;
-    }
-    return good ? 0 : 1;
+    return print_reports(farm, pinned, smoke) ? 0 : 1;
 }
