@@ -69,8 +69,8 @@ Examples:
 
 constexpr const char* notify_footer = R"(
 
-The last line tells whether the value was written, and if not, why; before it stand the log lines that the module
-collected on the way. With --format json the response has the members "status" ("done", "failed", "refused"),
+The last line tells whether the value was written, and if not, why; before it stand the module's warnings and errors, or
+what --log-level asks for. With --format json the response has the members "status" ("done", "failed", "refused"),
 "written" and, when the value was not written, "reason".
 
 Examples:
@@ -131,8 +131,8 @@ void add_notify(CLI::App& program, any_command& chosen) {
     add_option(command, "--timeout", content.timeout, "SECONDS", "Longest time; default: 5")
         ->check(CLI::Range(1, 4'294'967));
     add_format_option(command, notify.format);
-    constexpr const char* level = "Collect log lines up to this level, default all: "
-                                  "error, warning, info, debug, or 0 to 7";
+    constexpr const char* level = "Show log lines up to this level: error, warning (default), "
+                                  "info, debug, or 0 to 7";
     add_level_option(command, notify.log.level, level);
     command.footer(std::string{settings_help} + notify_footer);
 }

@@ -59,7 +59,7 @@ struct notify_options {
     connection_arguments connection;
     notification content;
     output_format format = output_format::table;
-    log_arguments log; ///< the level: of the lines that the module collects; nothing: all
+    log_arguments log; ///< the level: of the lines that the module collects; nothing: warning
 };
 
 struct info_options {
