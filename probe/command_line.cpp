@@ -181,7 +181,7 @@ void add_general_options(CLI::App& program, command_line& to) {
 
 } // namespace
 
-command_line parse_command_line(int count, const char* const* arguments) {
+command_line parse_command_line(int count, const char* const* arguments, std::string& help) {
     command_line line;
     CLI::App program;
     add_general_options(program, line);
@@ -197,6 +197,11 @@ command_line parse_command_line(int count, const char* const* arguments) {
     add_serve(program, line.command);
     add_trust(program, line.command);
     add_certificate(program, line.command);
+    for (CLI::App* const command : program.get_subcommands({})) {
+        command->preparse_callback([&help, command](std::size_t) {
+            help = "opcua-probe " + command->get_name() + " --help";
+        });
+    }
     try {
         program.parse(count, arguments);
     } catch (const CLI::Success& asked) { // for help or version

@@ -99,7 +99,10 @@ struct command_line {
     any_command command;
 };
 
+/// @param help becomes the call that explains the command, "opcua-probe serve --help", even when
+/// this throws
 /// @throws probe_error (usage)
-[[nodiscard]] command_line parse_command_line(int count, const char* const* arguments);
+[[nodiscard]] command_line
+parse_command_line(int count, const char* const* arguments, std::string& help);
 
 } // namespace tarvik::monitoring_modules::probe

@@ -215,7 +215,8 @@ run_command(const command_line& line, const Options& options, clock::time_point 
 }
 
 [[nodiscard]] int run(int count, const char* const* arguments, clock::time_point start) {
-    const command_line line = parse_command_line(count, arguments);
+    std::string help; // has no place in a plugin's answer
+    const command_line line = parse_command_line(count, arguments, help);
     if (const auto* scan = std::get_if<scan_options>(&line.command)) {
         return run_command(line, *scan, start);
     }
