@@ -16,6 +16,15 @@ namespace {
     return mark.is_null() ? config_place{file} : config_place{file, mark.line + 1, mark.column};
 }
 
+/// @return "100ms", "24h": as people write it
+[[nodiscard]] std::string time_text(std::chrono::milliseconds time) {
+    using namespace std::chrono;
+    using namespace std::chrono_literals;
+    return time % hours{1} == 0ms     ? std::to_string(time / hours{1}) + "h"
+           : time % seconds{1} == 0ms ? std::to_string(time / seconds{1}) + "s"
+                                      : std::to_string(time.count()) + "ms";
+}
+
 } // namespace
 
 yaml_value::yaml_value(const YAML::Node& node, config_report& report, config_remark remark)
@@ -134,8 +143,8 @@ yaml_value::duration(std::chrono::milliseconds shortest, std::chrono::millisecon
     if (!seconds || !(*seconds * 1000 >= static_cast<double>(shortest.count())) ||
         !(*seconds * 1000 <= static_cast<double>(longest.count()))) {
         fail(
-            "expected a time from " + std::to_string(shortest.count()) + "ms to " +
-            std::to_string(longest.count() / 1000) + "s, such as 10s"
+            "expected a time from " + time_text(shortest) + " to " + time_text(longest) +
+            ", such as 10s"
         );
     }
     return std::chrono::milliseconds{std::llround(*seconds * 1000)};

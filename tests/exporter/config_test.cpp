@@ -101,7 +101,7 @@ TEST_F(probe_yaml, tells_where_something_is_wrong) {
               "module; did you mean pump?"},
              {with_sensor + "{module: pump, target: 'http://a'}",
               "sensors[0].target: http://: servers are reached by opc.tcp:// only"},
-             {with_sensor + "{module: pump, target: a, interval: 1ms}", "from 100ms"},
+             {with_sensor + "{module: pump, target: a, interval: 1ms}", "from 100ms to 24h"},
              {with_sensor + "{module: pump, target: a, interval: nan}", "from 100ms"},
              {with_sensor + "{module: pump, target: a}\n  - {module: pump, target: A}",
               "another sensor"},
