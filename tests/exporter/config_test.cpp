@@ -1,6 +1,5 @@
 // The configuration of `serve`: what it makes of right files, and what it says about wrong ones.
 
-#include "exporter/target_path.hpp"
 #include "tests/exporter/config_fixture.hpp"
 
 #include <cstdlib>
@@ -121,23 +120,6 @@ TEST_F(probe_yaml, names_no_secret_in_an_error) {
         const auto made =
             reading("modules: {a: {kind: pump_sensor, settings: {way: user, pin: " + text + "}}}");
         EXPECT_THAT(made.mistakes, testing::ElementsAre(Not(HasSubstr("123456789"))));
-    }
-}
-
-TEST(target_path, is_the_one_of_the_settings_or_none) {
-    scan_module with;
-    with.settings["credentials.connection_opcua.server_name"] = "/UA/Line";
-    const scan_module without;
-    for (const auto& [path, fits_with, fits_without] :
-         std::vector<std::tuple<const char*, bool, bool>>{
-             {"", true, true},
-             {"UA/Line", true, false},
-             {"UA", false, false},
-             {"UA/Line/2", false, false},
-             {"ua/line", false, false}}) {
-        const server_address server{"plc", 4840, path};
-        EXPECT_EQ(has_path_of(with, server), fits_with) << path;
-        EXPECT_EQ(has_path_of(without, server), fits_without) << path;
     }
 }
 
