@@ -287,7 +287,7 @@ TEST_F(connection_test, lets_sensors_go_while_others_are_scanned) {
         answer.wait();
     }
     connection_.remove(std::nullopt);
-    EXPECT_TRUE(comes_true_soon([this] { return connection_.empty(); }));
+    EXPECT_TRUE(comes_true([this] { return connection_.empty(); }));
     ended = true;
     scans.join();
 }

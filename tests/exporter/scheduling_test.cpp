@@ -79,7 +79,7 @@ class counting_task final : public timed_task {
 };
 
 [[nodiscard]] bool opens(const std::latch& latch) {
-    return comes_true_soon([&latch] { return latch.try_wait(); });
+    return comes_true([&latch] { return latch.try_wait(); });
 }
 
 /// A pool with tasks that are lambdas; ends before what they refer to, when it is declared after
@@ -101,7 +101,7 @@ class pool_of_lambdas final {
         EXPECT_TRUE(waits(threads));
     }
     [[nodiscard]] bool waits(std::size_t threads) const {
-        return comes_true_soon([&] { return pool.idle() == threads; });
+        return comes_true([&] { return pool.idle() == threads; });
     }
     std::shared_ptr<counting_task> wake(clock::time_point due, std::function<void()> work) {
         tasks.push_back(std::make_shared<counting_task>(due, std::move(work)));
@@ -220,7 +220,7 @@ class scheduler_test : public testing::Test {
   protected:
     [[nodiscard]] testing::AssertionResult
     comes(const std::string& call, std::ptrdiff_t count = 1) const {
-        if (comes_true_soon([&] { return module_.count(call) >= count; })) {
+        if (comes_true([&] { return module_.count(call) >= count; })) {
             return testing::AssertionSuccess();
         }
         return testing::AssertionFailure() << "nobody was woken for \"" << call << "\": it came "

@@ -205,19 +205,19 @@ TEST_F(sensor_states, follow_changed_rules_with_the_session_that_is_there) {
     };
     sensor_plan plan = plan_of("a", std::chrono::hours{24}); // nobody waits for its interval
     scans.apply({plan});
-    EXPECT_TRUE(comes_true_soon([&] { return state() == sensor_state::ok; }));
+    EXPECT_TRUE(comes_true([&] { return state() == sensor_state::ok; }));
     plan.rules.channels = {range(critical, "Speed", "80")};
     scans.apply({plan});
-    EXPECT_TRUE(comes_true_soon([&] { return state() == sensor_state::error; }));
+    EXPECT_TRUE(comes_true([&] { return state() == sensor_state::error; }));
     plan.rules = {{}, {{"*", channel_state::warning}}, true};
     scans.apply({plan});
-    EXPECT_TRUE(comes_true_soon([&] { return state() == sensor_state::warning; }));
+    EXPECT_TRUE(comes_true([&] { return state() == sensor_state::warning; }));
     scans.apply({plan});
     EXPECT_EQ(module_.count("create a"), 1);
     EXPECT_EQ(module_.count("destroy a"), 0);
     plan.interval *= 2;
     scans.apply({plan});
-    EXPECT_TRUE(comes_true_soon([&] { return module_.count("destroy a") == 1; }));
+    EXPECT_TRUE(comes_true([&] { return module_.count("destroy a") == 1; }));
     EXPECT_TRUE(scans.stop(std::chrono::steady_clock::now() + std::chrono::seconds{10}));
 }
 

@@ -5,6 +5,7 @@
 #include "opcua/client/endpoint_list.hpp"
 #include "opcua/connect_watch.hpp"
 #include "tests/opcua/secured_settings.hpp"
+#include "tests/support/patience.hpp"
 #include "tests/support/scripted_peer.hpp"
 
 #include <chrono>
@@ -197,11 +198,7 @@ TEST(refused_login, leaves_no_session_however_often_it_is_tried) {
         }
     }
     // The last goodbye may still be under way.
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{10};
-    while (server->session_count() > 0 && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds{5});
-    }
-    EXPECT_EQ(server->session_count(), 0U);
+    EXPECT_TRUE(comes_true([&] { return server->session_count() == 0; }));
     logged_client right{with_user(settings_for(*server), "password1")};
     EXPECT_EQ(error_of([&] { right.read(tank_level); }), "no error");
     EXPECT_EQ(server->session_count(), 1U);
@@ -224,20 +221,16 @@ TEST_F(bad_server, keeps_few_sessions_that_nobody_uses) {
             EXPECT_NE(error_of([&] { checked->ensure_connected(); }), "no error");
         }
     }
-    const auto comes_down = [&](std::size_t count) {
-        const auto deadline = std::chrono::steady_clock::now() + 10s;
-        while (server->session_count() > count && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(20ms);
-        }
-        return server->session_count();
+    const auto comes_down_to = [&](std::size_t count) {
+        return comes_true([&] { return server->session_count() <= count; }, 10s);
     };
-    EXPECT_LE(comes_down(1), 1U);
+    EXPECT_TRUE(comes_down_to(1));
     peer.play({});
     logged_client works{settings, unfinished};
     EXPECT_EQ(error_of([&] { works.read(tank_level); }), "no error");
     EXPECT_EQ(works.lines("Session opened: "), 1);
     // Its session is a usual one: it outlives the short ones.
-    EXPECT_LE(comes_down(2), 2U);
+    EXPECT_TRUE(comes_down_to(2));
     std::this_thread::sleep_for(2500ms);
     EXPECT_EQ(error_of([&] { works.read(tank_level); }), "no error");
     EXPECT_EQ(works.lines("perform one retry"), 0);
