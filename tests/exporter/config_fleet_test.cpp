@@ -1,7 +1,6 @@
 // Configurations of many servers: all mistakes at once, several files, defaults, lists of targets,
 // labels.
 
-#include "exporter/config_defaults.hpp"
 #include "host/secret_file.hpp"
 #include "tests/exporter/config_fixture.hpp"
 
@@ -202,35 +201,6 @@ TEST_F(probe_yaml, reads_the_files_of_a_folder_in_the_order_of_their_names) {
         names_of(read(std::string{pump} + "include: conf.d\n")),
         ElementsAre("pump@a:4840", "pump@b:4840", "pump@c:4840", "pump@d:4840", "pump@e:4840")
     );
-}
-
-TEST_F(probe_yaml, takes_users_with_their_own_passwords_only) {
-    const placed_settings of_defaults = [&] {
-        config_report report;
-        const yaml_value place = *yaml_value::parse("a", report, report.add_file("f"));
-        placed_settings made;
-        for (const char* key :
-             {keys::user, keys::password, keys::certificate, keys::key, keys::security_mode}) {
-            made.emplace(key, placed_text{"default", place});
-        }
-        return made;
-    }();
-    const auto over = [&](const char* key) {
-        placed_settings own = of_defaults;
-        std::erase_if(own, [key](const auto& each) { return each.first != key; });
-        placed_settings all = of_defaults;
-        lay_over(all, own);
-        std::vector<std::string> left;
-        for (const auto& each : all) {
-            left.push_back(each.first.substr(each.first.rfind('.') + 1));
-        }
-        return left;
-    };
-    EXPECT_THAT(
-        over(keys::user), ElementsAre("client_certificate", "client_key", "security_mode", "user")
-    );
-    EXPECT_THAT(over(keys::key), ElementsAre("client_key", "security_mode", "password", "user"));
-    EXPECT_THAT(over(keys::security_mode), testing::SizeIs(5));
 }
 
 TEST_F(probe_yaml, names_the_file_of_a_mistake_in_what_is_included) {

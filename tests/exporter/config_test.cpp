@@ -1,5 +1,6 @@
 // The configuration of `serve`: what it makes of right files, and what it says about wrong ones.
 
+#include "exporter/config_defaults.hpp"
 #include "tests/exporter/config_fixture.hpp"
 
 #include <cstdlib>
@@ -10,6 +11,7 @@ namespace tarvik::monitoring_modules::probe {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -121,6 +123,37 @@ TEST_F(probe_yaml, names_no_secret_in_an_error) {
             reading("modules: {a: {kind: pump_sensor, settings: {way: user, pin: " + text + "}}}");
         EXPECT_THAT(made.mistakes, testing::ElementsAre(Not(HasSubstr("123456789"))));
     }
+    expect_mistake("%YAML 123456789", "bad YAML version");
+    EXPECT_THAT(reading("%YAML 123456789").mistakes.at(0), Not(HasSubstr("123456789")));
+}
+
+TEST_F(probe_yaml, takes_users_with_their_own_passwords_only) {
+    const placed_settings of_defaults = [&] {
+        config_report report;
+        const yaml_value place = *yaml_value::parse("a", report, report.add_file("f"));
+        placed_settings made;
+        for (const char* key :
+             {keys::user, keys::password, keys::certificate, keys::key, keys::security_mode}) {
+            made.emplace(key, placed_text{"default", place});
+        }
+        return made;
+    }();
+    const auto over = [&](const char* key) {
+        placed_settings own = of_defaults;
+        std::erase_if(own, [key](const auto& each) { return each.first != key; });
+        placed_settings all = of_defaults;
+        lay_over(all, own);
+        std::vector<std::string> left;
+        for (const auto& each : all) {
+            left.push_back(each.first.substr(each.first.rfind('.') + 1));
+        }
+        return left;
+    };
+    EXPECT_THAT(
+        over(keys::user), ElementsAre("client_certificate", "client_key", "security_mode", "user")
+    );
+    EXPECT_THAT(over(keys::key), ElementsAre("client_key", "security_mode", "password", "user"));
+    EXPECT_THAT(over(keys::security_mode), testing::SizeIs(5));
 }
 
 TEST(target_pattern, matches_parts_of_labels_only) {

@@ -74,12 +74,12 @@ TEST_F(server_trust, is_asked_with_null_where_there_is_no_certificate) {
 }
 
 TEST_F(server_trust, leaves_a_judge_alone_once_it_is_replaced) {
-    const ZunoServerTrust judge = [](void* user, const char*, const std::uint8_t*, std::uint32_t) {
+    const ZunoServerTrust good = [](void* user, const char*, const std::uint8_t*, std::uint32_t) {
         static_cast<replaced_offer*>(user)->use();
         return 0U;
     };
     expect_left_alone_once_replaced(
-        [judge](replaced_offer* to) { ZunoSetServerTrust(to == nullptr ? nullptr : judge, to); },
+        [good](replaced_offer* to) { ZunoSetServerTrust(to == nullptr ? nullptr : good, to); },
         [] { EXPECT_EQ(ask(), 0U); }
     );
 }
