@@ -2,6 +2,7 @@
 // labels.
 
 #include "host/secret_file.hpp"
+#include "host/settings_record.hpp"
 #include "tests/exporter/config_fixture.hpp"
 
 #include <tuple>
