@@ -1,12 +1,12 @@
 #include "bench/probe_process.hpp"
 
+#include "bench/cores.hpp"
 #include "bench/memory_report.hpp"
 #include <arpa/inet.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 
 #include <fcntl.h>
-#include <sched.h>
 #include <signal.h>
 #include <spawn.h>
 #include <unistd.h>
@@ -105,9 +105,7 @@ probe_process::probe_process(const std::string& configuration) {
     folder_ = folder;
     std::ofstream{folder_ + "/probe.yaml"} << configuration;
     const int line = start(folder_ + "/probe.yaml", child_);
-    cpu_set_t cores;
-    CPU_ZERO(&cores);
-    CPU_SET(0, &cores);
+    const cpu_set_t cores = first_core();
     sched_setaffinity(child_, sizeof cores, &cores);
     port_ = read_port(line); // the pipe stays open: the program may write on
     if (port_ == 0) {

@@ -1,19 +1,17 @@
 #include "bench/scale_bench.hpp"
 
-#include "bench/bare_client.hpp"
+#include "bench/bare_fleet.hpp"
 #include "bench/metrics_text.hpp"
 #include "bench/probe_process.hpp"
 #include "bench/report.hpp"
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <future>
-#include <memory>
-#include <span>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace tarvik::bench {
@@ -23,16 +21,13 @@ namespace {
 using clock = std::chrono::steady_clock;
 using milliseconds = std::chrono::duration<double, std::milli>;
 
-constexpr auto values = std::span{node_ids}.first<10>();
-constexpr int scrapes = 11;
-
 std::string configuration(const std::vector<std::uint16_t>& ports, const scale_size& size) {
     std::string text = "listen: {port: 0}\n"
                        "modules:\n"
                        "  plant:\n"
                        "    kind: custom_sensor\n"
                        "    channels:\n";
-    for (const char* const node : values) {
+    for (const char* const node : fleet_values) {
         text += "      - \"" + std::string{node} + "\"\n";
     }
     text += "sensors:\n";
@@ -44,78 +39,12 @@ std::string configuration(const std::vector<std::uint16_t>& ports, const scale_s
     return text;
 }
 
-double cpu_of_this_thread() {
-    rusage usage{};
-    getrusage(RUSAGE_THREAD, &usage);
-    const auto seconds = [](const timeval& time) {
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-    };
-    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-/// A client of the stack for each server, and what its Reads cost, from server to server as the
-/// probe goes.
-class bare_fleet final {
-  public:
-    explicit bare_fleet(const std::vector<std::uint16_t>& ports) {
-        for (const std::uint16_t port : ports) {
-            clients_.push_back(std::make_unique<bare_client>(
-                channel_security::none, port, std::initializer_list<read_nodes>{values}
-            ));
-        }
-    }
-
-    /// Microseconds of CPU for a Read.
-    struct costs {
-        double in_a_row;
-        double alone; ///< with a pause before it, as a scan has when its moment has come
-    };
-
-    /// Goes on for so long, and reads during a fifth of the time.
-    [[nodiscard]] costs measure(clock::duration window) {
-        constexpr std::chrono::milliseconds period{200};
-        constexpr std::chrono::milliseconds pause{2};
-        constexpr auto share = period / 10;
-        const auto end = clock::now() + window;
-        tally row;
-        tally singles;
-        for (auto next = clock::now(); next < end; next += period) {
-            std::this_thread::sleep_until(next);
-            count_reads(row, next + share, clock::duration{0});
-            count_reads(singles, next + 2 * share, pause);
-        }
-        return {row.each_us(), singles.each_us()};
-    }
-
-    [[nodiscard]] bool good() const { return good_; }
-    [[nodiscard]] std::uint64_t reads() const { return next_; }
-
-  private:
-    struct tally {
-        double cpu = 0;
-        std::uint64_t reads = 0;
-        [[nodiscard]] double each_us() const { return cpu * 1e6 / static_cast<double>(reads); }
-    };
-
-    void count_reads(tally& to, clock::time_point end, clock::duration pause) {
-        const double before = cpu_of_this_thread();
-        while (clock::now() < end) {
-            if (pause > clock::duration{0}) {
-                std::this_thread::sleep_for(pause);
-            }
-            good_ = clients_[next_++ % clients_.size()]->read() && good_;
-            ++to.reads;
-        }
-        to.cpu += cpu_of_this_thread() - before;
-    }
-
-    std::vector<std::unique_ptr<bare_client>> clients_;
-    std::size_t next_ = 0;
-    bool good_ = true;
-};
-
 const char* verdict(bool met) {
     return met ? "" : "  <-- missed";
+}
+
+double late_scans(const std::string& metrics) {
+    return sum_of(metrics, "opcua_probe_late_scans_total");
 }
 
 /// @return whether every sensor has values now
@@ -136,47 +65,63 @@ bool wait_for_values(const probe_process& probe, const scale_size& size) {
     return true;
 }
 
-void print_scans(
-    const plant_farm& farm, const probe_process& probe, bare_fleet& bare, const scale_size& size
+/// What the probe did in a stretch of time.
+struct probe_work {
+    double seconds;
+    double cpu;
+    double scans;
+    double switches; ///< of context
+};
+
+template <typename Work>
+probe_work work_during(
+    const plant_farm& farm, const probe_process& probe, bare_fleet& bare, const Work& work
 ) {
-    const std::string before = probe.get("/metrics");
     // Each scan is one Read: asking for metrics takes too long to count within the same time.
     const auto count_scans = [&] { return farm.read_requests() - bare.reads(); };
-    const auto scans_before = count_scans();
+    const auto scans = count_scans();
     const double cpu = probe.cpu_seconds();
     const auto switches = probe.context_switches();
     const auto start = clock::now();
-    const auto [in_a_row, alone] = bare.measure(size.window);
-    const double used = probe.cpu_seconds() - cpu;
-    const double passed = std::chrono::duration<double>(clock::now() - start).count();
-    const auto switched = static_cast<double>(probe.context_switches() - switches);
-    const auto scans = static_cast<double>(count_scans() - scans_before);
-    const std::string after = probe.get("/metrics");
-    const double late_before = sum_of(before, "opcua_probe_late_scans_total");
-    const double late = sum_of(after, "opcua_probe_late_scans_total") - late_before;
-    const double scan_us = used * 1e6 / scans;
-    const double ratio = scan_us / in_a_row;
+    work();
+    return {
+        std::chrono::duration<double>(clock::now() - start).count(),
+        probe.cpu_seconds() - cpu,
+        static_cast<double>(count_scans() - scans),
+        static_cast<double>(probe.context_switches() - switches)};
+}
+
+void print_work(const char* when, const probe_work& done) {
     std::printf(
-        "  scans: %.0f in %.0f s, %.0f of them late (goal: none)%s; at the start %.0f\n"
-        "  CPU: %.2f s, %.1f %% of one core (goal 25)%s\n"
+        "  %s: %.0f scans in %.0f s, %.2f s of CPU, %.1f %% of one core (goal 25)%s\n",
+        when,
+        done.scans,
+        done.seconds,
+        done.cpu,
+        100 * done.cpu / done.seconds,
+        verdict(done.cpu < done.seconds / 4)
+    );
+}
+
+void print_scans(
+    const plant_farm& farm, const probe_process& probe, bare_fleet& bare, clock::duration window
+) {
+    bare_fleet::costs read{};
+    const probe_work done = work_during(farm, probe, bare, [&] { read = bare.measure(window); });
+    print_work("nobody asks", done);
+    const double scan_us = done.cpu * 1e6 / done.scans;
+    const double ratio = scan_us / read.in_a_row;
+    std::printf(
         "  a scan: %.0f us of CPU, %.1f context switches; a bare Read: %.0f us; ratio %.2f (goal 3)"
         "%s\n"
         "  a bare Read after a pause: %.0f us; ratio %.2f\n",
-        scans,
-        passed,
-        late,
-        verdict(late == 0),
-        late_before,
-        used,
-        100 * used / passed,
-        verdict(used < passed / 4),
         scan_us,
-        switched / scans,
-        in_a_row,
+        done.switches / done.scans,
+        read.in_a_row,
         ratio,
         verdict(ratio <= 3),
-        alone,
-        scan_us / alone
+        read.alone,
+        scan_us / read.alone
     );
 }
 
@@ -198,48 +143,79 @@ double longest_gap_ms(const plant_farm& farm, const Work& work) {
     return longest;
 }
 
-void print_gaps(const plant_farm& farm, const probe_process& probe, const char* path) {
-    std::vector<double> times;
-    std::vector<double> gaps;
-    std::vector<double> quiet_gaps;
-    std::string answer;
-    for (int i = 0; i < scrapes; ++i) {
-        const auto start = clock::now();
+/// Asks for one path now and then, and keeps what that took.
+class asked_path final {
+  public:
+    explicit asked_path(std::string path) : path_{std::move(path)} {}
+
+    /// @return how long the answer took
+    clock::duration ask(const plant_farm& farm, const probe_process& probe) {
         auto took = clock::duration{};
-        gaps.push_back(longest_gap_ms(farm, [&] {
-            answer = probe.get(path);
-            took = clock::now() - start;
-        }));
-        times.push_back(milliseconds{took}.count());
-        quiet_gaps.push_back(longest_gap_ms(farm, [&] { std::this_thread::sleep_for(took); }));
+        gap_ = std::max(gap_, longest_gap_ms(farm, [&] {
+                            const auto start = clock::now();
+                            answer_ = probe.get(path_);
+                            took = clock::now() - start;
+                        }));
+        times_.push_back(milliseconds{took}.count());
+        return took;
     }
-    std::printf(
-        "  %s: %.1f MiB in %.0f ms; longest time without a scan meanwhile: %.0f ms, of %d requests "
-        "(goal 100)%s; without a request: %.0f ms\n",
-        path,
-        static_cast<double>(answer.size()) / 1024 / 1024,
-        median(times),
-        *std::ranges::max_element(gaps),
-        scrapes,
-        verdict(*std::ranges::max_element(gaps) < 100),
-        *std::ranges::max_element(quiet_gaps)
-    );
+
+    [[nodiscard]] const std::string& answer() const { return answer_; }
+
+    void print() const {
+        std::printf(
+            "  %s: %.1f MiB in %.0f ms, at most %.0f ms of %zu times; longest time without a scan "
+            "meanwhile: %.0f ms (goal 100)%s\n",
+            path_.c_str(),
+            static_cast<double>(answer_.size()) / 1024 / 1024,
+            median(times_),
+            *std::ranges::max_element(times_),
+            times_.size(),
+            gap_,
+            verdict(gap_ < 100)
+        );
+    }
+
+  private:
+    std::string path_;
+    std::string answer_;
+    std::vector<double> times_;
+    double gap_ = 0;
+};
+
+/// @return the path of what a page gets that is open
+std::string update_after(const std::string& state) {
+    const std::string mark = "\"revision\":";
+    const std::size_t at = state.find(mark) + mark.size();
+    return "/api/state?since=" + state.substr(at, state.find_first_of(",}", at) - at);
 }
 
-/// What a page gets that is open, each two seconds.
-void print_update(const probe_process& probe) {
-    const std::string mark = "\"revision\":";
-    const std::string all = probe.get("/api/state");
-    const std::size_t at = all.find(mark) + mark.size();
+/// Somebody collects the metrics and somebody opens the page, again and again.
+void print_requests(
+    const plant_farm& farm, const probe_process& probe, bare_fleet& bare, clock::duration window
+) {
+    constexpr int rounds = 4; // each 15 s, as Prometheus mostly does, when there is a minute
+    asked_path metrics{"/metrics"};
+    asked_path page{"/api/state"};
+    double quiet_gap = 0;
+    const auto end = clock::now() + window;
+    const probe_work done = work_during(farm, probe, bare, [&] {
+        for (int i = rounds - 1; i >= 0; --i) {
+            const auto took = metrics.ask(farm, probe) + page.ask(farm, probe);
+            const auto pause = [&] { std::this_thread::sleep_for(took / 2); };
+            quiet_gap = std::max(quiet_gap, longest_gap_ms(farm, pause));
+            std::this_thread::sleep_until(end - i * window / rounds);
+        }
+    });
+    print_work("both are asked for, four times", done);
+    metrics.print();
+    page.print();
+    std::printf("  longest time without a scan while nobody asks: %.0f ms\n", quiet_gap);
+    asked_path update{update_after(probe.get("/api/state"))};
     std::this_thread::sleep_for(std::chrono::seconds{2});
-    const auto start = clock::now();
-    const std::string update =
-        probe.get("/api/state?since=" + all.substr(at, all.find_first_of(",}", at) - at));
-    std::printf(
-        "  an update of the page after 2 s: %.1f MiB in %.0f ms\n",
-        static_cast<double>(update.size()) / 1024 / 1024,
-        milliseconds{clock::now() - start}.count()
-    );
+    update.ask(farm, probe);
+    update.print();
+    std::printf("  series: %zu\n", series_of(metrics.answer()));
 }
 
 } // namespace
@@ -255,7 +231,7 @@ bool print_scale(const plant_farm& farm, const scale_size& size) {
         "\nopcua-probe serve: %zu sensors of %zu values on %zu servers, each scanned every %.1f s\n"
         "\n  servers, all in one process with a thread each: %.0f MiB\n",
         sensors,
-        values.size(),
+        fleet_values.size(),
         size.servers,
         std::chrono::duration<double>(size.interval).count(),
         farm.resident_mib()
@@ -266,16 +242,22 @@ bool print_scale(const plant_farm& farm, const scale_size& size) {
         return false;
     }
     bare_fleet bare{ports}; // not while the probe connects, too
-    print_scans(farm, probe, bare, size);
-    const double before_requests = probe.resident_mib();
-    print_gaps(farm, probe, "/metrics");
-    print_gaps(farm, probe, "/api/state");
-    print_update(probe);
+    const double late_before = late_scans(probe.get("/metrics"));
+    const double memory_before = probe.resident_mib();
+    const clock::duration half = clock::duration{size.window} / 2;
+    print_scans(farm, probe, bare, half);
+    const double memory_of_scans = probe.resident_mib();
+    print_requests(farm, probe, bare, half);
     const std::string metrics = probe.get("/metrics");
+    const double late = late_scans(metrics) - late_before;
     std::printf(
-        "  series: %zu\n  memory: %.0f MiB, after these requests %.0f MiB (goal 1024)%s\n",
-        series_of(metrics),
-        before_requests,
+        "  scans that began late: %.0f (goal: none)%s; at the start %.0f\n"
+        "  memory: %.0f MiB, after the scans %.0f MiB, after the requests %.0f MiB (goal 1024)%s\n",
+        late,
+        verdict(late == 0),
+        late_before,
+        memory_before,
+        memory_of_scans,
         probe.resident_mib(),
         verdict(probe.resident_mib() < 1024)
     );

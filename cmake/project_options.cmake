@@ -60,6 +60,7 @@ if(OPCUA_FUZZ)
     target_compile_options(
         project_options INTERFACE -fsanitize=fuzzer-no-link
                                   $<$<COMPILE_LANGUAGE:CXX>:-fconstexpr-steps=100000000>
+                                  -fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/clang_ignore.txt
     )
 endif()
 if(CMAKE_UNITY_BUILD)

@@ -272,7 +272,13 @@ exit_code run(const command_context& context, const init_options& options) {
         throw probe_error{exit_code::error, "There is no sensor to write"};
     }
     config_plan plan = maker.plan();
-    plan.comments.insert(plan.comments.begin(), "Made by opcua-probe init, for opcua-probe serve.");
+    plan.comments.insert(
+        plan.comments.begin(),
+        {"Made by opcua-probe init, for opcua-probe serve.",
+         "The page is at port 9840 of this machine; where the installed service has it, at "
+         "another:",
+         "listen: {port: 9841}"}
+    );
     write(context, options, plan);
     return code;
 }

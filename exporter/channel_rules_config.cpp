@@ -25,6 +25,9 @@ struct known_channels {
 
 [[nodiscard]] known_channels
 known_of(const std::string& kind, const settings& values, const module_document& document) {
+    if (kind.empty()) { // which of them there are is not known
+        return {};
+    }
     if (kind != custom_sensor) {
         return {{}, document.channel_names(), !document.channel_names().empty(), false};
     }

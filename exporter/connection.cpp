@@ -10,6 +10,7 @@ namespace tarvik::monitoring_modules::probe {
 namespace {
 
 constexpr std::chrono::minutes kept_after_request{5};
+constexpr std::chrono::milliseconds no_haste = std::chrono::hours{1}; // has the longest waits
 
 } // namespace
 
@@ -100,7 +101,7 @@ void server_connection::run() noexcept {
         }
     } catch (const std::exception&) { // out of memory: perhaps not at the next time
         const std::lock_guard lock{mutex_};
-        next_attempt_ = context_.time.now() + back_off_.fail();
+        next_attempt_ = context_.time.now() + back_off_.fail(no_haste);
     }
 }
 
@@ -208,7 +209,7 @@ server_connection::settle(member& one, const scan_outcome& outcome, time_point s
         if (outcome.created) {
             one.creation.succeed();
         } else { // because of a wrong NodeID perhaps
-            one.next = context_.time.now() + one.creation.fail();
+            one.next = context_.time.now() + one.creation.fail(one.sensor.plan().interval);
         }
     }
     if (had_session != status_.session) {
@@ -248,7 +249,9 @@ void server_connection::become(connection_state state, const std::optional<senso
     status_.state = state;
     status_.fault = fault;
     if (fault) {
-        const auto wait = back_off_.fail();
+        // Servers lock users whose password is wrong again and again.
+        const bool haste = state != connection_state::bad_credentials;
+        const auto wait = back_off_.fail(haste ? shortest_interval() : no_haste);
         next_attempt_ = context_.time.now() + wait;
         status_.next_attempt = context_.time.wall() + wait;
     } else {
@@ -256,6 +259,15 @@ void server_connection::become(connection_state state, const std::optional<senso
         next_attempt_ = time_point::min();
         status_.next_attempt.reset();
     }
+}
+
+/// @return of the sensors that are scanned in their intervals
+std::chrono::milliseconds server_connection::shortest_interval() const {
+    std::chrono::milliseconds shortest = no_haste;
+    for (const auto& one : members_) {
+        shortest = one->expires ? shortest : std::min(shortest, one->sensor.plan().interval);
+    }
+    return shortest;
 }
 
 /// @return of sensors that are scanned in their intervals

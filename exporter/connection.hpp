@@ -61,6 +61,7 @@ class server_connection final : public timed_task {
     settle(member& one, const scan_outcome& outcome, time_point started);
     void plan_next(member& one, time_point started);
     void become(connection_state state, const std::optional<sensor_fault>& fault);
+    [[nodiscard]] std::chrono::milliseconds shortest_interval() const;
     [[nodiscard]] std::vector<std::string> names() const;
     void show_connection();
     [[nodiscard]] bool is_well() const;

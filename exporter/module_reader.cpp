@@ -118,17 +118,7 @@ std::optional<scan_module> module_reader::read_module(
         node.required("trust").warn("accepts every server, whoever it is");
     }
     module.targets = read_patterns(node);
-    const yaml_value kind = node.required("kind");
-    module.kind = kind.text();
-    if (!document_.sensors().empty() && document_.find_sensor(module.kind) == nullptr) {
-        std::vector<std::string> kinds;
-        std::ranges::transform(
-            document_.sensors(),
-            std::back_inserter(kinds),
-            [](const auto& each) { return each.kind; }
-        );
-        kind.fail("there is no such sensor" + did_you_mean(nearest_names(module.kind, kinds)));
-    }
+    module.kind = read_kind(node);
     read_channels(node, module);
     const settings_form form = settings_form::of_sensor(document_, module.kind);
     placed_settings given = defaults.settings_for(form);
@@ -153,10 +143,31 @@ std::optional<scan_module> module_reader::read_module(
     return module;
 }
 
+std::string module_reader::read_kind(const yaml_value& node) const {
+    std::string kind;
+    node.attempt([&] {
+        const yaml_value given = node.required("kind");
+        kind = given.text();
+        if (document_.sensors().empty() || document_.find_sensor(kind) != nullptr) {
+            return;
+        }
+        std::vector<std::string> kinds;
+        std::ranges::transform(
+            document_.sensors(),
+            std::back_inserter(kinds),
+            [](const auto& each) { return each.kind; }
+        );
+        const std::vector<std::string> meant = nearest_names(kind, kinds);
+        given.mistake("there is no such sensor" + did_you_mean(meant));
+        kind = meant.empty() ? "" : meant.front();
+    });
+    return kind;
+}
+
 void module_reader::read_channels(const yaml_value& node, scan_module& module) {
     const std::vector<yaml_value> channels = node.items_of("channels");
     const std::string message_node = node.text_of("message_node", "");
-    if (module.kind != "custom_sensor") {
+    if (module.kind != "custom_sensor" && !module.kind.empty()) {
         if (!channels.empty() || !message_node.empty()) {
             node.mistake("only a custom_sensor has channels and message_node");
         }

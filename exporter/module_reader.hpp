@@ -37,6 +37,9 @@ class module_reader final {
   private:
     [[nodiscard]] std::optional<scan_module>
     read_module(const yaml_value& node, const value_source& values, const config_defaults&);
+    /// @return the kind of which the rest is read, to tell all mistakes at once: for an unknown one
+    /// that which may be meant; empty when there is none
+    [[nodiscard]] std::string read_kind(const yaml_value& node) const;
     static void read_channels(const yaml_value& node, scan_module& module);
     [[nodiscard]] static placed_settings
     read_settings(const yaml_value& node, const settings_form& form, const value_source& values);

@@ -2,11 +2,13 @@
 
 #include "text/nearest_names.hpp"
 #include "text/number.hpp"
+#include <yaml-cpp/eventhandler.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <set>
+#include <sstream>
 
 namespace tarvik::monitoring_modules::probe {
 
@@ -14,6 +16,60 @@ namespace {
 
 [[nodiscard]] config_place place_of(std::size_t file, const YAML::Mark& mark) {
     return mark.is_null() ? config_place{file} : config_place{file, mark.line + 1, mark.column};
+}
+
+/// @return "100ms", "24h": as people write it
+[[nodiscard]] std::string time_text(std::chrono::milliseconds time) {
+    using namespace std::chrono;
+    using namespace std::chrono_literals;
+    return time % hours{1} == 0ms     ? std::to_string(time / hours{1}) + "h"
+           : time % seconds{1} == 0ms ? std::to_string(time / seconds{1}) + "s"
+                                      : std::to_string(time.count()) + "ms";
+}
+
+/// Notes where documents begin.
+class document_starts final : public YAML::EventHandler {
+  public:
+    [[nodiscard]] const std::vector<YAML::Mark>& marks() const noexcept { return marks_; }
+
+    void OnDocumentStart(const YAML::Mark& mark) override { marks_.push_back(mark); }
+    void OnDocumentEnd() override {}
+    void OnNull(const YAML::Mark&, YAML::anchor_t) override {}
+    void OnAlias(const YAML::Mark&, YAML::anchor_t) override {}
+    void
+    OnScalar(const YAML::Mark&, const std::string&, YAML::anchor_t, const std::string&) override {}
+    void OnSequenceStart(
+        const YAML::Mark&, const std::string&, YAML::anchor_t, YAML::EmitterStyle::value
+    ) override {}
+    void OnSequenceEnd() override {}
+    void OnMapStart(
+        const YAML::Mark&, const std::string&, YAML::anchor_t, YAML::EmitterStyle::value
+    ) override {}
+    void OnMapEnd() override {}
+
+  private:
+    std::vector<YAML::Mark> marks_;
+};
+
+/// @return what is wrong with a text that is not one document, and where
+[[nodiscard]] std::optional<std::pair<YAML::Mark, const char*>> what_follows(const std::string& text
+) {
+    // YAML::LoadAll takes a comma where none belongs for one empty document after the other, up to
+    // the end of the memory.
+    std::istringstream stream{text};
+    YAML::Parser parser{stream};
+    document_starts starts;
+    while (starts.marks().size() < 3 && parser.HandleNextDocument(starts)) {
+    }
+    const std::vector<YAML::Mark>& marks = starts.marks();
+    if (marks.size() < 2) {
+        return std::nullopt;
+    }
+    const bool stuck = std::ranges::adjacent_find(marks, {}, &YAML::Mark::pos) != marks.end();
+    return std::pair{
+        marks[1],
+        stuck ? "this cannot stand here"
+              : "a second document begins here; one file has one"}; // "---" would lose the rest
 }
 
 } // namespace
@@ -26,15 +82,12 @@ yaml_value::yaml_value(const YAML::Node& node, config_report& report, config_rem
 std::optional<yaml_value>
 yaml_value::parse(const std::string& text, config_report& report, std::size_t file) {
     try {
-        const std::vector<YAML::Node> documents = YAML::LoadAll(text);
-        const YAML::Node first = documents.empty() ? YAML::Node{} : documents.front();
-        const yaml_value whole{first, report, {place_of(file, first.Mark()), "", ""}};
-        if (documents.size() > 1) { // a line of "---" by which the rest would be lost
-            whole.at(documents[1], documents[1].Mark(), "")
-                .mistake("a second document begins here; one file has one");
+        if (const auto wrong = what_follows(text)) {
+            report.mistake({place_of(file, wrong->first), "", wrong->second});
             return std::nullopt;
         }
-        return whole;
+        const YAML::Node whole = YAML::Load(text);
+        return yaml_value{whole, report, {place_of(file, whole.Mark()), "", ""}};
     } catch (const YAML::Exception& error) {
         // What stands behind a colon is from the file, and perhaps a password: "*secret" names an
         // anchor, unless it stands in quotes.
@@ -134,8 +187,8 @@ yaml_value::duration(std::chrono::milliseconds shortest, std::chrono::millisecon
     if (!seconds || !(*seconds * 1000 >= static_cast<double>(shortest.count())) ||
         !(*seconds * 1000 <= static_cast<double>(longest.count()))) {
         fail(
-            "expected a time from " + std::to_string(shortest.count()) + "ms to " +
-            std::to_string(longest.count() / 1000) + "s, such as 10s"
+            "expected a time from " + time_text(shortest) + " to " + time_text(longest) +
+            ", such as 10s"
         );
     }
     return std::chrono::milliseconds{std::llround(*seconds * 1000)};

@@ -48,8 +48,10 @@ channel_memory::take(const scan_result& result, std::chrono::steady_clock::time_
         views.push_back(view(channel, when));
     }
     judge(views);
-    for (const channel_value& channel : result.channels) {
-        last_.insert_or_assign(channel.id, sample{channel.value, when});
+    for (const channel_view& each : views) {
+        if (each.difference) {
+            last_.insert_or_assign(each.id, sample{each.raw, when});
+        }
     }
     return views;
 }
@@ -69,11 +71,16 @@ std::optional<double> channel_memory::growth(
 void channel_memory::judge(std::vector<channel_view>& channels) {
     const channel_definition unknown{};
     std::vector<const channel_definition*> known;
-    std::vector<rule_target> targets;
+    known.reserve(channels.size());
     for (const channel_view& each : channels) {
         const auto found = definitions_.find(each.id);
         known.push_back(found == definitions_.end() ? &unknown : &found->second);
-        targets.push_back({each.id, each.name, known.back()->lookup});
+    }
+    std::vector<rule_target> targets(channels.size());
+    if (!rules_.channels.empty()) { // else nobody asks what the channels are called
+        for (std::size_t i = 0; i < channels.size(); ++i) {
+            targets[i] = {channels[i].id, channels[i].name, known[i]->lookup};
+        }
     }
     assigned_rules assigned = assign_rules(targets, rules_, document_);
     problems_ = std::move(assigned.problems);

@@ -56,7 +56,7 @@ class channel_memory final {
     channel_rules rules_;
     std::vector<std::string> problems_;
     std::map<std::int64_t, channel_definition> definitions_;
-    std::map<std::int64_t, sample> last_;
+    std::map<std::int64_t, sample> last_; // of the channels whose growth is shown
 };
 
 } // namespace tarvik::monitoring_modules::probe

@@ -116,6 +116,36 @@ class rule_taker final {
     return std::ranges::count(demands.states, all_other_texts, &stated_text::text) > 0;
 }
 
+/// Gives a rule to the channel that it means.
+/// @return what is wrong, to stand behind the rule's origin; empty: nothing
+[[nodiscard]] std::string assign(
+    const channel_rule& rule,
+    const std::vector<rule_target>& channels,
+    const module_document& document,
+    std::vector<channel_demands>& demands
+) {
+    const std::vector<std::size_t> found = meant(rule.channel, channels);
+    if (found.empty()) {
+        std::vector<std::string> names;
+        std::ranges::transform(channels, std::back_inserter(names), &rule_target::name);
+        return (rule.channel.empty() ? "" : " " + rule.channel) +
+               ": the sensor has no such channel" +
+               did_you_mean(nearest_names(rule.channel, names));
+    }
+    if (found.size() > 1) {
+        return " " + what_is_given(rule) + ": it may mean " + std::to_string(found.size()) +
+               " channels; say which one, by name or number";
+    }
+    const rule_target& channel = channels[found.front()];
+    std::string problem =
+        std::visit(rule_taker{demands[found.front()], rule, channel}, rule.decision);
+    if (const auto* state = std::get_if<stated_text>(&rule.decision);
+        state != nullptr && problem.empty()) {
+        problem = missing_text(state->text, channel, document);
+    }
+    return problem.empty() ? "" : ": " + problem;
+}
+
 } // namespace
 
 std::optional<channel_state>
@@ -165,37 +195,10 @@ assigned_rules assign_rules(
     for (channel_demands& each : result.demands) {
         each.lookup = rules.lookups;
     }
-    const auto add_problem = [&result](const channel_rule& rule, const std::string& problem) {
-        result.problems.push_back(rule.origin + problem);
-    };
     for (const channel_rule& rule : rules.channels) {
-        const std::vector<std::size_t> found = meant(rule.channel, channels);
-        if (found.empty()) {
-            std::vector<std::string> names;
-            std::ranges::transform(channels, std::back_inserter(names), &rule_target::name);
-            add_problem(
-                rule,
-                (rule.channel.empty() ? "" : " " + rule.channel) +
-                    ": the sensor has no such channel" +
-                    did_you_mean(nearest_names(rule.channel, names))
-            );
-        } else if (found.size() > 1) {
-            add_problem(
-                rule,
-                " " + what_is_given(rule) + ": it may mean " + std::to_string(found.size()) +
-                    " channels; say which one, by name or number"
-            );
-        } else {
-            const rule_target& channel = channels[found.front()];
-            channel_demands& demands = result.demands[found.front()];
-            std::string problem = std::visit(rule_taker{demands, rule, channel}, rule.decision);
-            if (const auto* state = std::get_if<stated_text>(&rule.decision);
-                state != nullptr && problem.empty()) {
-                problem = missing_text(state->text, channel, document);
-            }
-            if (!problem.empty()) {
-                add_problem(rule, ": " + problem);
-            }
+        const std::string problem = assign(rule, channels, document, result.demands);
+        if (!problem.empty()) {
+            result.problems.push_back(rule.origin + problem);
         }
     }
     for (std::size_t i = 0; i < channels.size(); ++i) {

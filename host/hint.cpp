@@ -15,6 +15,7 @@ namespace {
 
 using texts_of_hint = std::array<const char*, module_languages.size()>;
 
+// NOLINTBEGIN(cppcoreguidelines-macro-usage): a list that is read twice
 #define HINT(name, ...) name,
 enum class hint : std::uint8_t {
 #include "host/hints.inc"
@@ -26,6 +27,7 @@ constexpr std::array texts{
 #include "host/hints.inc"
 };
 #undef HINT
+// NOLINTEND(cppcoreguidelines-macro-usage)
 
 [[nodiscard]] const char* text_of(hint of, std::string_view language) {
     constexpr std::size_t english = 1;

@@ -1,5 +1,9 @@
 #include "opcua/connect_watch.hpp"
 
+#include "opcua/secured_screen.hpp"
+
+#include <optional>
+
 namespace tarvik::monitoring_modules::opcua {
 
 namespace {
@@ -44,8 +48,7 @@ UA_MessageSecurityMode mode_of(UA_Client* client) noexcept {
     return mode;
 }
 
-bool channel_is_secured(UA_Client* client) noexcept {
-    const UA_MessageSecurityMode mode = mode_of(client);
+bool is_secured(UA_MessageSecurityMode mode) noexcept {
     return mode == UA_MESSAGESECURITYMODE_SIGN || mode == UA_MESSAGESECURITYMODE_SIGNANDENCRYPT;
 }
 
@@ -94,24 +97,21 @@ void connect_watch::on_network(
     UA_ByteString bytes
 ) noexcept {
     auto& watch = *static_cast<connect_watch*>(application);
+    std::optional<secured_screen> screen;
     if (state == UA_CONNECTIONSTATE_CLOSING) {
         watch.note_close();
     } else if (bytes.length > 0) {
-        if (!watch.is_bearable(bytes)) {
+        const UA_MessageSecurityMode mode = mode_of(watch.client_);
+        if (is_secured(mode)) {
+            const bool encrypted = mode == UA_MESSAGESECURITYMODE_SIGNANDENCRYPT;
+            screen.emplace(*UA_Client_getConfig(watch.client_), watch.screen_, encrypted);
+        } else if (!watch.screen_.pass(view_of(bytes))) {
             manager->closeConnection(manager, connection); // of which the stack will hear
             return;
         }
         watch.send_marker();
     }
     watch.stack_callback_(manager, connection, watch.client_, context, state, parameters, bytes);
-}
-
-/// What is encrypted cannot be looked at here; its server has a certificate that somebody trusts.
-bool connect_watch::is_bearable(UA_ByteString bytes) noexcept {
-    constexpr std::size_t signature_size = 32; // HMAC-SHA-256, of Basic256Sha256
-    const UA_MessageSecurityMode mode = mode_of(client_);
-    return mode == UA_MESSAGESECURITYMODE_SIGNANDENCRYPT ||
-           screen_.pass(view_of(bytes), mode == UA_MESSAGESECURITYMODE_SIGN ? signature_size : 0);
 }
 
 /// Before the stack hears of a close.
@@ -126,7 +126,7 @@ void connect_watch::note_close() noexcept {
         return;
     }
     if (verdict_ == UA_STATUSCODE_GOOD) {
-        verdict_ = reached_ == UA_SECURECHANNELSTATE_OPN_SENT && channel_is_secured(client_)
+        verdict_ = reached_ == UA_SECURECHANNELSTATE_OPN_SENT && is_secured(mode_of(client_))
                        ? UA_STATUSCODE_BADSECURITYCHECKSFAILED
                        : UA_STATUSCODE_BADCONNECTIONCLOSED;
     }

@@ -82,7 +82,6 @@ class connect_watch {
     static void
     on_marker(UA_Client* client, void* application, UA_UInt32 request, void* response) noexcept;
 
-    [[nodiscard]] bool is_bearable(UA_ByteString bytes) noexcept;
     void note_close() noexcept;
     void send_marker() noexcept;
     void send_close_session() noexcept;

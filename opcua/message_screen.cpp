@@ -5,7 +5,7 @@
 
 namespace tarvik::monitoring_modules::opcua {
 
-bool message_screen::pass(std::string_view bytes, std::size_t signature_size) noexcept {
+bool message_screen::pass(std::string_view bytes) noexcept {
     while (!bytes.empty()) {
         if (seen_ < head_.size()) {
             head_[seen_++] = static_cast<unsigned char>(bytes.front());
@@ -19,19 +19,34 @@ bool message_screen::pass(std::string_view bytes, std::size_t signature_size) no
             bytes.remove_prefix(rest);
         }
         const bool ends = length_ != 0 && seen_ >= length_;
-        if ((ends || seen_ == head_.size()) && !is_good(signature_size)) {
+        if ((ends || seen_ == head_.size()) && !is_good()) {
             return false;
         }
         if (ends) {
-            goes_on_ = head_[3] == 'C';
-            seen_ = 0;
-            length_ = 0;
+            end_chunk();
         }
     }
     return true;
 }
 
-bool message_screen::is_good(std::size_t signature_size) const noexcept {
+bool message_screen::pass_chunk(std::string_view chunk, bool padded) noexcept {
+    const std::size_t padding =
+        padded && !chunk.empty() ? 1 + static_cast<unsigned char>(chunk.back()) : 0;
+    seen_ = std::min(chunk.size(), head_.size());
+    std::copy_n(chunk.begin(), seen_, head_.begin());
+    length_ = static_cast<std::uint32_t>(chunk.size() - std::min(padding, chunk.size()));
+    const bool good = is_good();
+    end_chunk();
+    return good;
+}
+
+void message_screen::end_chunk() noexcept {
+    goes_on_ = head_[3] == 'C';
+    seen_ = 0;
+    length_ = 0;
+}
+
+bool message_screen::is_good() const noexcept {
     const std::string_view type{reinterpret_cast<const char*>(head_.data()), 3};
     if (type != "MSG" || goes_on_ || head_[3] == 'A') {
         return true;
@@ -39,7 +54,7 @@ bool message_screen::is_good(std::size_t signature_size) const noexcept {
     // A NodeId in two, four or seven bytes (OPC 10000-6, 5.2.2.9); others are no types of messages.
     constexpr std::array<std::size_t, 3> sizes{2, 4, 7};
     const std::size_t encoding = seen_ > header_size ? head_[header_size] : sizes.size();
-    return encoding < sizes.size() && length_ >= header_size + sizes.at(encoding) + signature_size;
+    return encoding < sizes.size() && length_ >= header_size + sizes.at(encoding);
 }
 
 } // namespace tarvik::monitoring_modules::opcua

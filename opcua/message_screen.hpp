@@ -10,13 +10,17 @@
 
 namespace tarvik::monitoring_modules::opcua {
 
-/// Follows the bytes of one TCP connection from a server, chunk by chunk (OPC 10000-6, 6.7.2).
+/// Follows what comes from a server over one TCP connection, chunk by chunk (OPC 10000-6, 6.7.2).
 class message_screen {
   public:
-    /// @param bytes in the order in which they come, cut anywhere; not encrypted
-    /// @param signature_size bytes at the end of each chunk
-    /// @return false: they hold a message whose first chunk does not begin with a numeric type
-    [[nodiscard]] bool pass(std::string_view bytes, std::size_t signature_size) noexcept;
+    // @return false: here is a message whose first chunk does not begin with a numeric type
+
+    /// @param bytes in the order in which they come, cut anywhere; of a channel without security
+    [[nodiscard]] bool pass(std::string_view bytes) noexcept;
+
+    /// @param chunk whole and decrypted, without its signature
+    /// @param padded whether it ends with padding, whose last byte is the number of those before
+    [[nodiscard]] bool pass_chunk(std::string_view chunk, bool padded) noexcept;
 
   private:
     // Type and "F", "C" or "A" (4 bytes), length (4), channel, token, sequence number and request;
@@ -24,7 +28,8 @@ class message_screen {
     static constexpr std::size_t length_at = 4;
     static constexpr std::size_t header_size = 24;
 
-    [[nodiscard]] bool is_good(std::size_t signature_size) const noexcept;
+    [[nodiscard]] bool is_good() const noexcept;
+    void end_chunk() noexcept;
 
     std::array<unsigned char, header_size + 1> head_{}; // of the chunk that is coming
     std::size_t seen_ = 0;                              // of its bytes

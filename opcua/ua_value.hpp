@@ -22,17 +22,14 @@ namespace tarvik::monitoring_modules::opcua {
 template <typename T, std::size_t TypeIndex>
 class ua_value {
   public:
-    ua_value() noexcept { UA_init(&value_, type()); }
+    ua_value() noexcept = default;
 
     /// Takes over what a stack function returned by value.
     explicit ua_value(T owned) noexcept : value_{owned} {}
 
     ua_value(ua_value&& other) noexcept : value_{other.release()} {}
     ua_value& operator=(ua_value&& other) noexcept {
-        if (this != &other) {
-            clear();
-            value_ = other.release();
-        }
+        std::swap(value_, other.value_); // which clears what this held when it ends
         return *this;
     }
     ua_value(const ua_value&) = delete;
@@ -65,14 +62,10 @@ class ua_value {
     void clear() noexcept { UA_clear(&value_, type()); }
 
     /// Gives the value up: the caller, or the stack structure it is stored in, owns it now.
-    [[nodiscard]] T release() noexcept {
-        T released = value_;
-        UA_init(&value_, type());
-        return released;
-    }
+    [[nodiscard]] T release() noexcept { return std::exchange(value_, T{}); }
 
   private:
-    T value_;
+    T value_{}; // as UA_init() leaves it
 };
 
 using ua_string = ua_value<UA_String, UA_TYPES_STRING>;

@@ -41,6 +41,8 @@ given_to(CLI::App& command, any_command& chosen, const Complete& complete = {}) 
     command.final_callback([given, complete, &command, &chosen] {
         if constexpr (requires { given->connection; }) {
             complete_connection(command, given->connection);
+        } else {
+            static_cast<void>(command);
         }
         chosen = complete(std::move(*given));
     });

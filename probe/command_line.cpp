@@ -69,8 +69,8 @@ Examples:
 
 constexpr const char* notify_footer = R"(
 
-The last line tells whether the value was written, and if not, why; before it stand the log lines that the module
-collected on the way. With --format json the response has the members "status" ("done", "failed", "refused"),
+The last line tells whether the value was written, and if not, why; before it stand the module's warnings and errors, or
+what --log-level asks for. With --format json the response has the members "status" ("done", "failed", "refused"),
 "written" and, when the value was not written, "reason".
 
 Examples:
@@ -131,8 +131,8 @@ void add_notify(CLI::App& program, any_command& chosen) {
     add_option(command, "--timeout", content.timeout, "SECONDS", "Longest time; default: 5")
         ->check(CLI::Range(1, 4'294'967));
     add_format_option(command, notify.format);
-    constexpr const char* level = "Collect log lines up to this level, default all: "
-                                  "error, warning, info, debug, or 0 to 7";
+    constexpr const char* level = "Show log lines up to this level: error, warning (default), "
+                                  "info, debug, or 0 to 7";
     add_level_option(command, notify.log.level, level);
     command.footer(std::string{settings_help} + notify_footer);
 }
@@ -181,7 +181,7 @@ void add_general_options(CLI::App& program, command_line& to) {
 
 } // namespace
 
-command_line parse_command_line(int count, const char* const* arguments) {
+command_line parse_command_line(int count, const char* const* arguments, std::string& help) {
     command_line line;
     CLI::App program;
     add_general_options(program, line);
@@ -197,6 +197,11 @@ command_line parse_command_line(int count, const char* const* arguments) {
     add_serve(program, line.command);
     add_trust(program, line.command);
     add_certificate(program, line.command);
+    for (CLI::App* const command : program.get_subcommands({})) {
+        command->preparse_callback([&help, command](std::size_t) {
+            help = "opcua-probe " + command->get_name() + " --help";
+        });
+    }
     try {
         program.parse(count, arguments);
     } catch (const CLI::Success& asked) { // for help or version

@@ -59,7 +59,7 @@ struct notify_options {
     connection_arguments connection;
     notification content;
     output_format format = output_format::table;
-    log_arguments log; ///< the level: of the lines that the module collects; nothing: all
+    log_arguments log; ///< the level: of the lines that the module collects; nothing: warning
 };
 
 struct info_options {
@@ -99,7 +99,10 @@ struct command_line {
     any_command command;
 };
 
+/// @param help becomes the call that explains the command, "opcua-probe serve --help", even when
+/// this throws
 /// @throws probe_error (usage)
-[[nodiscard]] command_line parse_command_line(int count, const char* const* arguments);
+[[nodiscard]] command_line
+parse_command_line(int count, const char* const* arguments, std::string& help);
 
 } // namespace tarvik::monitoring_modules::probe

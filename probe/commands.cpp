@@ -61,7 +61,7 @@ settings_draft draft_of(const check_options& options, console& terminal) {
 
 settings_draft draft_of(const notify_options& options, console& terminal) {
     settings values;
-    add_notification(values, options.content, options.log.level);
+    add_notification(values, options.content, options.log.level.value_or(severity_warning));
     return complete(std::move(values), options.connection, terminal, host_of_notification);
 }
 

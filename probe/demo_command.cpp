@@ -57,10 +57,8 @@ constexpr const char* written_node = "ns=2;s=Write.String";
         return made;
     };
     const auto write = [&](const char* text) {
-        log_arguments log = options.log;
-        log.level = log.level.value_or(severity_info); // below it the stack tells each of its steps
         return notify_options{
-            plant, {written_node, "String", text, std::nullopt}, options.format, log};
+            plant, {written_node, "String", text, std::nullopt}, options.format, options.log};
     };
     return {
         {"connection_check: can a session be opened?", check("connection_check")},

@@ -22,9 +22,9 @@ struct numbered_setting {
     std::string numbers;    ///< "2 to 10"; empty: it stands for itself
 };
 
-/// @param settings of one group
+/// @param all settings of one group
 /// @return them in their order, each such family where its first setting stands
 [[nodiscard]] std::vector<numbered_setting>
-with_numbers_joined(const std::vector<module_setting>& settings);
+with_numbers_joined(const std::vector<module_setting>& all);
 
 } // namespace tarvik::monitoring_modules::probe

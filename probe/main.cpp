@@ -30,31 +30,34 @@ using namespace tarvik::monitoring_modules::probe;
     return run_certificate(context, options);
 }
 
-[[nodiscard]] exit_code report(console& terminal, exit_code code, const std::exception& error) {
+/// @param help the call that explains the command
+[[nodiscard]] exit_code
+report(console& terminal, exit_code code, const std::exception& error, const std::string& help) {
     terminal.line(std::string{"opcua-probe: "} + error.what());
     if (code == exit_code::usage) {
-        terminal.line("opcua-probe --help explains the command line.");
+        terminal.line(help + " tells more.");
     }
     return code;
 }
 
 [[nodiscard]] exit_code
 run_command(console& terminal, interruption& interrupt, int count, const char* const* arguments) {
+    std::string help = "opcua-probe --help";
     try {
-        const command_line line = parse_command_line(count, arguments);
+        const command_line line = parse_command_line(count, arguments, help);
         const output out;
         const command_context context{terminal, interrupt, out, line.module, line.language};
         return std::visit(
             [&context](const auto& options) { return run(context, options); }, line.command
         );
     } catch (const probe_error& error) {
-        const exit_code code = report(terminal, error.code(), error);
+        const exit_code code = report(terminal, error.code(), error, help);
         if (!error.hint().empty()) {
             terminal.line("opcua-probe: " + error.hint());
         }
         return code;
     } catch (const std::exception& error) {
-        return report(terminal, exit_code::not_loaded, error);
+        return report(terminal, exit_code::not_loaded, error, help);
     }
 }
 
@@ -70,6 +73,6 @@ int main(int count, char** arguments) {
         const exit_code code = run_command(terminal, interrupt, count, arguments);
         return interrupt.requested() ? 128 + interrupt.signal() : static_cast<int>(code);
     } catch (const std::exception& error) {
-        return static_cast<int>(report(terminal, exit_code::not_loaded, error));
+        return static_cast<int>(report(terminal, exit_code::not_loaded, error, ""));
     }
 }

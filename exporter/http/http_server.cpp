@@ -272,10 +272,8 @@ class http_server::parts final {
 // NOLINTNEXTLINE(cppcoreguidelines-avoid-non-const-global-variables): see its declaration
 thread_local http_server::parts* http_server::parts::serving = nullptr;
 
-http_server::http_server(
-    const http_settings& settings, http_handler handler, http_observer observer
-)
-    : parts_{std::make_unique<parts>(settings, std::move(handler), std::move(observer))} {}
+http_server::http_server(const http_settings& listen, http_handler handler, http_observer observer)
+    : parts_{std::make_unique<parts>(listen, std::move(handler), std::move(observer))} {}
 
 http_server::~http_server() = default;
 

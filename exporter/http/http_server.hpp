@@ -109,7 +109,7 @@ class http_server final {
   public:
     /// @throws probe_error (usage) when a file of TLS is unusable
     http_server(
-        const http_settings& settings,
+        const http_settings& listen,
         http_handler handler,
         http_observer observer = [](const std::string&, int) {}
     );

@@ -1,6 +1,9 @@
+// The store of instances, and the container that is made of it.
+
 #include "zunohelper/instance_store.hpp"
 
 #include "common/catalogue/framework_exceptions.hpp"
+#include "zunohelper/service_container.hpp"
 
 namespace tarvik::monitoring_modules::libzunohelper {
 
@@ -19,5 +22,8 @@ instance_wrapper_base* instance_store::find_wrapper(std::type_index type) const 
     const auto found = wrappers_.find(type);
     return found == wrappers_.end() ? nullptr : found->second.get();
 }
+
+service_container::service_container() = default;
+service_container::~service_container() = default;
 
 } // namespace tarvik::monitoring_modules::libzunohelper

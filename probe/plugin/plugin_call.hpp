@@ -49,8 +49,9 @@ struct plugin_call {
     std::promise<void> end{};             ///< kept when the module is taken down
 };
 
-/// @return up to which severity log lines are shown; -1: none
-[[nodiscard]] std::int32_t severity_for(const plugin_options& options, const log_arguments& log);
+/// The module of this call, to be loaded when the settings are read.
+/// @throws probe_error
+[[nodiscard]] loaded_module load_module(plugin_call& call);
 
 /// @param rules that the options have
 [[nodiscard]] plugin_demands

@@ -27,13 +27,7 @@ constexpr std::int32_t check_id = 1;
 void load_and_check(plugin_call& call, const check_options& options) {
     const std::string address = address_of(options.connection);
     const settings_draft draft = draft_of(options, call.terminal);
-    call.progress.enter("loading the module");
-    loaded_module loaded{
-        call.line.module,
-        call.line.language,
-        call.terminal,
-        severity_for(options.plugin, options.log),
-        options.connection};
+    loaded_module loaded = load_module(call);
     const settings_form form = settings_form::of_check(loaded.document, options.kind);
     const std::string record = complete_record(options.kind, draft, form, call.terminal.writer());
     if (takes_generated_key_pair(record)) {

@@ -32,6 +32,14 @@ using clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds signal_interval{50}; // how soon a signal is seen
 constexpr std::chrono::seconds time_to_close{1};         // for the sessions
 
+/// @return up to which severity log lines are shown; -1: none
+[[nodiscard]] std::int32_t severity_for(const plugin_options& options, const log_arguments& log) {
+    if (log.level || log.logging) {
+        return log.level.value_or(severity_debug);
+    }
+    return options.verbosity < 2 ? -1 : options.verbosity == 2 ? severity_info : severity_debug;
+}
+
 [[nodiscard]] plugin_report unknown(const std::string& text) {
     return {plugin_state::unknown, render_unknown(text)};
 }
@@ -120,13 +128,7 @@ void load_and_scan(plugin_call& call, const scan_options& options) {
     const std::string address = address_of(options.connection);
     const channel_rules rules = rules_of(options.plugin);
     const settings_draft draft = draft_of(options, call.terminal);
-    call.progress.enter("loading the module");
-    loaded_module loaded{
-        call.line.module,
-        call.line.language,
-        call.terminal,
-        severity_for(options.plugin, options.log),
-        options.connection};
+    loaded_module loaded = load_module(call);
     value_ages ages;
     // The module connects within the calls that create or scan a sensor.
     loaded.log.on_event([&](const module_event& event) {
@@ -213,7 +215,8 @@ run_command(const command_line& line, const Options& options, clock::time_point 
 }
 
 [[nodiscard]] int run(int count, const char* const* arguments, clock::time_point start) {
-    const command_line line = parse_command_line(count, arguments);
+    std::string help; // has no place in a plugin's answer
+    const command_line line = parse_command_line(count, arguments, help);
     if (const auto* scan = std::get_if<scan_options>(&line.command)) {
         return run_command(line, *scan, start);
     }
@@ -229,11 +232,14 @@ run_command(const command_line& line, const Options& options, clock::time_point 
 
 } // namespace
 
-std::int32_t severity_for(const plugin_options& options, const log_arguments& log) {
-    if (log.level || log.logging) {
-        return log.level.value_or(severity_debug);
-    }
-    return options.verbosity < 2 ? -1 : options.verbosity == 2 ? severity_info : severity_debug;
+loaded_module load_module(plugin_call& call) {
+    call.progress.enter("loading the module");
+    return {
+        call.line.module,
+        call.line.language,
+        call.terminal,
+        severity_for(call.options, call.log),
+        call.connection};
 }
 
 plugin_demands demands_of(const plugin_options& options, const channel_rules& rules) {

@@ -1,7 +1,5 @@
 // Configurations made by the built program, which serve is to run with.
 
-#include "explorer/channels.hpp"
-#include "explorer/config_text.hpp"
 #include "simulator/plant_server.hpp"
 #include "tests/exporter/serving_probe.hpp"
 #include "tests/probe/running_probe.hpp"
@@ -231,33 +229,6 @@ TEST_F(init_program, browse_writes_what_serve_takes) {
     EXPECT_THAT(all.text, AllOf(HasSubstr("Int64 Maximum"), Not(HasSubstr("UInt64 Maximum"))));
     EXPECT_THAT(all.text, Not(HasSubstr("Clock Now"))) << "a time is no number for people";
     check(all.text.substr(0, all.text.find("opcua-probe: What the server")));
-}
-
-TEST_F(init_program, serve_takes_rude_names) {
-    std::vector<found_node> nodes;
-    for (const char* name :
-         {"a\nmodules: {x: {}}",
-          "\"]\nsensors: []",
-          "{env: HOME}",
-          "\x1b[31m",
-          "\xff",
-          "b",
-          "",
-          "#"}) {
-        found_node node;
-        node.path = std::string{"Objects/"} + name;
-        node.node_id = "ns=2;i=" + std::to_string(nodes.size());
-        node.display_name = name;
-        node.channel = node.node_id;
-        node.value.numeric = true;
-        node.value.boolean = nodes.size() % 2 == 0;
-        node.unit = name;
-        nodes.push_back(std::move(node));
-    }
-    config_plan plan;
-    plan.comments = {"a\nmodules: {}"};
-    plan.add_values({"plc:4840", {}}, choose_channels(nodes, 100).channels);
-    check(config_text(plan));
 }
 
 } // namespace

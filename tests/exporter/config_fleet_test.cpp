@@ -1,8 +1,8 @@
 // Configurations of many servers: all mistakes at once, several files, defaults, lists of targets,
 // labels.
 
-#include "exporter/config_defaults.hpp"
 #include "host/secret_file.hpp"
+#include "host/settings_record.hpp"
 #include "tests/exporter/config_fixture.hpp"
 
 #include <tuple>
@@ -39,7 +39,7 @@ TEST_F(probe_yaml, tells_all_mistakes_in_their_order_and_none_that_follows_from_
                                         "modules:\n"
                                         "  pump: {kind: pump_sensor}\n"
                                         "  bad:\n"
-                                        "    kind: pump_sensor\n"
+                                        "    kind: pump_senser\n"
                                         "    trust: all\n"
                                         "    settings:\n"
                                         "      way: user\n"
@@ -56,6 +56,8 @@ TEST_F(probe_yaml, tells_all_mistakes_in_their_order_and_none_that_follows_from_
                       "pump?"),
             HasSubstr("probe.yaml:4: sensors[2].interval: expected a time"),
             HasSubstr("probe.yaml:5: sensors[3]: expected a mapping"),
+            HasSubstr("probe.yaml:9: modules.bad.kind: there is no such sensor; did you mean pump_s"
+            ),
             HasSubstr("probe.yaml:10: modules.bad.trust: expected list or any"),
             HasSubstr("probe.yaml:13: modules.bad.settings.pin.env: the environment has no"),
             HasSubstr("probe.yaml:14: modules.bad.settings.prot: prot: pump_sensor has no such "
@@ -64,6 +66,17 @@ TEST_F(probe_yaml, tells_all_mistakes_in_their_order_and_none_that_follows_from_
         )
     );
     EXPECT_EQ(made.config, nullptr);
+    const std::string rest = "channels: [x=], warning: {a: x}, settings: {a: {env: NO_SUCH}}}}";
+    EXPECT_THAT(
+        reading("modules: {bad: {knid: custom_sensor, " + rest).mistakes,
+        ElementsAre(
+            HasSubstr("bad: \"kind\" is required"),
+            HasSubstr("did you mean kind?"),
+            HasSubstr("channels[0]"),
+            HasSubstr("warning.a"),
+            HasSubstr("settings.a.env")
+        )
+    );
 }
 
 TEST_F(probe_yaml, tells_several_wrong_settings_where_they_stand_and_shared_ones_once) {
@@ -179,33 +192,16 @@ TEST_F(probe_yaml, lays_settings_over_the_defaults_of_the_file_and_these_over_th
     EXPECT_THAT(d.record, HasSubstr(R"("credentials.line.port":"7")"));
 }
 
-TEST_F(probe_yaml, takes_users_with_their_own_passwords_only) {
-    const placed_settings of_defaults = [&] {
-        config_report report;
-        const yaml_value place = *yaml_value::parse("a", report, report.add_file("f"));
-        placed_settings made;
-        for (const char* key :
-             {keys::user, keys::password, keys::certificate, keys::key, keys::security_mode}) {
-            made.emplace(key, placed_text{"default", place});
-        }
-        return made;
-    }();
-    const auto over = [&](const char* key) {
-        placed_settings own = of_defaults;
-        std::erase_if(own, [key](const auto& each) { return each.first != key; });
-        placed_settings all = of_defaults;
-        lay_over(all, own);
-        std::vector<std::string> left;
-        for (const auto& each : all) {
-            left.push_back(each.first.substr(each.first.rfind('.') + 1));
-        }
-        return left;
-    };
+TEST_F(probe_yaml, reads_the_files_of_a_folder_in_the_order_of_their_names) {
+    std::filesystem::create_directory(folder_ + "/conf.d");
+    for (const std::string name : {"d", "a", "e", "c", "b"}) {
+        std::ignore =
+            write("conf.d/" + name + ".yaml", "sensors: [{module: pump, target: " + name + "}]\n");
+    }
     EXPECT_THAT(
-        over(keys::user), ElementsAre("client_certificate", "client_key", "security_mode", "user")
+        names_of(read(std::string{pump} + "include: conf.d\n")),
+        ElementsAre("pump@a:4840", "pump@b:4840", "pump@c:4840", "pump@d:4840", "pump@e:4840")
     );
-    EXPECT_THAT(over(keys::key), ElementsAre("client_key", "security_mode", "password", "user"));
-    EXPECT_THAT(over(keys::security_mode), testing::SizeIs(5));
 }
 
 TEST_F(probe_yaml, names_the_file_of_a_mistake_in_what_is_included) {

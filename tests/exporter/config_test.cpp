@@ -1,6 +1,6 @@
 // The configuration of `serve`: what it makes of right files, and what it says about wrong ones.
 
-#include "exporter/target_path.hpp"
+#include "exporter/config_defaults.hpp"
 #include "tests/exporter/config_fixture.hpp"
 
 #include <cstdlib>
@@ -11,6 +11,7 @@ namespace tarvik::monitoring_modules::probe {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -101,12 +102,14 @@ TEST_F(probe_yaml, tells_where_something_is_wrong) {
               "module; did you mean pump?"},
              {with_sensor + "{module: pump, target: 'http://a'}",
               "sensors[0].target: http://: servers are reached by opc.tcp:// only"},
-             {with_sensor + "{module: pump, target: a, interval: 1ms}", "from 100ms"},
+             {with_sensor + "{module: pump, target: a, interval: 1ms}", "from 100ms to 24h"},
              {with_sensor + "{module: pump, target: a, interval: nan}", "from 100ms"},
              {with_sensor + "{module: pump, target: a}\n  - {module: pump, target: A}",
               "another sensor"},
              {"modules: {\"a\\0b\": {kind: pump_senser}}", "a\\x00b.kind: there is no such sensor"},
-             {"workers: 2\nworkers: 2", "twice"}}) {
+             {"workers: 2\nworkers: 2", "twice"},
+             {"workers: 2\n---\nworkers: 3", "probe.yaml:2: a second document begins here"},
+             {", workers: 2", "probe.yaml:1: this cannot stand here"}}) {
         expect_mistake(text, problem);
     }
 }
@@ -122,23 +125,37 @@ TEST_F(probe_yaml, names_no_secret_in_an_error) {
             reading("modules: {a: {kind: pump_sensor, settings: {way: user, pin: " + text + "}}}");
         EXPECT_THAT(made.mistakes, testing::ElementsAre(Not(HasSubstr("123456789"))));
     }
+    expect_mistake("%YAML 123456789", "bad YAML version");
+    EXPECT_THAT(reading("%YAML 123456789").mistakes.at(0), Not(HasSubstr("123456789")));
 }
 
-TEST(target_path, is_the_one_of_the_settings_or_none) {
-    scan_module with;
-    with.settings["credentials.connection_opcua.server_name"] = "/UA/Line";
-    const scan_module without;
-    for (const auto& [path, fits_with, fits_without] :
-         std::vector<std::tuple<const char*, bool, bool>>{
-             {"", true, true},
-             {"UA/Line", true, false},
-             {"UA", false, false},
-             {"UA/Line/2", false, false},
-             {"ua/line", false, false}}) {
-        const server_address server{"plc", 4840, path};
-        EXPECT_EQ(has_path_of(with, server), fits_with) << path;
-        EXPECT_EQ(has_path_of(without, server), fits_without) << path;
-    }
+TEST_F(probe_yaml, takes_users_with_their_own_passwords_only) {
+    const placed_settings of_defaults = [&] {
+        config_report report;
+        const yaml_value place = *yaml_value::parse("a", report, report.add_file("f"));
+        placed_settings made;
+        for (const char* key :
+             {keys::user, keys::password, keys::certificate, keys::key, keys::security_mode}) {
+            made.emplace(key, placed_text{"default", place});
+        }
+        return made;
+    }();
+    const auto over = [&](const char* key) {
+        placed_settings own = of_defaults;
+        std::erase_if(own, [key](const auto& each) { return each.first != key; });
+        placed_settings all = of_defaults;
+        lay_over(all, own);
+        std::vector<std::string> left;
+        for (const auto& each : all) {
+            left.push_back(each.first.substr(each.first.rfind('.') + 1));
+        }
+        return left;
+    };
+    EXPECT_THAT(
+        over(keys::user), ElementsAre("client_certificate", "client_key", "security_mode", "user")
+    );
+    EXPECT_THAT(over(keys::key), ElementsAre("client_key", "security_mode", "password", "user"));
+    EXPECT_THAT(over(keys::security_mode), testing::SizeIs(5));
 }
 
 TEST(target_pattern, matches_parts_of_labels_only) {

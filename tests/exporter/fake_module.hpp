@@ -3,6 +3,7 @@
 
 #include "exporter/connection.hpp"
 #include "exporter/own_metrics.hpp"
+#include "tests/support/patience.hpp"
 
 #include <atomic>
 #include <functional>
@@ -15,17 +16,7 @@
 
 namespace tarvik::monitoring_modules::probe {
 
-/// @return whether it came true within a time that is long for any machine
-inline bool comes_true_soon(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{10};
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds{1});
-    }
-    return true;
-}
+using test_support::comes_true;
 
 class fake_time final : public time_source {
   public:

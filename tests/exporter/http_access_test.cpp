@@ -145,6 +145,7 @@ TEST_F(http_test, gives_nothing_to_those_who_speak_no_http) {
          {"GET /" + evil + " HTTP/2.0\r\nHost: localhost\r\n\r\n",
           evil + "\r\n\r\n",
           std::string{"\r\n\r\n"},
+          std::string{"GET / HTTP/1.1\r\n\0\xff", 18},
           "GET /" + evil + std::string(30'000, 'a') + " HTTP/1.1\r\n\r\n",
           get("/", "X: " + evil + std::string(30'000, 'a') + "\r\n"),
           evil + std::string(30'000, 'a')}) {

@@ -17,19 +17,28 @@ namespace {
 using namespace std::chrono_literals;
 using clock = std::chrono::steady_clock;
 
-TEST(back_off, doubles_with_jitter_between_one_second_and_one_minute) {
-    back_off one{"one"};
-    back_off other{"other"};
-    bool differs = false;
-    for (const std::chrono::milliseconds middle : {1s, 2s, 4s, 8s, 16s, 32s, 60s, 60s, 60s}) {
-        const auto wait = one.fail();
-        differs = other.fail() != wait || differs;
-        EXPECT_GE(wait, std::max<std::chrono::milliseconds>(1s, middle * 3 / 4));
-        EXPECT_LE(wait, std::min<std::chrono::milliseconds>(60s, middle * 5 / 4));
+TEST(back_off, doubles_with_jitter_until_two_intervals_would_not_suffice) {
+    using middles = std::vector<std::chrono::milliseconds>;
+    for (const auto& [interval, expected] :
+         std::vector<std::pair<std::chrono::milliseconds, middles>>{
+             {1ms, {1s, 2s, 4s, 8s, 8s}}, // 10 s at most
+             {6s, {1s, 2s, 4s, 8s, 9s, 9s}},
+             {10s, {1s, 2s, 4s, 8s, 15s, 15s}},
+             {30s, {1s, 2s, 4s, 8s, 16s, 32s, 45s, 45s}},
+             {24h, {1s, 2s, 4s, 8s, 16s, 32s, 48s, 48s, 48s}}}) { // 60 s at most
+        back_off one{"one"};
+        back_off other{"other"};
+        bool differs = false;
+        for (const std::chrono::milliseconds middle : expected) {
+            const auto wait = one.fail(interval);
+            differs = other.fail(interval) != wait || differs;
+            EXPECT_GE(wait, std::max<std::chrono::milliseconds>(1s, middle * 3 / 4));
+            EXPECT_LE(wait, middle * 5 / 4);
+        }
+        EXPECT_TRUE(differs);
+        one.succeed();
+        EXPECT_LE(one.fail(interval), 1250ms);
     }
-    EXPECT_TRUE(differs);
-    one.succeed();
-    EXPECT_LE(one.fail(), 1250ms);
 }
 
 TEST(connection_fault, tells_servers_from_networks_from_settings) {
@@ -79,7 +88,7 @@ class counting_task final : public timed_task {
 };
 
 [[nodiscard]] bool opens(const std::latch& latch) {
-    return comes_true_soon([&latch] { return latch.try_wait(); });
+    return comes_true([&latch] { return latch.try_wait(); });
 }
 
 /// A pool with tasks that are lambdas; ends before what they refer to, when it is declared after
@@ -101,7 +110,7 @@ class pool_of_lambdas final {
         EXPECT_TRUE(waits(threads));
     }
     [[nodiscard]] bool waits(std::size_t threads) const {
-        return comes_true_soon([&] { return pool.idle() == threads; });
+        return comes_true([&] { return pool.idle() == threads; });
     }
     std::shared_ptr<counting_task> wake(clock::time_point due, std::function<void()> work) {
         tasks.push_back(std::make_shared<counting_task>(due, std::move(work)));
@@ -220,7 +229,7 @@ class scheduler_test : public testing::Test {
   protected:
     [[nodiscard]] testing::AssertionResult
     comes(const std::string& call, std::ptrdiff_t count = 1) const {
-        if (comes_true_soon([&] { return module_.count(call) >= count; })) {
+        if (comes_true([&] { return module_.count(call) >= count; })) {
             return testing::AssertionSuccess();
         }
         return testing::AssertionFailure() << "nobody was woken for \"" << call << "\": it came "

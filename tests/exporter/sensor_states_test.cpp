@@ -24,6 +24,10 @@ using testing::HasSubstr;
         range_rule{level, parse_range(text)}};
 }
 
+[[nodiscard]] channel_rules ruled(std::vector<channel_rule> rules) {
+    return {std::move(rules), {}, true};
+}
+
 /// @param value of the channel "Speed", whose upper warning limit is 100
 [[nodiscard]] module_answer speed_of(double value, scan_state state, const std::string& text) {
     module_answer answer = answer_of(1);
@@ -73,77 +77,54 @@ constexpr auto warning = rule_level::warning;
 constexpr auto critical = rule_level::critical;
 
 TEST_F(sensor_states, are_the_worst_of_message_channels_and_rules) {
+    using state = sensor_state;
     struct row {
         channel_rules rules;
         double value;
-        scan_state state;
-        const char* message;
-        sensor_state expected;
-        const char* hint;
+        state expected;
+        const char* message = "OK";
+        scan_state scanned = scan_state::ok;
+        const char* hint = "";
     };
     const std::vector<stated_text> messages{
         {"Fault*", channel_state::error},
         {"Worn", channel_state::warning},
         {"*", channel_state::ok}};
+    const channel_rules stated{{}, messages, true};
+    const channel_rules strict = ruled({range(critical, "Speed", "80")});
+    const channel_rule mistyped = range(critical, "Sped", "80");
+    const char* const no_channel =
+        "critical Sped: the sensor has no such channel; did you mean Speed?";
+    constexpr auto scanned_ok = scan_state::ok;
     const row rows[] = {
-        {{}, 90, scan_state::ok, "OK", sensor_state::ok, ""},
-        {{}, 101, scan_state::ok, "OK", sensor_state::warning, ""},
-        {{}, 90, scan_state::warning, "Less", sensor_state::warning, ""},
-        {{{range(critical, "Speed", "80")}, {}, true},
+        {{}, 90, state::ok},
+        {{}, 101, state::warning},
+        {{}, 90, state::warning, "Less", scan_state::warning},
+        {strict, 90, state::error},
+        {ruled({range(warning, "Speed", "200")}), 101, state::ok},
+        {ruled({range(critical, "1", "80")}), 90, state::error, "Less", scan_state::warning},
+        {strict, NAN, state::warning},
+        {ruled({mistyped}), 90, state::warning, "OK", scanned_ok, no_channel},
+        {ruled({mistyped, strict.channels[0]}), 90, state::error, "OK", scanned_ok, no_channel},
+        {stated,
          90,
-         scan_state::ok,
-         "OK",
-         sensor_state::error,
-         ""},
-        {{{range(warning, "Speed", "200")}, {}, true},
-         101,
-         scan_state::ok,
-         "OK",
-         sensor_state::ok,
-         ""},
-        {{{range(critical, "1", "80")}, {}, true},
-         90,
-         scan_state::warning,
-         "Less",
-         sensor_state::error,
-         ""},
-        {{{range(critical, "Speed", "80")}, {}, true},
-         NAN,
-         scan_state::ok,
-         "OK",
-         sensor_state::warning,
-         ""},
-        {{{range(critical, "Sped", "80")}, {}, true},
-         90,
-         scan_state::ok,
-         "OK",
-         sensor_state::warning,
-         "critical Sped: the sensor has no such channel; did you mean Speed?"},
-        {{{range(critical, "Sped", "80"), range(critical, "Speed", "80")}, {}, true},
-         90,
-         scan_state::ok,
-         "OK",
-         sensor_state::error,
-         "critical Sped: the sensor has no such channel; did you mean Speed?"},
-        {{{}, messages, true},
-         90,
-         scan_state::ok,
+         state::error,
          "fault 7",
-         sensor_state::error,
+         scanned_ok,
          "this message is an error by message_states"},
-        {{{}, messages, true},
+        {stated,
          90,
-         scan_state::ok,
+         state::warning,
          "Worn",
-         sensor_state::warning,
+         scanned_ok,
          "this message is a warning by message_states"},
-        {{{}, messages, true}, 90, scan_state::warning, "Less", sensor_state::ok, ""},
-        {{{}, messages, true}, 101, scan_state::ok, "OK", sensor_state::warning, ""},
+        {stated, 90, state::ok, "Less", scan_state::warning},
+        {stated, 101, state::warning},
     };
     for (const row& each : rows) {
         SCOPED_TRACE(std::string{each.message} + " " + std::to_string(each.value));
         const int before = counted(std::string{name_of(each.expected)});
-        const auto shown = scanned(each.rules, speed_of(each.value, each.state, each.message));
+        const auto shown = scanned(each.rules, speed_of(each.value, each.scanned, each.message));
         EXPECT_EQ(shown->state, each.expected);
         EXPECT_EQ(shown->hint, each.hint);
         EXPECT_FALSE(shown->stale);
@@ -190,17 +171,17 @@ TEST_F(sensor_states, give_the_page_limits_and_causes) {
         {{},
          101,
          R"({"state": "warning", "cause": "above", "by_module": true, "limits": {"upper_warning": 100}})"},
-        {{{range(warning, "Speed", "10:80"), range(critical, "Speed", "~:85.5")}, {}, true},
+        {ruled({range(warning, "Speed", "10:80"), range(critical, "Speed", "~:85.5")}),
          90,
          R"({"state": "error", "cause": "above", "by_module": false,
              "limits": {"lower_warning": 10, "upper_warning": 80, "upper_error": 85.5}})"},
-        {{{range(critical, "Speed", "@10:95"), range(warning, "Speed", "@~:95")}, {}, true},
+        {ruled({range(critical, "Speed", "@10:95"), range(warning, "Speed", "@~:95")}),
          90,
          R"({"state": "error", "cause": "inside", "limits": null, "bad": {"error": [10, 95], "warning": [null, 95]}})"},
-        {{{range(critical, "Speed", "~:")}, {}, true},
+        {ruled({range(critical, "Speed", "~:")}),
          NAN,
          R"({"state": "warning", "cause": "no_number", "limits": {"upper_warning": 100}})"},
-        {{{{"states", "Speed", stated_text{"90", channel_state::error}}}, {}, true},
+        {ruled({{"states", "Speed", stated_text{"90", channel_state::error}}}),
          90,
          R"({"state": "error", "cause": "stated", "by_module": false})"},
     };
@@ -224,19 +205,19 @@ TEST_F(sensor_states, follow_changed_rules_with_the_session_that_is_there) {
     };
     sensor_plan plan = plan_of("a", std::chrono::hours{24}); // nobody waits for its interval
     scans.apply({plan});
-    EXPECT_TRUE(comes_true_soon([&] { return state() == sensor_state::ok; }));
+    EXPECT_TRUE(comes_true([&] { return state() == sensor_state::ok; }));
     plan.rules.channels = {range(critical, "Speed", "80")};
     scans.apply({plan});
-    EXPECT_TRUE(comes_true_soon([&] { return state() == sensor_state::error; }));
+    EXPECT_TRUE(comes_true([&] { return state() == sensor_state::error; }));
     plan.rules = {{}, {{"*", channel_state::warning}}, true};
     scans.apply({plan});
-    EXPECT_TRUE(comes_true_soon([&] { return state() == sensor_state::warning; }));
+    EXPECT_TRUE(comes_true([&] { return state() == sensor_state::warning; }));
     scans.apply({plan});
     EXPECT_EQ(module_.count("create a"), 1);
     EXPECT_EQ(module_.count("destroy a"), 0);
     plan.interval *= 2;
     scans.apply({plan});
-    EXPECT_TRUE(comes_true_soon([&] { return module_.count("destroy a") == 1; }));
+    EXPECT_TRUE(comes_true([&] { return module_.count("destroy a") == 1; }));
     EXPECT_TRUE(scans.stop(std::chrono::steady_clock::now() + std::chrono::seconds{10}));
 }
 

@@ -66,6 +66,9 @@ TEST_F(serve_guidance, urls_widen_no_targets) {
         {"line", address, "200"},
         {"line", url + "/Line/1", "200"},
         {"line", url + "/Line/2", "403"},
+        {"line", url + "/Line", "403"},
+        {"line", url + "/Line/1/2", "403"},
+        {"line", url + "/line/1", "403"},
     };
     for (const auto& [module, target, status] : rows) {
         EXPECT_THAT(

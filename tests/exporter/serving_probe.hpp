@@ -3,6 +3,7 @@
 
 #include "tests/exporter/http_client.hpp"
 #include "tests/probe/own_state.hpp"
+#include "tests/support/patience.hpp"
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -11,30 +12,17 @@
 #include <unistd.h>
 
 #include <array>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <optional>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 namespace tarvik::monitoring_modules::probe {
 
-/// @return whether it came true within a time that is long for any machine
-inline bool comes_true(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{60};
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds{20});
-    }
-    return true;
-}
+using test_support::comes_true;
 
 class serving_probe final {
   public:

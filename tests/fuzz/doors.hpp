@@ -27,10 +27,12 @@ void endpoint_answers(std::string_view input);
 void host_messages(std::string_view input);
 void http_requests(std::string_view input);
 void http_sockets(std::string_view input);
+void https_sockets(std::string_view input);
 void log_lines(std::string_view input);
 void node_ids(std::string_view input);
 void plugin_ranges(std::string_view input);
 void read_answers(std::string_view input);
+void secured_sessions(std::string_view input);
 void sessions(std::string_view input);
 void settings_records(std::string_view input);
 void text_templates(std::string_view input);
@@ -50,10 +52,12 @@ inline constexpr std::array doors{
     door{"host_messages", host_messages},
     door{"http_requests", http_requests},
     door{"http_sockets", http_sockets},
+    door{"https_sockets", https_sockets},
     door{"log_lines", log_lines},
     door{"node_ids", node_ids},
     door{"plugin_ranges", plugin_ranges},
     door{"read_answers", read_answers},
+    door{"secured_sessions", secured_sessions},
     door{"sessions", sessions},
     door{"settings_records", settings_records},
     door{"text_templates", text_templates},
@@ -70,7 +74,7 @@ inline constexpr std::array doors{
 /// Ends the process when something is not so that must be so for every input.
 inline void require(bool is_so, const char* what) {
     if (!is_so) {
-        std::fprintf(stderr, "fuzz: broken promise: %s\n", what);
+        static_cast<void>(std::fprintf(stderr, "fuzz: broken promise: %s\n", what));
         std::abort();
     }
 }

@@ -8,20 +8,6 @@ namespace tarvik::monitoring_modules::fuzz {
 
 namespace {
 
-/// One that serves for the life of the process.
-class web_server {
-  public:
-    [[nodiscard]] std::uint16_t port() const noexcept { return port_; }
-
-  private:
-    web_site site_;
-    probe::http_server server_{
-        {},
-        [this](const probe::http_request& request) { return site_.answer(request); },
-        [this](const std::string& path, int status) { site_.note(path, status); }};
-    std::uint16_t port_ = server_.start();
-};
-
 /// Says no more, and takes what comes until the server closes; or goes away before that, since the
 /// HTTP library lets some wrong requests wait for their time-out.
 std::string take_answer(const probe::http_client& client) {
@@ -43,7 +29,7 @@ std::string take_answer(const probe::http_client& client) {
 } // namespace
 
 void http_sockets(std::string_view input) {
-    static const web_server server;
+    static const web_server server{{}};
     {
         probe::http_client client{server.port()};
         require(client.connected(), "the server serves");

@@ -1,9 +1,7 @@
 #include "tests/fuzz/session_peer.hpp"
 
 #include "host/file_descriptor.hpp"
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
+#include "tests/support/loopback.hpp"
 
 #include <poll.h>
 
@@ -14,13 +12,15 @@
 
 namespace tarvik::monitoring_modules::fuzz {
 
+using test_support::listen_at;
 using test_support::moment;
+using test_support::receive;
+using test_support::send_all;
 
 namespace {
 
 // OPC 10000-6, 6.7.2: a message begins with its type, "F" and its length.
 constexpr std::size_t length_at = 4;
-constexpr std::size_t header_size = 8;
 // Behind the channel's number and, in all but the opening of a channel, the token's number.
 constexpr std::size_t sequence_at = 16;
 constexpr std::size_t policy_at = 12; // of an opening
@@ -55,33 +55,7 @@ std::size_t sequence_of(std::string_view message) {
     return at;
 }
 
-sockaddr_in loopback(std::uint16_t port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    return address;
-}
-
-bool send_all(int to, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t sent = ::send(to, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (sent <= 0) {
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(sent));
-    }
-    return true;
-}
-
-bool receive(int from, std::string& to) {
-    std::array<char, 65536> bytes;
-    const ssize_t got = ::recv(from, bytes.data(), bytes.size(), 0);
-    if (got > 0) {
-        to.append(bytes.data(), static_cast<std::size_t>(got));
-    }
-    return got > 0;
-}
+} // namespace
 
 void apply(const change& wish, std::string& message, const recorded_answers& answers) {
     const std::size_t at = message.empty() ? 0 : wish.offset % message.size();
@@ -107,6 +81,9 @@ void apply(const change& wish, std::string& message, const recorded_answers& ans
         message += message;
         return;
     case change::kind::other: {
+        if (answers.empty()) {
+            return;
+        }
         auto other = answers.begin();
         std::advance(other, wish.offset % answers.size());
         message = other->second.front();
@@ -119,8 +96,6 @@ void apply(const change& wish, std::string& message, const recorded_answers& ans
         put(message, length_at, static_cast<std::uint32_t>(message.size()));
     }
 }
-
-} // namespace
 
 std::vector<change> read_changes(input_parts& input) {
     constexpr std::size_t most = 16;
@@ -152,14 +127,11 @@ struct session_peer::link {
 session_peer::session_peer(std::uint16_t server_port)
     : server_port_{server_port},
       listener_{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)} {
-    sockaddr_in address = loopback(0);
-    socklen_t length = sizeof address;
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    if (::bind(listener_, generic, length) != 0 || ::listen(listener_, 64) != 0 ||
-        ::getsockname(listener_, generic, &length) != 0) {
+    port_ = listen_at(listener_);
+    if (port_ == 0) {
+        ::close(listener_);
         throw std::runtime_error{"session_peer cannot listen"};
     }
-    port_ = ntohs(address.sin_port);
     thread_ = std::jthread{[this] { serve(); }};
 }
 
@@ -238,9 +210,7 @@ bool session_peer::take(link& from) {
 bool session_peer::pass_on(link& to, const std::string& request) {
     if (!to.server) {
         to.server.emplace(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        sockaddr_in address = loopback(server_port_);
-        if (::connect(to.server->get(), reinterpret_cast<sockaddr*>(&address), sizeof address) !=
-            0) {
+        if (!test_support::connect_to(to.server->get(), server_port_)) {
             return false;
         }
     }

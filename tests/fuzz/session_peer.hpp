@@ -42,6 +42,9 @@ struct change {
 
 [[nodiscard]] std::vector<change> read_changes(input_parts& input);
 
+/// @param answers of which kind::other takes one; empty: it changes nothing
+void apply(const change& wish, std::string& message, const recorded_answers& answers);
+
 class session_peer {
   public:
     /// @param server_port of a real server on loopback

@@ -65,4 +65,21 @@ class web_site {
     probe::probe_requests probes_{scans_, time_, 2};
 };
 
+/// One that serves for the life of the process.
+class web_server {
+  public:
+    explicit web_server(const probe::http_settings& settings)
+        : server_{
+              settings,
+              [this](const probe::http_request& request) { return site_.answer(request); },
+              [this](const std::string& path, int status) { site_.note(path, status); }} {}
+
+    [[nodiscard]] std::uint16_t port() const noexcept { return port_; }
+
+  private:
+    web_site site_;
+    probe::http_server server_;
+    std::uint16_t port_ = server_.start();
+};
+
 } // namespace tarvik::monitoring_modules::fuzz

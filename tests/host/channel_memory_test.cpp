@@ -88,18 +88,6 @@ TEST(channel_memory, follows_channels_that_come_and_go) {
     }
 }
 
-TEST_F(channel_memory_of, lookups_shows_their_texts_and_unknown_values_as_numbers) {
-    define().lookup = "state";
-    const channel_view failed = take(std::int64_t{1}, 0);
-    EXPECT_EQ(failed.value.number, "Failed");
-    EXPECT_EQ(failed.verdict.state, channel_state::error);
-    EXPECT_FALSE(failed.raw_is_shown);
-    const channel_view unknown = take(std::int64_t{77}, 1);
-    EXPECT_EQ(unknown.value.number, "77");
-    EXPECT_EQ(unknown.verdict.state, channel_state::none);
-    EXPECT_FALSE(unknown.lookup_text);
-}
-
 TEST_F(channel_memory_of, limits_compares_what_is_shown) {
     channel_definition& definition = define();
     definition.multiplier = 0.1;

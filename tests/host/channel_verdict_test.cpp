@@ -60,6 +60,9 @@ TEST_F(verdict, follows_rules_and_else_the_module) {
     using enum channel_state;
     constexpr std::int64_t failed = 1;
     constexpr std::int64_t off = 2;
+    constexpr std::int64_t thirty = 30;
+    constexpr std::int64_t unknown = 77;
+    constexpr const char* by_lookup = "Failed is an error by the module's lookup";
     constexpr std::int64_t large =
         9'007'199'254'740'993; // doubles cannot tell it from its neighbour
     struct row {
@@ -92,13 +95,8 @@ TEST_F(verdict, follows_rules_and_else_the_module) {
         {plain, {"", "5", {{"NaN", ok}}}, NAN, ok, false, ""},
         {tenths, {"", "2:5"}, 30.0, ok, false, ""}, // what is shown counts
         {tenths, {"", "2:5"}, 51.0, error, false, "5.1 bar is above 5 bar"},
-        {tenths,
-         {"", "", {{"3", error}}},
-         std::int64_t{30},
-         error,
-         false,
-         "3.0 bar is an error by states"},
-        {tenths, {"", "", {{"30", error}}}, std::int64_t{30}, none, false, ""},
+        {tenths, {"", "", {{"3", error}}}, thirty, error, false, "3.0 bar is an error by states"},
+        {tenths, {"", "", {{"30", error}}}, thirty, none, false, ""},
         {plain, {"", "", {{"9007199254740992", error}}}, large, none, false, ""},
         {plain,
          {"", "", {{"9007199254740993", error}}},
@@ -108,22 +106,17 @@ TEST_F(verdict, follows_rules_and_else_the_module) {
          "9007199254740993 bar is an error by states"},
         {plain, {"0:5", "0:9", {{"-1", ok}}}, -1.0, ok, false, ""}, // a state goes before ranges
         {plain, {"0:5", "0:9", {{"-1", ok}}}, -2.0, error, false, "-2.0 bar is below 0 bar"},
-        {text, {}, failed, error, true, "Failed is an error by the module's lookup"},
+        {text, {}, failed, error, true, by_lookup},
         {text, {}, std::int64_t{0}, ok, false, ""},
         {text, {}, off, none, false, ""},
-        {text, {}, std::int64_t{77}, none, false, ""},
-        {text, {"0:1"}, failed, error, true, "Failed is an error by the module's lookup"},
+        {text, {}, unknown, none, false, ""},
+        {text, {"0:1"}, failed, error, true, by_lookup},
         {text, {"", "0:1"}, failed, ok, false, ""},
         {text, {"", "", {}, false}, failed, none, false, ""},
         {text, {"", "", {{"failed", ok}}}, failed, ok, false, ""},
         {text, {"", "", {{"1", ok}}}, failed, ok, false, ""},
         {text, {"", "", {{"Off", warning}}}, off, warning, false, "Off is a warning by states"},
-        {text,
-         {"", "", {{"Off", warning}}},
-         failed,
-         error,
-         true,
-         "Failed is an error by the module's lookup"},
+        {text, {"", "", {{"Off", warning}}}, failed, error, true, by_lookup},
         {text, {"", "", {{"Off", warning}}, false}, failed, none, false, ""},
         {text, {"", "", {{"*", warning}, {"Off", ok}}}, off, ok, false, ""},
         {text,
@@ -132,12 +125,7 @@ TEST_F(verdict, follows_rules_and_else_the_module) {
          warning,
          false,
          "Failed is a warning by states"},
-        {text,
-         {"", "", {{"*", error}}},
-         std::int64_t{77},
-         error,
-         false,
-         "77 is an error by states"},
+        {text, {"", "", {{"*", error}}}, unknown, error, false, "77 is an error by states"},
     };
     int line = 0;
     for (const row& each : rows) {

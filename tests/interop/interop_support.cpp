@@ -1,8 +1,7 @@
 #include "tests/interop/interop_support.hpp"
 
 #include "tests/support/certificate_factory.hpp"
-
-#include <thread>
+#include "tests/support/patience.hpp"
 
 namespace tarvik::monitoring_modules::tests {
 
@@ -52,14 +51,7 @@ bool answers_yes(recording_host& host, const std::string& kind, const setting_ma
 }
 
 bool sessions_end(tested_server& server, std::chrono::milliseconds longest) {
-    const auto end = std::chrono::steady_clock::now() + longest;
-    while (server.session_count() > 0) {
-        if (std::chrono::steady_clock::now() >= end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds{20});
-    }
-    return true;
+    return test_support::comes_true([&] { return server.session_count() == 0; }, longest);
 }
 
 } // namespace tarvik::monitoring_modules::tests

@@ -3,7 +3,6 @@
 #include "zunohelper/log_sink.h"
 #include "zunohelper/runtime_log.hpp"
 
-#include <atomic>
 #include <cstdint>
 #include <limits>
 #include <thread>
@@ -116,31 +115,13 @@ TEST_F(logs, drop_what_the_host_does_not_want_of_a_thread) {
 }
 
 TEST_F(logs, leave_a_sink_alone_once_it_is_replaced) {
-    struct target {
-        std::atomic<bool> alive{true};
-        std::atomic<int> received{0};
-    };
-    const auto count = [](void* user, auto...) {
-        std::this_thread::yield(); // time for a replacement that does not wait
-        EXPECT_TRUE(static_cast<target*>(user)->alive);
-        ++static_cast<target*>(user)->received;
-    };
-    std::vector<target> targets(50);
-    std::atomic<bool> stop{false};
-    const std::jthread writer{[&] {
-        while (!stop) {
-            runtime->log(severity::debug, "x");
-        }
-    }};
-    for (target& current : targets) {
-        ZunoSetLogSink(count, &current);
-        while (current.received == 0) {
-            std::this_thread::yield();
-        }
-        ZunoSetLogSink(nullptr, nullptr);
-        current.alive = false;
-    }
-    stop = true;
+    const auto sink = [](void* user, auto...) { static_cast<replaced_offer*>(user)->use(); };
+    expect_left_alone_once_replaced(
+        [&](replaced_offer* to) {
+            to == nullptr ? ZunoSetLogSink(nullptr, nullptr) : ZunoSetLogSink(sink, to);
+        },
+        [this] { runtime->log(severity::debug, "x"); }
+    );
 }
 
 TEST(events, go_to_the_observer_as_long_as_there_is_one) {

@@ -1,12 +1,11 @@
 // The host's judge of server certificates.
 
+#include "support.hpp"
 #include "zunohelper/host_trust.hpp"
 #include "zunohelper/server_trust.h"
 
 #include <array>
-#include <atomic>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -75,32 +74,14 @@ TEST_F(server_trust, is_asked_with_null_where_there_is_no_certificate) {
 }
 
 TEST_F(server_trust, leaves_a_judge_alone_once_it_is_replaced) {
-    struct target {
-        std::atomic<bool> alive{true};
-        std::atomic<int> called{0};
-    };
-    const ZunoServerTrust use = [](void* user, const char*, const std::uint8_t*, std::uint32_t) {
-        std::this_thread::yield(); // time for a replacement that does not wait
-        EXPECT_TRUE(static_cast<target*>(user)->alive);
-        ++static_cast<target*>(user)->called;
+    const ZunoServerTrust good = [](void* user, const char*, const std::uint8_t*, std::uint32_t) {
+        static_cast<replaced_offer*>(user)->use();
         return 0U;
     };
-    std::vector<target> targets(50);
-    std::atomic<bool> stop{false};
-    const std::jthread module{[&] {
-        while (!stop) {
-            EXPECT_EQ(ask(), 0U);
-        }
-    }};
-    for (target& current : targets) {
-        ZunoSetServerTrust(use, &current);
-        while (current.called < 2) {
-            std::this_thread::yield();
-        }
-        ZunoSetServerTrust(nullptr, nullptr);
-        current.alive = false;
-    }
-    stop = true;
+    expect_left_alone_once_replaced(
+        [good](replaced_offer* to) { ZunoSetServerTrust(to == nullptr ? nullptr : good, to); },
+        [] { EXPECT_EQ(ask(), 0U); }
+    );
 }
 
 } // namespace

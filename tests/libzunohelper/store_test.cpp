@@ -1,5 +1,6 @@
 // What hosts offer to keep, and what they can have done ahead.
 
+#include "support.hpp"
 #include "zunohelper/host_store.hpp"
 #include "zunohelper/preparation.h"
 #include "zunohelper/preparation.hpp"
@@ -92,39 +93,24 @@ TEST_F(store, keeps_bytes_or_tells_that_it_did_not) {
 }
 
 TEST_F(store, is_left_alone_once_it_is_replaced) {
-    struct target {
-        std::atomic<bool> alive{true};
-        std::atomic<int> called{0};
-    };
-    const auto use = [](void* user) {
-        std::this_thread::yield(); // time for a replacement that does not wait
-        EXPECT_TRUE(static_cast<target*>(user)->alive);
-        return ++static_cast<target*>(user)->called, 1;
-    };
-    static const auto used = use;
     const ZunoStoreLoad load_one = [](void* user, const char*, ZunoStoreGive, void*) {
-        return used(user);
+        static_cast<replaced_offer*>(user)->use();
+        return 1;
     };
     const ZunoStoreSave save_one = [](void* user, const char*, const std::uint8_t*, std::uint32_t) {
-        return used(user);
+        static_cast<replaced_offer*>(user)->use();
+        return 1;
     };
-    std::vector<target> targets(50);
-    std::atomic<bool> stop{false};
-    const std::jthread module{[&] {
-        while (!stop) {
+    expect_left_alone_once_replaced(
+        [&](replaced_offer* to) {
+            to == nullptr ? ZunoSetStore(nullptr, nullptr, nullptr)
+                          : ZunoSetStore(load_one, save_one, to);
+        },
+        [] {
             std::ignore = host_store::load("a-name");
             host_store::save("a-name", "x");
         }
-    }};
-    for (target& current : targets) {
-        ZunoSetStore(load_one, save_one, &current);
-        while (current.called < 2) {
-            std::this_thread::yield();
-        }
-        ZunoSetStore(nullptr, nullptr, nullptr);
-        current.alive = false;
-    }
-    stop = true;
+    );
 }
 
 TEST(preparation, is_done_as_long_as_there_is_a_module) {

@@ -115,34 +115,4 @@ TEST_F(custom_sensor, names_a_channel_after_its_node_or_fails) {
     EXPECT_EQ(result["channel_definitions"][0]["name"]["text"], "Speed");
 }
 
-TEST_F(custom_sensor, fails_a_scan_whose_values_do_not_fit) {
-    const auto error_of = [&](const std::string& node, const auto& value, const std::string& id) {
-        EXPECT_EQ(create(1, {id}), done);
-        server.set_value(node, value);
-        EXPECT_EQ(host.scan(1), done);
-        EXPECT_EQ(host.destroy(1), done);
-        return host.take_message()["message"]["text"].get<std::string>();
-    };
-    const std::string status = "ns=2;s=Text.WithNumber";
-    EXPECT_EQ(
-        error_of(status, "abc", status),
-        "The sensor cannot parse the received data. The received data must be a numeric value."
-    );
-    const std::string speed = "ns=2;s=Pump.Speed";
-    EXPECT_EQ(
-        error_of(speed, std::uint64_t{1} << 63U, speed),
-        "The value in the channel exceeds the allowed range (Int64)."
-    );
-    EXPECT_EQ(
-        error_of(speed, 1.5, speed),
-        "set_value called with an float value, but the channel's value mode is not float."
-    );
-    EXPECT_EQ(
-        error_of("ns=2;s=Array.Doubles", 1.5, "'ns=2;s=Array.Doubles'[1]"),
-        "The entered syntax indicates an array but the value of the variable on the targeted OPC "
-        "UA server "
-        "is scalar. Adjust the syntax to match the targeted variable."
-    );
-}
-
 } // namespace

@@ -8,7 +8,6 @@
 #include "tests/module/information_support.hpp"
 
 #include <algorithm>
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -86,30 +85,6 @@ TEST(information, has_a_lookup_for_every_channel_that_names_one) {
     for (const std::string& lookup : used) {
         EXPECT_TRUE(document().at("Lookups").contains(lookup)) << lookup;
     }
-}
-
-TEST(information, lets_settings_depend_on_values_that_others_of_their_group_can_have) {
-    std::map<std::string, std::set<std::string>> options; // by group and setting
-    for_each_setting([&](const std::string& group, const json& item) {
-        const json& setting = item.at("Setting");
-        if (setting.contains("Selection")) {
-            for (const json& option : setting.at("Selection").at("Options")) {
-                options[group + "." + setting.at("Name").get<std::string>()].insert(
-                    option.at("Value")
-                );
-            }
-        }
-        if (item.contains("DependsOn")) {
-            const auto& possible = options[group + "." + item.at("DependsOn").get<std::string>()];
-            std::string condition = item.at("Condition");
-            for (std::size_t comma = 0; comma != std::string::npos;) {
-                comma = condition.find(',');
-                EXPECT_TRUE(possible.contains(condition.substr(0, comma))) << item;
-                condition.erase(0, comma == std::string::npos ? comma : comma + 1);
-            }
-        }
-    });
-    EXPECT_EQ(document().at("Groups").at("connection_custom").at("Items").size(), 59U);
 }
 
 /// Every text that the structure shows stands under its key, and no key is left over.

@@ -5,6 +5,7 @@
 #include "opcua/client/endpoint_list.hpp"
 #include "opcua/connect_watch.hpp"
 #include "tests/opcua/secured_settings.hpp"
+#include "tests/support/patience.hpp"
 #include "tests/support/scripted_peer.hpp"
 
 #include <chrono>
@@ -40,82 +41,42 @@ struct bad_server : testing::Test {
 };
 
 TEST_F(bad_server, that_closes_while_we_connect_ends_the_one_attempt) {
+    using enum moment;
+    using enum deed;
+    using enum security_mode;
     const struct {
-        const char* name;
         security_mode mode;
-        script plan;
-        std::string error;
+        moment when;
+        deed what;
+        std::string error = connection_closed;
     } rows[] = {
-        {"at once", security_mode::none, {moment::connecting, deed::close}, connection_closed},
-        {"after HEL", security_mode::none, {moment::hello, deed::close}, connection_closed},
-        {"instead of ACK",
-         security_mode::none,
-         {moment::hello, deed::close_answer},
-         connection_closed},
-        {"after OPN", security_mode::none, {moment::opening, deed::close}, connection_closed},
-        {"instead of the channel",
-         security_mode::none,
-         {moment::opening, deed::close_answer},
-         connection_closed},
-        {"at FindServers",
-         security_mode::none,
-         {moment::find_servers, deed::close},
-         connection_closed},
-        {"at the endpoints",
-         security_mode::none,
-         {moment::get_endpoints, deed::close},
-         connection_closed},
-        {"instead of them",
-         security_mode::none,
-         {moment::get_endpoints, deed::close_answer},
-         connection_closed},
-        {"at the session",
-         security_mode::none,
-         {moment::create_session, deed::close},
-         connection_closed},
-        {"instead of it",
-         security_mode::none,
-         {moment::create_session, deed::close_answer},
-         connection_closed},
-        {"at the login",
-         security_mode::none,
-         {moment::activate_session, deed::close},
-         connection_closed},
-        {"instead of its answer",
-         security_mode::none,
-         {moment::activate_session, deed::close_answer},
-         connection_closed},
-        {"secured, at once",
-         security_mode::sign,
-         {moment::connecting, deed::close},
-         connection_closed},
-        {"secured, at the endpoints",
-         security_mode::sign,
-         {moment::get_endpoints, deed::close},
-         connection_closed},
-        {"drops a signed OPN",
-         security_mode::sign,
-         {moment::opening_secured, deed::close},
-         security_refused},
-        {"drops an encrypted OPN",
-         security_mode::sign_encrypt,
-         {moment::opening_secured, deed::close},
-         security_refused},
-        {"secured, at the session",
-         security_mode::sign,
-         {moment::create_session, deed::close},
-         connection_closed},
+        {none, connecting, close},
+        {none, hello, close},
+        {none, hello, close_answer},
+        {none, opening, close},
+        {none, opening, close_answer},
+        {none, find_servers, close},
+        {none, get_endpoints, close},
+        {none, get_endpoints, close_answer},
+        {none, create_session, close},
+        {none, create_session, close_answer},
+        {none, activate_session, close},
+        {none, activate_session, close_answer},
+        {sign, connecting, close},
+        {sign, get_endpoints, close},
+        {sign, opening_secured, close, security_refused},
+        {sign_encrypt, opening_secured, close, security_refused},
+        {sign, create_session, close},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        client_settings settings =
-            row.mode == security_mode::none ? settings_for(peer) : secured(peer, row.mode);
+        SCOPED_TRACE(testing::Message() << "row " << &row - rows);
+        client_settings settings = row.mode == none ? settings_for(peer) : secured(peer, row.mode);
         settings.timeout_s = patience_s;
         logged_client client{settings};
         peer.play({});
         static_cast<void>(client->has_matching_endpoint()
         ); // makes the key pair, where it needs one
-        peer.play(row.plan);
+        peer.play({row.when, row.what});
         const int before = peer.connections();
         EXPECT_EQ(error_of([&] { client->ensure_connected(); }), row.error);
         EXPECT_LT(since_last_close(), 200ms);
@@ -237,11 +198,7 @@ TEST(refused_login, leaves_no_session_however_often_it_is_tried) {
         }
     }
     // The last goodbye may still be under way.
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{10};
-    while (server->session_count() > 0 && std::chrono::steady_clock::now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds{5});
-    }
-    EXPECT_EQ(server->session_count(), 0U);
+    EXPECT_TRUE(comes_true([&] { return server->session_count() == 0; }));
     logged_client right{with_user(settings_for(*server), "password1")};
     EXPECT_EQ(error_of([&] { right.read(tank_level); }), "no error");
     EXPECT_EQ(server->session_count(), 1U);
@@ -264,20 +221,16 @@ TEST_F(bad_server, keeps_few_sessions_that_nobody_uses) {
             EXPECT_NE(error_of([&] { checked->ensure_connected(); }), "no error");
         }
     }
-    const auto comes_down = [&](std::size_t count) {
-        const auto deadline = std::chrono::steady_clock::now() + 10s;
-        while (server->session_count() > count && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(20ms);
-        }
-        return server->session_count();
+    const auto comes_down_to = [&](std::size_t count) {
+        return comes_true([&] { return server->session_count() <= count; }, 10s);
     };
-    EXPECT_LE(comes_down(1), 1U);
+    EXPECT_TRUE(comes_down_to(1));
     peer.play({});
     logged_client works{settings, unfinished};
     EXPECT_EQ(error_of([&] { works.read(tank_level); }), "no error");
     EXPECT_EQ(works.lines("Session opened: "), 1);
     // Its session is a usual one: it outlives the short ones.
-    EXPECT_LE(comes_down(2), 2U);
+    EXPECT_TRUE(comes_down_to(2));
     std::this_thread::sleep_for(2500ms);
     EXPECT_EQ(error_of([&] { works.read(tank_level); }), "no error");
     EXPECT_EQ(works.lines("perform one retry"), 0);

@@ -1,9 +1,7 @@
 """The programs under test as child processes: simulated plants, and `opcua-probe serve` in front of them."""
-import queue
 import re
 import socket
 import subprocess
-import threading
 import time
 
 # Names that would break out of a page that took them for markup.
@@ -32,32 +30,21 @@ def free_port():
 
 
 class Program:
-    def __init__(self, *command):
-        self.command = command
+    def __init__(self, log, *command):
+        self.log, self.command = log, command
         self.start()
 
     def start(self):
-        self.process = subprocess.Popen(self.command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-        self.lines = queue.Queue()
-        threading.Thread(target=self.read, args=(self.process.stdout, self.lines), daemon=True).start()
-
-    @staticmethod
-    def read(stream, lines):
-        for line in stream:
-            lines.put(line.rstrip())
-        lines.put(None)
+        with open(self.log, "wb") as output:
+            self.process = subprocess.Popen(self.command, stdout=output, stderr=subprocess.STDOUT)
 
     def wait_for(self, pattern, seconds=20):
-        """The first group of the first line that matches; an error with the program's words when none comes."""
-        deadline, said = time.monotonic() + seconds, []
-        try:
-            while (line := self.lines.get(timeout=max(0, deadline - time.monotonic()))) is not None:
-                said.append(line)
-                if found := re.search(pattern, line):
-                    return found[1]
-        except queue.Empty:
-            pass
-        raise AssertionError(f"{self.command[0]} never said {pattern!r}, but: " + " | ".join(said[-5:]))
+        """The first group of the first match in what the program says."""
+        deadline = time.monotonic() + seconds
+        while not (found := re.search(pattern, said := self.log.read_text(errors="replace"))):
+            assert time.monotonic() < deadline, f"{self.command[0]} never said {pattern!r}, but: {said[-500:]}"
+            time.sleep(0.05)
+        return found[1]
 
     def end(self):
         self.process.terminate()
@@ -94,7 +81,8 @@ class Plant:
             raise
 
     def add(self, *command):
-        self.children.append(Program(*map(str, command)))
+        log = self.folder / f"program-{len(self.children)}.log"
+        self.children.append(Program(log, *map(str, command)))
         return self.children[-1]
 
     def __enter__(self):

@@ -12,7 +12,8 @@ namespace {
 
 [[nodiscard]] command_line parse_words(std::vector<const char*> arguments) {
     arguments.insert(arguments.begin(), "opcua-probe");
-    return parse_command_line(static_cast<int>(arguments.size()), arguments.data());
+    std::string help;
+    return parse_command_line(static_cast<int>(arguments.size()), arguments.data(), help);
 }
 
 TEST(command_line, lets_checks_answer_as_a_plugin) {

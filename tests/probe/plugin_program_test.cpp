@@ -85,8 +85,6 @@ TEST_F(plugin_program, takes_states_in_place_of_the_lookup_and_of_the_message) {
     };
     const row rows[] = {
         {{}, 2, "\n[CRITICAL] Door: False (0), an error by the module's lookup\n"},
-        {{"--state", "Door=False:ok"}, 0, "OPCUA OK - Door False (0) at "},
-        {{"--state", "Door=none"}, 0, "\n[OK] Door: False (0)\n"},
         {{"--state", "False:warning"}, 1, "OPCUA WARNING - Door is False (server "},
         {{"--state", "none", "--message-state", "fault*:critical"},
          2,

@@ -34,7 +34,8 @@ TEST_F(probe_program_texts, speaks_other_languages) {
     EXPECT_THAT(result["message"]["text"].get<std::string>(), HasSubstr("Certificate"));
     EXPECT_EQ(result["channel_definitions"][0]["name"]["translated"], "Days to Expiration");
     EXPECT_THAT(
-        run({"check", "endpoint", "--language", "xx"}, 64), HasSubstr("none of de (German), en")
+        run({"check", "endpoint", "--language", "xx"}, 64),
+        AllOf(HasSubstr("none of de (German), en"), HasSubstr("\nopcua-probe check --help tells"))
     );
 }
 

@@ -14,20 +14,18 @@
 namespace tarvik::monitoring_modules::probe {
 namespace {
 
-using simulator::certificate_issuer;
 using simulator::plant_options;
 using simulator::plant_server;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
-plant_options secured(simulator::certificate_options certificate = {}, std::uint16_t port = 0) {
+plant_options secured(std::uint16_t port = 0) {
     return {
         .port = port,
         .users = true,
         .encrypt_passwords = true,
-        .endpoints = {.none = true, .sign = true, .sign_encrypt = true},
-        .certificate = certificate};
+        .endpoints = {.none = true, .sign = true, .sign_encrypt = true}};
 }
 
 struct trust_program : testing::Test {
@@ -102,33 +100,6 @@ TEST_F(trust_program, needs_a_person_to_begin_with) {
     }
 }
 
-TEST_F(trust_program, tells_each_reason) {
-    const struct {
-        simulator::certificate_options certificate;
-        bool trusted;
-        const char* status;
-        const char* words;
-    } cases[] = {
-        {{.expired = true}, true, "BadCertificateTimeInvalid", "expired on 20"},
-        {{.issuer = certificate_issuer::test_ca},
-         false,
-         "BadCertificateChainIncomplete",
-         "CN=Tarvik simulator test CA"},
-        {{.issuer = certificate_issuer::test_ca}, true, "", "OK"},
-    };
-    for (const auto& each : cases) {
-        plant_server plant{secured(each.certificate)};
-        plant.start();
-        if (each.trusted) {
-            trust(plant);
-        }
-        for (const char* mode : modes) {
-            const outcome shown = scan(plant, mode);
-            EXPECT_THAT(shown.text, AllOf(HasSubstr(each.status), HasSubstr(each.words))) << mode;
-        }
-    }
-}
-
 TEST_F(trust_program, takes_a_persons_word_for_a_server_that_is_called_otherwise) {
     plant_server plant{secured()};
     plant.start();
@@ -163,7 +134,7 @@ TEST_F(trust_program, is_loud_when_somebody_else_answers) {
     trust(*first);
     EXPECT_EQ(scan(*first, "sign_encrypt").code, 0);
     first.reset();
-    plant_server second{secured({}, port)};
+    plant_server second{secured(port)};
     second.start();
     for (const char* mode : modes) {
         const outcome shown = scan(second, mode);

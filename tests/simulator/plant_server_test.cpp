@@ -87,7 +87,7 @@ TEST(plant_server, a_session_ends_after_its_time_out) {
     plant.start();
     test_client client;
     ASSERT_EQ(client.connect(plant.endpoint_url()), UA_STATUSCODE_GOOD);
-    EXPECT_TRUE(wait_until([&] { return plant.session_count() == 0; }));
+    EXPECT_TRUE(comes_true([&] { return plant.session_count() == 0; }));
     EXPECT_NE(client.read(temperature), UA_STATUSCODE_GOOD);
 }
 

@@ -3,6 +3,7 @@
 
 #include "simulator/certificate_maker.hpp"
 #include "simulator/plant_values.hpp"
+#include "tests/support/patience.hpp"
 
 #include <chrono>
 #include <memory>
@@ -121,17 +122,6 @@ class test_client final {
     std::unique_ptr<UA_Client, deleter> client_;
 };
 
-/// Asks every few milliseconds, for five seconds at most.
-template <typename Condition>
-bool wait_until(const Condition& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{5};
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds{5});
-    }
-    return true;
-}
+using monitoring_modules::test_support::comes_true;
 
 } // namespace tarvik::simulator

@@ -9,8 +9,10 @@ import re
 WITH_PARENT = ("setpriv", "--pdeathsig", "KILL")
 # The allocator overwrites what it gives and takes back. So all memory that is allocated counts as resident at once (the
 # stack's buffers of 64 KiB otherwise become so page by page, for a quarter of an hour), and what is used after it was
-# given back, or before it was filled, is no longer right by chance. One heap for all threads, or each grows by itself.
-ENVIRONMENT = {"MALLOC_PERTURB_": "165", "MALLOC_ARENA_MAX": "1"}
+# given back, or before it was filled, is no longer right by chance. One heap for all threads, or each grows by itself; and
+# no thread keeps for its next need what was given back, which would count as not given back.
+ENVIRONMENT = {
+    "MALLOC_PERTURB_": "165", "MALLOC_ARENA_MAX": "1", "GLIBC_TUNABLES": "glibc.malloc.tcache_count=0"}
 
 
 class Child:
@@ -19,11 +21,17 @@ class Child:
         self._asking = asyncio.Lock()
 
     @classmethod
-    async def start(cls, name, *command, errors=None):
+    async def start(cls, name, *command, meter=None, errors=None):
+        """`meter`: the library that is preloaded and tells what the heap holds, and the file to which it does."""
+        environment = {**os.environ, **ENVIRONMENT}
+        if meter:
+            environment |= {"LD_PRELOAD": str(meter[0]), "SOAK_HEAP": str(meter[1])}
         process = await asyncio.create_subprocess_exec(
             *WITH_PARENT, *map(str, command), stdin=asyncio.subprocess.PIPE, stdout=asyncio.subprocess.PIPE,
-            stderr=errors, env={**os.environ, **ENVIRONMENT}, limit=2**22, start_new_session=True)
-        return cls(name, process)
+            stderr=errors, env=environment, limit=2**22, start_new_session=True)
+        child = cls(name, process)
+        child.heap_file = meter[1] if meter else None
+        return child
 
     async def ask(self, order):
         """The answer to one line, JSON."""
@@ -52,9 +60,13 @@ class Child:
         text = pathlib.Path(f"/proc/{self.pid}/status").read_text()
         return int(re.search(rf"^{field}:\s+(\d+)", text, re.MULTILINE)[1])
 
-    def memory(self):
+    def resident(self):
         """KiB, without mapped files."""
         return self._status("RssAnon")
+
+    def heap(self):
+        """KiB that the allocator has given out and not got back."""
+        return int(self.heap_file.read_text()) / 1024
 
     def threads(self):
         return self._status("Threads")
@@ -71,10 +83,12 @@ class Serve(Child):
         self.port = 0
 
     @classmethod
-    async def open(cls, program, configuration, log):
-        with open(log, "wb") as errors:
-            child = await cls.start("serve", program, "serve", "--config", configuration, errors=errors)
-        child.log = pathlib.Path(log)
+    async def open(cls, program, configuration, folder, meter):
+        child_log = folder / "serve.log"
+        with child_log.open("wb") as errors:
+            child = await cls.start(
+                "serve", program, "serve", "--config", configuration, meter=(meter, folder / "serve.heap"), errors=errors)
+        child.log = child_log
         for _ in range(600):  # the key pair may have to be made first
             await asyncio.sleep(0.1)
             if found := re.search(r"Serving http://127\.0\.0\.1:(\d+)/", child.log.read_text()):

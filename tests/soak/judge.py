@@ -11,8 +11,9 @@ from plant import EXPECTED_SESSIONS
 from schedule import Fault
 
 LONGEST_ATTEMPT = 15.0  # seconds; one that began in a fault may end after it: time-outs of 5 s each
-LONGEST_WAIT = 60.0  # of serve between two attempts
+LONGEST_WAIT = 10.0  # of serve between two attempts, as its intervals are short
 SLOW_MACHINE = 10.0  # seconds that scans may be late for no fault of anybody, and twice what the machine stood still
+SLOW_SINCE = 60.0  # in so many seconds before
 STANDSTILL = 1.0  # seconds that serve, the host or the servers were late for the soak: time-outs may have passed as well
 SETTLED_AFTER = 15.0  # seconds after a fault: by then, servers have let go of sessions without clients
 
@@ -37,9 +38,7 @@ class Server:
     active: bool = False
     began: float = 0.0  # wall clock, as all that follows
     ended: float = 0.0
-    wait: float = 0.0  # serve said that it would try again then
     awaited: set = dataclasses.field(default_factory=set)  # who has no value since the end
-    failed_after: set = dataclasses.field(default_factory=set)
 
 
 class Judge:
@@ -58,7 +57,7 @@ class Judge:
         # sensor alone has no value.
         self.episodes, self.reasons, self.sensor_episodes = 0, 0, 0
         self.scans_of_host, self.stale_of_host, self.bad_of_host = {}, {}, {}
-        self.recoveries = collections.defaultdict(list)  # by kind and who: (seconds, intervals, since the announcement)
+        self.recoveries = collections.defaultdict(list)  # by kind and who: (seconds, intervals)
         self.lost = collections.defaultdict(lambda: [0, 0])  # by kind: faults, failed scans of the host
         self.judged = collections.Counter()
 
@@ -74,7 +73,7 @@ class Judge:
         self.standstills.append((time.time(), seconds))
 
     def slow(self, now):
-        return SLOW_MACHINE + 2 * sum(seconds for end, seconds in self.standstills if end > now - LONGEST_WAIT)
+        return SLOW_MACHINE + 2 * sum(seconds for end, seconds in self.standstills if end > now - SLOW_SINCE)
 
     def doubt(self, *failure):
         """Fails unless the machine turns out to have stood still at that time."""
@@ -94,8 +93,7 @@ class Judge:
         server = self.servers[fault.server]
         if server.awaited:
             self.give_up(fault.server, server, "the next fault has come")
-        server.fault, server.active, server.began, server.wait = fault, True, time.time(), 0.0
-        server.awaited, server.failed_after = set(), set()
+        server.fault, server.active, server.began, server.awaited = fault, True, time.time(), set()
         self.lost[fault.kind.name][0] += 1
 
     def end(self, fault):
@@ -123,7 +121,6 @@ class Judge:
             lanes[number] = max(lanes[number], sensor["last_scan"] or 0)
             self.see_sensor(number, who, sensor)
         for number, last in lanes.items():
-            self.judged["lane"] += 1
             server = self.servers[number]
             calm = not server.active and not server.awaited
             allowed = settings.VALUE_INTERVAL * 2 + self.slow(now) if calm else \
@@ -135,7 +132,6 @@ class Judge:
         self.settle_doubts(now)
 
     def see_connection(self, number, connection, now):
-        server = self.servers[number]
         since, was_ready = self.since.get(number, (connection["since"], True))
         is_ready = connection["state"] == "ready"
         if connection["since"] != since:
@@ -145,8 +141,6 @@ class Judge:
         announced = connection["next_attempt"] or 0
         if announced > now + LONGEST_WAIT + 1:
             self.fail("wait", number, f"serve waits {announced - now:.1f} s")
-        if server.awaited and now < server.ended + LONGEST_ATTEMPT + self.slow(now):
-            server.wait = max(server.wait, announced)
 
     def see_sensor(self, number, who, sensor):
         good, last = sensor["state"] == "ok", round(1000 * (sensor["last_scan"] or 0))
@@ -191,10 +185,8 @@ class Judge:
             if new_bad and server.fault:
                 self.lost[server.fault.kind.name][1] += new_bad
             bad_begin, good_begin = sensor["bad_begin"] / 1000, sensor["good_begin"] / 1000
-            if new_bad and not server.active and bad_begin > server.ended:
-                server.failed_after.add(bad_begin)
-                if not server.awaited:
-                    self.doubt("without a fault", number, f"the host's scan failed: {last['text']}")
+            if new_bad and not server.active and not server.awaited and bad_begin > server.ended:
+                self.doubt("without a fault", number, f"the host's scan failed: {last['text']}")
             if new_bad and server.active and server.fault.kind.harmless and bad_begin > server.began:
                 self.doubt("harmless", number, f"the host's scan failed: {last['text']}")
             if "host" in server.awaited and good_begin > server.ended:
@@ -205,17 +197,15 @@ class Judge:
     def recovered(self, server, who, when, interval):
         server.awaited.discard(who)
         late = when - server.ended
-        after_wait = when - max(server.ended, server.wait)
-        self.recoveries[server.fault.kind.name, who].append((late, late / interval, after_wait / interval))
+        self.recoveries[server.fault.kind.name, who].append((late, late / interval))
 
     def see_late(self, number, server, now):
         if not server.awaited or server.active:
             return
-        for who, interval, begins in (
-                ("value", settings.VALUE_INTERVAL, server.wait), ("status", settings.STATUS_INTERVAL, server.wait),
-                ("host", settings.HOST_INTERVAL, 0)):
-            allowed = max(server.ended + LONGEST_ATTEMPT, begins) + 2 * interval + self.slow(now)
-            if who in server.awaited and now > allowed:
+        for who, wait in (("value", max(LONGEST_WAIT, 2 * settings.VALUE_INTERVAL)),
+                          ("status", max(LONGEST_WAIT, 2 * settings.STATUS_INTERVAL)),
+                          ("host", 2 * settings.HOST_INTERVAL)):
+            if who in server.awaited and now > server.ended + LONGEST_ATTEMPT + wait + self.slow(now):
                 self.give_up(number, server, f"{now - server.ended:.1f} s after the end")
 
     def give_up(self, number, server, why):
@@ -229,14 +219,14 @@ class Judge:
             row = [f"{kind:<12}{faults:>7}{bad / faults:>16.1f}"]
             for who in ("value", "status", "host"):
                 times = self.recoveries[kind, who]
-                row.append(f"{statistics.median(t for t, _, _ in times):>8.1f} {max(t for t, _, _ in times):>5.1f}"
+                row.append(f"{statistics.median(t for t, _ in times):>8.1f} {max(t for t, _ in times):>5.1f}"
                            if times else f"{'-':>14}")
             yield "".join(row)
 
     def two_intervals(self, who):
-        """How many there were, how many were good within two intervals, and within two of the announced attempt."""
+        """How many recoveries there were, how many within two intervals, and the longest in seconds."""
         times = [one for (_, whom), all_of in self.recoveries.items() if whom == who for one in all_of]
-        return len(times), sum(i <= 2 for _, i, _ in times), sum(i <= 2 for _, _, i in times)
+        return len(times), sum(i <= 2 for _, i in times), max((t for t, _ in times), default=0)
 
     def see_sessions(self, counts):
         """Of settled servers; returns those that have another number than they should."""

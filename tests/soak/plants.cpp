@@ -5,9 +5,10 @@
  * usage: soak_plants PLANTS SECURED      the last SECURED plants offer SignAndEncrypt and user1
  */
 #include "simulator/plant_server.hpp"
-#include "tests/soak/session_filler.hpp"
+#include "tests/simulator/test_client.hpp"
 #include <sys/resource.h>
 
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <functional>
@@ -25,13 +26,49 @@ namespace {
 
 using simulator::plant_options;
 using simulator::plant_server;
+using simulator::test_client;
 
 constexpr std::uint16_t places_for_sessions = 20;
 constexpr std::chrono::seconds session_time_out{10}; // of sessions whose client has gone
 
+/// Clients that keep their sessions.
+class crowd final {
+  public:
+    /// Opens sessions until the server refuses one.
+    void fill(const std::string& url) {
+        while (clients_.size() < places_for_sessions) {
+            auto client = std::make_unique<test_client>();
+            if (client->connect(url) != UA_STATUSCODE_GOOD) {
+                return;
+            }
+            clients_.push_back(std::move(client));
+        }
+    }
+    /// To delete one that is connected takes 100 ms.
+    void release() {
+        for (const auto& client : clients_) {
+            UA_Client_disconnectAsync(client->get());
+            const auto end = std::chrono::steady_clock::now() + std::chrono::seconds{1};
+            while (has_channel(*client) && std::chrono::steady_clock::now() < end) {
+                UA_Client_run_iterate(client->get(), 1);
+            }
+        }
+        clients_.clear();
+    }
+
+  private:
+    [[nodiscard]] static bool has_channel(const test_client& client) {
+        UA_SecureChannelState channel = UA_SECURECHANNELSTATE_CLOSED;
+        UA_Client_getState(client.get(), &channel, nullptr, nullptr);
+        return channel != UA_SECURECHANNELSTATE_CLOSED;
+    }
+
+    std::vector<std::unique_ptr<test_client>> clients_;
+};
+
 struct plant {
     std::unique_ptr<plant_server> server;
-    session_filler filler;
+    crowd others;
 };
 
 [[nodiscard]] plant_options options_of(bool secured) {
@@ -105,9 +142,9 @@ class plants final {
             {"fill",
              [&] {
                  one.server->close_all_sessions();
-                 static_cast<void>(one.filler.fill(one.server->endpoint_url()));
+                 one.others.fill(one.server->endpoint_url());
              }},
-            {"release", [&] { one.filler.release(); }},
+            {"release", [&] { one.others.release(); }},
             {"step", [&] { one.server->step_clock(seconds); }},
         };
         const auto found = orders.find(what);

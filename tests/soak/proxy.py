@@ -36,7 +36,6 @@ class Proxy:
         self.drip = 0.0  # seconds for each byte
         self.refusing = False
         self.end_after = None  # (bytes, by_reset): each connection ends when it has carried so many
-        self.accepted = 0
         self._flowing = asyncio.Event()
         self._flowing.set()
         self._connections = set()
@@ -67,7 +66,6 @@ class Proxy:
         self.end_connections(by_reset=True)
 
     async def _carry(self, from_client, to_client):
-        self.accepted += 1
         if self.refusing:
             abort(to_client)
             return

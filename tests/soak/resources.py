@@ -17,32 +17,37 @@ class Resources:
 
     def __init__(self, child):
         self.child = child
-        self.memory = []  # (seconds since the start, KiB)
+        self.memory = []  # (seconds since the start, KiB resident, KiB of the heap)
         self.threads_seen = set()
 
     async def baseline(self):
-        self.files = 0
-        for _ in range(5):  # while a host makes a sensor anew, its connection is missing
+        self.files, heap = 0, []
+        for _ in range(10):  # while a host makes a sensor anew, its connection is missing
             self.files = max(self.files, self.child.files())
-            await asyncio.sleep(0.2)
+            heap.append(self.child.heap())
+            await asyncio.sleep(0.1)
+        self.heap = statistics.median(heap)
         self.threads = self.child.threads()
 
     def sample(self, seconds):
-        self.memory.append((seconds, self.child.memory()))
+        self.memory.append((seconds, self.child.resident(), self.child.heap()))
         self.threads_seen.add(self.child.threads())
 
     def keep(self, folder):
         """The last sample, for those who want to see the curve."""
         with (folder / f"{self.child.name}-memory.txt").open("a") as file:
-            file.write("{:.1f} s {} KiB\n".format(*self.memory[-1]))
+            file.write("{:.1f} s {} KiB resident, heap {:.0f} KiB\n".format(*self.memory[-1]))
 
     def growth(self, begin, end):
         """KiB a minute, of the samples between two times."""
-        return 60 * slope([point for point in self.memory if begin <= point[0] <= end])
+        return 60 * slope([point[:2] for point in self.memory if begin <= point[0] <= end])
 
     def extra_files(self):
         return self.child.files() - self.files
 
+    def extra_heap(self):
+        return self.child.heap() - self.heap
+
     def line(self):
-        memory = self.memory[-1][1] / 1024
-        return f"{memory:.1f} MiB {self.child.files()} files {self.child.threads()} threads"
+        resident, heap = (kib / 1024 for kib in self.memory[-1][1:])
+        return f"{resident:.1f} MiB (heap {heap:.2f}) {self.child.files()} files {self.child.threads()} threads"

@@ -2,8 +2,7 @@
 import dataclasses
 import random
 
-GRACE = 20.0  # a server's next fault comes no earlier after the last one, so that each can be judged by itself;
-LONGEST_WAIT = 60.0  # after a long fault so much later, because serve's next attempt may come so late
+GRACE = 40.0  # seconds; a server's next fault comes no earlier after the last one, so that each can be judged by itself
 MOST_AT_ONCE = 8
 MOST_BLOCKING = 3  # those that make clients wait for their time-outs: the host has eight threads
 
@@ -75,5 +74,5 @@ def make_schedule(seed, seconds, servers, secured, pause):
         active = [fault for fault in faults if fault.end > now]
         blocking = sum(fault.kind.blocks for fault in active)
         if free_from[server] <= now and len(active) < MOST_AT_ONCE and not (kind.blocks and blocking >= MOST_BLOCKING):
-            free_from[server] = end + GRACE + min(LONGEST_WAIT, 1.5 * (end - now))
+            free_from[server] = end + GRACE
             faults.append(Fault(len(faults) + 1, kind, server, now, end, amount))

@@ -91,4 +91,4 @@ def write_host_sensors(folder, plant, pki):
 def paths(build):
     build = pathlib.Path(build).resolve()
     return {"probe": build / "bin/opcua-probe", "plants": build / "bin/soak_plants", "host": build / "bin/soak_host",
-            "libraries": build / "lib"}
+            "module": build / "lib/libOPCUA.so", "meter": build / "lib/libsoak_heap.so"}

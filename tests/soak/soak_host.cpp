@@ -2,17 +2,17 @@
  * A host of the module with eight threads, which scan all sensors in their interval, whichever
  * thread is free; now and then one makes its sensor anew, asks for a check or sends a notification.
  *
- * usage: soak_host LIBRARIES SENSORS INTERVAL_MS
+ * usage: soak_host MODULE SENSORS INTERVAL_MS
  *
- * LIBRARIES  the folder of the two libraries
- * SENSORS    file; each line {"id": 1, "record": {...}, "check": {...}, "notification": {...}},
+ * MODULE   the library
+ * SENSORS  file; each line {"id": 1, "record": {...}, "check": {...}, "notification": {...}},
  * where the record's first channel is the time of the server, in ms since 1970
  *
  * Answers each line of standard input with a line of JSON: what is known of each sensor. Ends with
  * its standard input, after it has destroyed all sensors.
  */
+#include "host/monitoring_module.hpp"
 #include "tests/soak/first_seen.hpp"
-#include "tests/soak/host_library.hpp"
 
 #include <algorithm>
 #include <atomic>
@@ -33,6 +33,8 @@ namespace tarvik::soak {
 
 namespace {
 
+using monitoring_modules::probe::module_functions;
+using monitoring_modules::probe::module_library;
 using nlohmann::json;
 using steady = std::chrono::steady_clock;
 
@@ -69,7 +71,6 @@ struct answer {
 thread_local answer* expected = nullptr; // NOLINT: the callback knows no other way to its caller
 
 std::atomic<std::uint64_t> strays{0}; // NOLINT: messages that nobody waits for
-std::atomic<std::uint64_t> lines{0};  // NOLINT: of the log
 
 void receive(std::uint64_t /*context*/, const std::uint8_t* bytes, std::uint32_t size) {
     const json message = json::parse(bytes, bytes + size, nullptr, false);
@@ -88,20 +89,20 @@ void receive(std::uint64_t /*context*/, const std::uint8_t* bytes, std::uint32_t
     }
 }
 
-void count_line(
+void drop_line(
     void* /*user*/,
     const char* /*source*/,
-    std::int32_t severity,
+    std::int32_t /*severity*/,
     const char* /*text*/,
     std::uint32_t /*length*/
-) {
-    lines += severity <= 4 ? 1 : 0; // what a host without a sink would see
-}
+) {}
 
 class host final {
   public:
     host(
-        const host_library& module, std::vector<sensor> sensors, std::chrono::milliseconds interval
+        const module_functions& module,
+        std::vector<sensor> sensors,
+        std::chrono::milliseconds interval
     )
         : module_{module},
           sensors_{std::move(sensors)},
@@ -126,7 +127,7 @@ class host final {
         }
         for (const sensor& one : sensors_) {
             if (one.created) {
-                module_.destroy(one.id);
+                module_.destroy_sensor_instance(one.id);
             }
         }
     }
@@ -139,7 +140,7 @@ class host final {
         for (const sensor& one : sensors_) {
             all.push_back(one.known);
         }
-        return {{"lines", lines.load()}, {"strays", strays.load()}, {"sensors", std::move(all)}};
+        return {{"strays", strays.load()}, {"sensors", std::move(all)}};
     }
 
   private:
@@ -185,13 +186,15 @@ class host final {
             };
         };
         if (round % rounds_of_a_check == 0) {
-            call(module_.check, one.id)(one.check);
+            call(module_.execute_check, one.id)(one.check);
         }
         if (round % rounds_of_a_notification == 0) {
-            call(module_.meta_scan, one.id, OPCUA_MODULE_META_SCAN_NOTIFICATION)(one.notification);
+            call(module_.execute_meta_scan, one.id, OPCUA_MODULE_META_SCAN_NOTIFICATION)(
+                one.notification
+            );
         }
         if (one.created && round % rounds_of_a_sensor == 0) {
-            module_.destroy(one.id);
+            module_.destroy_sensor_instance(one.id);
             one.created = false;
         }
         answer got;
@@ -199,10 +202,11 @@ class host final {
         const std::int64_t begin = milliseconds_now();
         expected = &got;
         if (!one.created) {
-            one.created = call(module_.create, one.id)(one.record) == OPCUA_MODULE_DONE;
+            one.created =
+                call(module_.create_sensor_instance, one.id)(one.record) == OPCUA_MODULE_DONE;
         }
         if (one.created) {
-            module_.scan(one.id);
+            module_.execute_sensor_scan(one.id);
         }
         expected = nullptr;
         const std::int64_t end = milliseconds_now();
@@ -226,7 +230,7 @@ class host final {
         known["last"] = std::move(found);
     }
 
-    const host_library& module_;
+    const module_functions& module_;
     std::vector<sensor> sensors_; // as many as at the start
     const std::chrono::milliseconds interval_;
     std::mutex mutex_;
@@ -254,13 +258,14 @@ class host final {
 
 int run(const std::vector<std::string>& words) {
     if (words.size() != 4) {
-        throw std::invalid_argument{"usage: soak_host LIBRARIES SENSORS INTERVAL_MS"};
+        throw std::invalid_argument{"usage: soak_host MODULE SENSORS INTERVAL_MS"};
     }
-    const host_library module{words[1]};
+    const module_library library{words[1]};
+    const module_functions& module = library.functions();
     first_seen trust;
-    module.set_log_sink(count_line, nullptr);
-    module.set_server_trust(first_seen::judge, &trust);
-    if (module.initialize(1, receive) != OPCUA_MODULE_INITIALISED) {
+    library.framework().set_log_sink(drop_line, nullptr);
+    library.framework().set_server_trust(first_seen::judge, &trust);
+    if (module.initialize_module(1, receive) != OPCUA_MODULE_INITIALISED) {
         throw std::runtime_error{"the module cannot be initialised"};
     }
     {
@@ -269,8 +274,8 @@ int run(const std::vector<std::string>& words) {
             std::cout << all.report() << std::endl; // NOLINT(performance-avoid-endl): waited for
         }
     }
-    const std::uint32_t cleaned = module.clean_up();
-    module.set_server_trust(nullptr, nullptr);
+    const std::uint32_t cleaned = module.cleanup_module();
+    library.framework().set_server_trust(nullptr, nullptr);
     return cleaned == 0 ? 0 : 1;
 }
 

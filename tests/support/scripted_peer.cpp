@@ -1,9 +1,7 @@
 #include "tests/support/scripted_peer.hpp"
 
+#include "tests/support/loopback.hpp"
 #include "tests/support/wire_message.hpp"
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 #include <poll.h>
 #include <unistd.h>
@@ -35,39 +33,6 @@ class socket_owner {
     int descriptor_;
 };
 
-namespace {
-
-sockaddr_in loopback(std::uint16_t port) {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    return address;
-}
-
-bool send_all(int to, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t sent = ::send(to, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        if (sent <= 0) {
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(sent));
-    }
-    return true;
-}
-
-/// Adds what has come. False at the end of the connection.
-bool receive(int from, std::string& to) {
-    std::array<char, 65536> bytes;
-    const ssize_t got = ::recv(from, bytes.data(), bytes.size(), 0);
-    if (got > 0) {
-        to.append(bytes.data(), static_cast<std::size_t>(got));
-    }
-    return got > 0;
-}
-
-} // namespace
-
 /// One client and its own connection to the server.
 struct scripted_peer::link {
     socket_owner client;
@@ -83,15 +48,11 @@ scripted_peer::scripted_peer(std::uint16_t server_port, script plan)
     : server_port_{server_port},
       listener_{::socket(AF_INET, SOCK_STREAM, 0)},
       plan_{std::move(plan)} {
-    sockaddr_in address = loopback(0);
-    socklen_t length = sizeof address;
-    auto* generic = reinterpret_cast<sockaddr*>(&address);
-    if (::bind(listener_, generic, length) != 0 || ::listen(listener_, 64) != 0 ||
-        ::getsockname(listener_, generic, &length) != 0) {
+    port_ = listen_at(listener_);
+    if (port_ == 0) {
         ::close(listener_);
         throw std::runtime_error{"scripted_peer cannot listen"};
     }
-    port_ = ntohs(address.sin_port);
     thread_ = std::jthread{[this] { serve(); }};
 }
 
@@ -170,8 +131,7 @@ void scripted_peer::accept_one(std::map<int, link>& links) {
         return;
     }
     socket_owner server{::socket(AF_INET, SOCK_STREAM, 0)};
-    sockaddr_in address = loopback(server_port_);
-    if (::connect(server.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+    if (connect_to(server.get(), server_port_)) {
         const int key = client.get();
         links.emplace(key, link{std::move(client), std::move(server)});
     }
@@ -216,6 +176,9 @@ bool scripted_peer::move_answer(link& of) {
             set_service_result(message, std::exchange(of.next_result, UA_STATUSCODE_GOOD));
         }
         rewrite_answer(message, now);
+        if (now.rewrite_bytes) {
+            now.rewrite_bytes({reinterpret_cast<UA_Byte*>(message.data()), message.size()});
+        }
         if (!send_all(of.client.get(), message)) {
             return false;
         }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <span>
 #include <string>
 #include <thread>
 
@@ -51,6 +52,8 @@ struct script {
     /// The same for the answers to GetEndpoints and CreateSession.
     std::function<void(UA_GetEndpointsResponse&)> rewrite_endpoints{};
     std::function<void(UA_CreateSessionResponse&)> rewrite_session{};
+    /// Changes the bytes of each message of the server.
+    std::function<void(std::span<UA_Byte>)> rewrite_bytes{};
 };
 
 /// Listens on loopback from construction to destruction. What it counts may be asked for at any

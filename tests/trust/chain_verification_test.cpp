@@ -7,6 +7,11 @@ namespace {
 
 using namespace std::chrono_literals;
 
+const auto& server = the_plant().server;
+const auto& self_signed = the_plant().self_signed;
+const auto& intermediate = the_plant().intermediate;
+const auto& root = the_plant().root;
+
 revocation_list revoking(
     const test::made_certificate& issuer,
     const std::vector<test::made_certificate>& revoked,
@@ -17,165 +22,105 @@ revocation_list revoking(
         .at(0);
 }
 
+using revocation_lists = std::vector<revocation_list>;
+
+/// A trusted root, with lists of what was revoked.
+auto with(const std::function<revocation_lists()>& lists) {
+    return [lists](question& ask) {
+        trust_root(ask);
+        ask.lists.revoked = lists();
+    };
+}
+
+test::made_certificate somebody_else(const test::made_certificate& issuer) {
+    auto request = server_request(&issuer);
+    request.common_names = {"somebody else"};
+    return test::make_certificate(request);
+}
+
+const auto authority_server = with_extension("basicConstraints", "CA:TRUE");
+
 const verification_case chain_cases[] = {
-    {"trusted_leaf",
-     good,
-     "",
-     [](question& ask) {
-         ask.chain = {read(the_plant().self_signed)};
-         ask.lists.trusted = ask.chain;
-     }},
+    {"trusted_leaf", [](question& ask) { ask.shows(self_signed).trusts(self_signed); }},
     {"trusted_leaf_of_an_unknown_authority",
-     good,
-     "",
-     [](question& ask) {
-         ask.chain = {read(the_plant().server)};
-         ask.lists.trusted = ask.chain;
-     }},
-    {"trusted_root_with_known_issuer", good, "", trust_root},
+     [](question& ask) { ask.shows(server).trusts(server); }},
+    {"trusted_root_with_known_issuer", trust_root},
     {"trusted_root_and_the_chain_that_the_server_sends",
-     good,
-     "",
-     [](question& ask) {
-         trust_root(ask);
-         ask.lists.issuers.clear();
-         ask.chain.push_back(read(the_plant().intermediate));
-     }},
+     [](question& ask) { ask.shows(server, intermediate).trusts(root); }},
     {"trusted_intermediate_authority",
-     good,
-     "",
-     [](question& ask) {
-         ask.chain = {read(the_plant().server)};
-         ask.lists.trusted = {read(the_plant().intermediate)};
-     }},
+     [](question& ask) { ask.shows(server).trusts(intermediate); }},
     {"unknown_self_signed",
+     [](question& ask) { ask.shows(self_signed); },
      bad_certificate_untrusted,
      "is not trusted",
-     [](question& ask) { ask.chain = {read(the_plant().self_signed)}; },
      true},
     {"root_only_known_as_issuer",
+     [](question& ask) { ask.shows(server).knows(intermediate, root); },
      bad_certificate_untrusted,
      "CN=Plant Root",
-     [](question& ask) {
-         trust_root(ask);
-         ask.lists.issuers.push_back(read(the_plant().root));
-         ask.lists.trusted.clear();
-     },
      true},
     {"authorities_that_the_server_brings_are_not_trusted",
+     [](question& ask) { ask.shows(server, intermediate, root); },
      bad_certificate_untrusted,
      "CN=Plant Root",
-     [](question& ask) {
-         ask.chain = {
-             read(the_plant().server), read(the_plant().intermediate), read(the_plant().root)};
-     },
      true},
     {"issuer_missing",
+     [](question& ask) { ask.shows(server).trusts(root); },
      bad_certificate_chain_incomplete,
      "CN=Plant Line 1",
-     [](question& ask) {
-         trust_root(ask);
-         ask.lists.issuers.clear();
-     },
      true},
     {"same_names_but_another_key",
-     bad_certificate_untrusted,
-     "",
      [](question& ask) {
          auto request = server_request();
          request.key = test::key_kind::other_rsa;
-         ask.chain = {read(test::make_certificate(request))};
-         ask.lists.trusted = {read(the_plant().self_signed)};
+         ask.shows(test::make_certificate(request)).trusts(self_signed);
      },
+     bad_certificate_untrusted,
+     "",
      true},
     {"trusted_leaf_vouches_for_nobody",
-     bad_certificate_issuer_use_not_allowed,
-     "",
-     [](question& ask) {
-         ask.chain = {read(test::make_certificate(server_request(&the_plant().self_signed)))};
-         auto other = server_request(&the_plant().self_signed);
-         other.common_names = {"somebody else"};
-         ask.chain = {read(test::make_certificate(other))};
-         ask.lists.trusted = {read(the_plant().self_signed)};
-     }},
+     [](question& ask) { ask.shows(somebody_else(self_signed)).trusts(self_signed); },
+     bad_certificate_issuer_use_not_allowed},
     {"nor_does_a_server_that_calls_itself_an_authority",
+     [](question& ask) {
+         static const auto proud = test::make_certificate(authority_server);
+         ask.shows(somebody_else(proud)).trusts(proud);
+     },
      bad_certificate_issuer_use_not_allowed,
-     "no authority",
-     [](question& ask) {
-         static const auto proud =
-             test::make_certificate(with_extension("basicConstraints", "CA:TRUE"));
-         auto other = server_request(&proud);
-         other.common_names = {"somebody else"};
-         ask.chain = {read(test::make_certificate(other))};
-         ask.lists.trusted = {read(proud)};
-     }},
+     "no authority"},
     {"but_that_server_itself_is_accepted",
-     good,
-     "",
-     [](question& ask) {
-         trust_changed_server(ask, with_extension("basicConstraints", "CA:TRUE"));
-     }},
+     [](question& ask) { ask.trusts_what_it_shows(authority_server); }},
     {"revoked",
+     with([] { return revocation_lists{revoking(intermediate, {server})}; }),
      bad_certificate_revoked,
-     "has been revoked",
-     [](question& ask) {
-         trust_root(ask);
-         ask.lists.revoked = {revoking(the_plant().intermediate, {the_plant().server})};
-     }},
+     "has been revoked"},
     {"revoked_although_trusted_by_itself",
-     bad_certificate_revoked,
-     "",
      [](question& ask) {
          trust_root(ask);
-         ask.lists.trusted = ask.chain;
-         ask.lists.revoked = {revoking(the_plant().intermediate, {the_plant().server})};
-     }},
+         ask.trusts(server).lists.revoked = {revoking(intermediate, {server})};
+     },
+     bad_certificate_revoked},
     {"issuer_revoked",
+     with([] { return revocation_lists{revoking(root, {intermediate})}; }),
      bad_certificate_issuer_revoked,
-     "Plant Line 1",
-     [](question& ask) {
-         trust_root(ask);
-         ask.lists.revoked = {revoking(the_plant().root, {the_plant().intermediate})};
-     }},
+     "Plant Line 1"},
     {"revoked_by_an_outdated_list",
-     bad_certificate_revoked,
-     "",
-     [](question& ask) {
-         trust_root(ask);
-         ask.lists.revoked = {revoking(the_plant().intermediate, {the_plant().server}, now - 1h)};
-     }},
+     with([] { return revocation_lists{revoking(intermediate, {server}, now - 1h)}; }),
+     bad_certificate_revoked},
     {"others_revoked",
-     good,
-     "",
-     [](question& ask) {
-         trust_root(ask);
-         ask.lists.revoked = {revoking(the_plant().intermediate, {the_plant().self_signed})};
-     }},
-    {"list_of_somebody_with_the_same_name",
-     good,
-     "",
-     [](question& ask) {
-         trust_root(ask);
+     with([] { return revocation_lists{revoking(intermediate, {self_signed})}; })},
+    {"list_of_somebody_with_the_same_name", with([] {
          static const auto impostor =
              test::make_certificate(authority_request("Plant Line 1", test::key_kind::rsa));
-         ask.lists.revoked = {revoking(impostor, {the_plant().server})};
-     }},
+         return revocation_lists{revoking(impostor, {server})};
+     })},
     {"list_out_of_date",
+     with([] { return revocation_lists{revoking(intermediate, {}, now - 1h)}; }),
      bad_certificate_revocation_unknown,
-     "out of date",
-     [](question& ask) {
-         trust_root(ask);
-         ask.lists.revoked = {revoking(the_plant().intermediate, {}, now - 1h)};
-     }},
-    {"outdated_and_current_list",
-     good,
-     "",
-     [](question& ask) {
-         trust_root(ask);
-         ask.lists.revoked = {
-             revoking(the_plant().intermediate, {}, now - 1h),
-             revoking(the_plant().intermediate, {})};
-     }},
+     "out of date"},
+    {"outdated_and_current_list", with([] {
+         return revocation_lists{revoking(intermediate, {}, now - 1h), revoking(intermediate, {})};
+     })},
 };
 
 struct chain : testing::TestWithParam<verification_case> {};

@@ -14,143 +14,98 @@ test::certificate_request valid(std::chrono::sys_seconds from, std::chrono::sys_
     return request;
 }
 
+test::certificate_request named(const std::vector<test::alternative_name>& names) {
+    auto request = server_request();
+    request.common_names = {"plc.example"};
+    request.alternative_names = names;
+    return request;
+}
+
+/// The plant's server, reached under another name or as another application.
+auto asked_for(const std::string& host, const std::string& application = plant_uri) {
+    return [=](question& ask) {
+        trust_root(ask);
+        ask.server = {host, application};
+    };
+}
+
+auto showing(const test::certificate_request& request, const std::string& host = "localhost") {
+    return [=](question& ask) { ask.trusts_what_it_shows(request).server.host = host; };
+}
+
+const auto expired = valid(now - 48h, now - 1h);
+
 const verification_case server_cases[] = {
-    {"expired",
-     bad_certificate_time_invalid,
-     "expired on 20",
-     [](question& ask) { trust_changed_server(ask, valid(now - 48h, now - 1h)); }},
+    {"expired", showing(expired), bad_certificate_time_invalid, "expired on 20"},
     {"not_yet_valid",
+     showing(valid(now + 1h, now + 48h)),
      bad_certificate_time_invalid,
-     "Compare the clocks",
-     [](question& ask) { trust_changed_server(ask, valid(now + 1h, now + 48h)); }},
+     "Compare the clocks"},
     {"expired_and_confirmed",
+     [](question& ask) { ask.trusts_what_it_shows(expired).confirmed = true; },
      bad_certificate_time_invalid,
-     "expired on 20",
-     [](question& ask) {
-         trust_changed_server(ask, valid(now - 48h, now - 1h));
-         ask.confirmed = true;
-     }},
+     "expired on 20"},
     {"unknown_matters_more_than_expired",
+     [](question& ask) { ask.trusts_what_it_shows(expired).lists.trusted.clear(); },
      bad_certificate_untrusted,
      "",
-     [](question& ask) {
-         trust_changed_server(ask, valid(now - 48h, now - 1h));
-         ask.lists.trusted.clear();
-     },
      true},
     {"expired_issuer",
-     bad_certificate_issuer_time_invalid,
-     "\"Old Root\"",
      [](question& ask) {
          auto request = authority_request("Old Root", test::key_kind::other_rsa);
          request.not_after = now - 1min;
          static const auto old = test::make_certificate(request);
-         ask.chain = {read(test::make_certificate(server_request(&old)))};
-         ask.lists.trusted = {read(old)};
-     }},
+         ask.shows(test::make_certificate(server_request(&old))).trusts(old);
+     },
+     bad_certificate_issuer_time_invalid,
+     "\"Old Root\""},
     {"another_host",
+     asked_for("plc.example"),
      bad_certificate_host_name_invalid,
      "\"localhost\", \"127.0.0.1\" and not for \"plc.example\"",
-     [](question& ask) {
-         trust_root(ask);
-         ask.server.host = "plc.example";
-     },
      true},
     {"another_host_confirmed",
-     good,
-     "",
      [](question& ask) {
-         trust_root(ask);
-         ask.server = {"plc.example", "urn:other"};
+         asked_for("plc.example", "urn:other")(ask);
          ask.confirmed = true;
      }},
-    {"address",
-     good,
-     "",
-     [](question& ask) {
-         trust_root(ask);
-         ask.server.host = "127.0.0.1";
-     }},
-    {"host_in_another_case",
-     good,
-     "",
-     [](question& ask) {
-         trust_root(ask);
-         ask.server.host = "LocalHost";
-     }},
+    {"address", asked_for("127.0.0.1")},
+    {"host_in_another_case", asked_for("LocalHost")},
     {"common_name_is_no_host",
+     showing(named({{test::name_kind::uri, plant_uri}}), "plc.example"),
      bad_certificate_host_name_invalid,
      "names no host",
-     [](question& ask) {
-         auto request = server_request();
-         request.common_names = {"plc.example"};
-         request.alternative_names = {{test::name_kind::uri, plant_uri}};
-         trust_changed_server(ask, request);
-         ask.server.host = "plc.example";
-     },
      true},
     {"address_written_as_a_name",
-     good,
-     "",
-     [](question& ask) {
-         auto request = server_request();
-         request.alternative_names = {
-             {test::name_kind::uri, plant_uri}, {test::name_kind::dns, "192.0.2.7"}};
-         trust_changed_server(ask, request);
-         ask.server.host = "192.0.2.7";
-     }},
+     showing(
+         named({{test::name_kind::uri, plant_uri}, {test::name_kind::dns, "192.0.2.7"}}),
+         "192.0.2.7"
+     )},
     {"another_application",
+     asked_for("localhost", "urn:other"),
      bad_certificate_uri_invalid,
      "\"urn:other\"",
-     [](question& ask) {
-         trust_root(ask);
-         ask.server.application_uri = "urn:other";
-     },
      true},
-    {"application_not_known",
-     good,
-     "",
-     [](question& ask) {
-         trust_root(ask);
-         ask.server.application_uri.clear();
-     }},
+    {"application_not_known", asked_for("localhost", "")},
     {"no_application_in_it",
+     showing(named({{test::name_kind::dns, "localhost"}})),
      bad_certificate_uri_invalid,
      "names no application",
-     [](question& ask) {
-         auto request = server_request();
-         request.alternative_names = {{test::name_kind::dns, "localhost"}};
-         trust_changed_server(ask, request);
-     },
      true},
-    {"no_names_at_all",
-     bad_certificate_host_name_invalid,
-     "names no host",
-     [](question& ask) {
-         auto request = server_request();
-         request.alternative_names.clear();
-         trust_changed_server(ask, request);
-     },
-     true},
+    {"no_names_at_all", showing(named({})), bad_certificate_host_name_invalid, "no host", true},
     {"for_signatures_only",
+     showing(with_extension("keyUsage", "digitalSignature")),
      bad_certificate_use_not_allowed,
-     "encipherment",
-     [](question& ask) {
-         trust_changed_server(ask, with_extension("keyUsage", "digitalSignature"));
-     }},
+     "encipherment"},
     {"for_clients_only",
+     showing(with_extension("extendedKeyUsage", "clientAuth")),
      bad_certificate_use_not_allowed,
-     "server authentication",
-     [](question& ask) {
-         trust_changed_server(ask, with_extension("extendedKeyUsage", "clientAuth"));
-     }},
+     "server authentication"},
     {"says_nothing_of_its_use",
-     good,
-     "",
      [](question& ask) {
          auto request = with_extension("keyUsage", "");
          set_extension(request, "extendedKeyUsage", "");
-         trust_changed_server(ask, request);
+         ask.trusts_what_it_shows(request);
      }},
 };
 

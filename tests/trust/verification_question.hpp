@@ -37,13 +37,34 @@ struct question {
     trust_lists lists;
     asked_server server{"localhost", plant_uri};
     bool confirmed = false;
+
+    template <typename... Made>
+    question& shows(const Made&... made) {
+        chain = {read(made)...};
+        return *this;
+    }
+    template <typename... Made>
+    question& trusts(const Made&... made) {
+        lists.trusted = {read(made)...};
+        return *this;
+    }
+    template <typename... Made>
+    question& knows(const Made&... issuers) {
+        lists.issuers = {read(issuers)...};
+        return *this;
+    }
+    /// Trusts the server that it shows.
+    question& trusts_what_it_shows(const test::certificate_request& request) {
+        const auto made = test::make_certificate(request);
+        return shows(made).trusts(made);
+    }
 };
 
 struct verification_case {
     const char* name;
-    trust_status status;
-    const char* reason; ///< a part of it
     std::function<void(question&)> arrange;
+    trust_status status = good;
+    const char* reason = ""; ///< a part of it
     bool may_be_confirmed = false;
 };
 
@@ -53,14 +74,7 @@ inline void PrintTo(const verification_case& shown, std::ostream* to) {
 
 /// Trusts the root and knows the intermediate authority.
 inline void trust_root(question& ask) {
-    ask.chain = {read(the_plant().server)};
-    ask.lists.trusted = {read(the_plant().root)};
-    ask.lists.issuers = {read(the_plant().intermediate)};
-}
-
-inline void trust_changed_server(question& ask, const test::certificate_request& request) {
-    ask.chain = {read(test::make_certificate(request))};
-    ask.lists.trusted = ask.chain;
+    ask.shows(the_plant().server).trusts(the_plant().root).knows(the_plant().intermediate);
 }
 
 inline test::certificate_request with_extension(const std::string& name, const std::string& value) {

@@ -8,10 +8,10 @@
 #include "zunohelper/sensor_interface.hpp"
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <unordered_map>
 
 namespace tarvik::monitoring_modules::libzunohelper {
 
@@ -68,7 +68,7 @@ class ZUNOHELPER_API sensor_stock {
     void erase(std::int32_t id) noexcept;
 
     mutable std::mutex mutex_;
-    std::map<std::int32_t, std::shared_ptr<slot>> slots_; // guarded by mutex_
+    std::unordered_map<std::int32_t, std::shared_ptr<slot>> slots_; // guarded by mutex_
 };
 
 } // namespace tarvik::monitoring_modules::libzunohelper
