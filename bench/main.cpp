@@ -156,7 +156,7 @@ bool print_reports(const tarvik::bench::plant_farm& farm, bool pinned, bool smok
 
 } // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
     auto [pinned, smoke, scale, arguments] = parsed(argc, argv);
     if (scale) {
         return run_scale(*scale) ? 0 : 1;
@@ -196,4 +196,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     return print_reports(farm, pinned, smoke) ? 0 : 1;
+} catch (const std::exception& error) {
+    static_cast<void>(std::fprintf(stderr, "opcua_bench: %s\n", error.what()));
+    return 1;
 }

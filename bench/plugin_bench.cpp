@@ -32,6 +32,7 @@ double milliseconds(const timeval& time) {
 /// @throws std::runtime_error when it does not end with 0.
 double cpu_of(std::vector<std::string> words) {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }
@@ -72,7 +73,8 @@ struct samples {
 bool print_plugin_calls(std::size_t calls) {
     const std::string port = std::to_string(plant().port());
     const std::string node = "ns=2;s=Boiler.Temperature";
-    const std::string pair = std::string{std::getenv("STATE_DIRECTORY")} + "/client-key-pair";
+    const char* const state = std::getenv("STATE_DIRECTORY");
+    const std::string pair = std::string{state == nullptr ? "." : state} + "/client-key-pair";
     samples bare{
         "bare_program", {BARE_PROGRAM, "opc.tcp://127.0.0.1:" + port + "/", node, pair}, {}};
     samples plugin{
