@@ -2,8 +2,8 @@
 
 #include "host/hint.hpp"
 #include "host/json.hpp"
+#include "host/json_reader.hpp"
 #include "host/probe_error.hpp"
-#include <rapidjson/document.h>
 #include <rapidjson/error/en.h>
 
 #include <array>
@@ -269,16 +269,15 @@ any_message parse_message(std::string_view text, const translation& texts) {
     const auto sent = std::make_shared<const std::string>(
         texts.english() ? std::string{text} : with_translations(text, texts)
     );
-    constexpr unsigned flags = rapidjson::kParseFullPrecisionFlag | // numbers as they were sent
-                               rapidjson::kParseValidateEncodingFlag;
     std::array<char, 8192> room; // for a usual message
     rapidjson::MemoryPoolAllocator<> memory{room.data(), room.size()};
     rapidjson::Document document{&memory};
-    document.Parse<flags>(sent->data(), sent->size());
-    if (document.HasParseError()) {
+    if (const rapidjson::ParseResult read = read_json(*sent, document); read.IsError()) {
+        const bool by_number = read.Code() == rapidjson::kParseErrorTermination;
         refuse(
-            std::string{"no JSON: "} + rapidjson::GetParseError_En(document.GetParseError()) +
-            " (byte " + std::to_string(document.GetErrorOffset()) + ")"
+            std::string{"no JSON: "} +
+            (by_number ? "a number beyond what a double holds" : rapidjson::GetParseError_En(read.Code())) +
+            " (byte " + std::to_string(read.Offset()) + ")"
         );
     }
     const json_object object{document};

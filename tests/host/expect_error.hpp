@@ -14,7 +14,7 @@ template <typename Call>
 void expect_error(Call call, exit_code code, const std::string& part) {
     try {
         call();
-        ADD_FAILURE() << "nothing was thrown";
+        ADD_FAILURE() << "nothing was thrown: " << part;
     } catch (const probe_error& error) {
         EXPECT_EQ(error.code(), code);
         EXPECT_THAT(error.what(), testing::HasSubstr(part));

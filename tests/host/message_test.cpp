@@ -21,7 +21,8 @@ TEST(message, reads_a_complete_scan_result) {
             "mode": {"code": 2, "name": "difference"}, "lookup": "l", "multiplier": 0.5,
             "limits": {"enabled": true, "lower_warning": 28, "upper_error": 7.5}}],
         "channels": [{"id": 2, "value": 9223372036854775807}, {"id": 3, "value": 948.58064999999999},
-            {"id": 4, "value": "NaN"}, {"id": 5, "value": "Infinity"}, {"id": 6, "value": "-Infinity"}],
+            {"id": 4, "value": "NaN"}, {"id": 5, "value": "Infinity"}, {"id": 6, "value": "-Infinity"},
+            {"id": 7, "value": 0.0e300}, {"id": 8, "value": 18446744073709551616}, {"id": 9, "value": 5e-324}],
         "of a later version": {}, "error_code_text": null)");
     EXPECT_EQ(result.id, 7);
     EXPECT_EQ(result.error_code, 5);
@@ -38,13 +39,16 @@ TEST(message, reads_a_complete_scan_result) {
     EXPECT_EQ(definition.limits.lower_warning, 28);
     EXPECT_EQ(definition.limits.upper_error, 7.5);
     EXPECT_FALSE(definition.limits.lower_error || definition.limits.upper_warning);
-    ASSERT_EQ(result.channels.size(), 5U);
+    ASSERT_EQ(result.channels.size(), 8U);
     EXPECT_EQ(std::get<std::int64_t>(result.channels[0].value), 9'223'372'036'854'775'807);
     EXPECT_EQ(std::get<double>(result.channels[1].value), 948.58064999999999)
         << "to the last digit";
     EXPECT_TRUE(std::isnan(as_double(result.channels[2].value)));
     EXPECT_GT(as_double(result.channels[3].value), 1e308);
     EXPECT_LT(as_double(result.channels[4].value), -1e308);
+    EXPECT_EQ(std::get<double>(result.channels[5].value), 0);
+    EXPECT_EQ(std::get<double>(result.channels[6].value), 0x1p64);
+    EXPECT_EQ(std::get<double>(result.channels[7].value), 5e-324);
 }
 
 TEST(message, does_without_what_may_be_absent) {
@@ -77,6 +81,8 @@ TEST(message, names_what_is_wrong) {
         {"", "no JSON"},
         {"{", "no JSON"},
         {"{} x", "no JSON"},
+        {"[1e400]", "no JSON"},
+        {"[1e-400]", "no JSON: a number beyond what a double holds"},
         {"{\"type\": \"\xff\"}", "no JSON"},
         {"[]", "no JSON object"},
         {R"({"type": 1})", "\"type\" is no text"},
