@@ -12,7 +12,7 @@ namespace {
 using source = planned_setting::source;
 
 [[nodiscard]] std::string setting_text(const planned_setting& setting) {
-    const std::string text = yaml_text(setting.text);
+    std::string text = yaml_text(setting.text);
     switch (setting.from) {
     case source::file:
         return "{file: " + text + "}";

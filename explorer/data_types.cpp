@@ -73,6 +73,7 @@ void data_types::learn(const std::vector<opcua::ua_node_id>& types) {
 
 void data_types::learn_names(const std::vector<const UA_NodeId*>& types) {
     std::vector<UA_ReadValueId> items;
+    items.reserve(types.size());
     for (const UA_NodeId* type : types) {
         items.push_back(item_of(*type, UA_ATTRIBUTEID_BROWSENAME));
     }
@@ -102,6 +103,7 @@ void data_types::learn_texts(const std::vector<const UA_NodeId*>& types) {
         }
     }
     std::vector<UA_ReadValueId> items;
+    items.reserve(properties.size());
     for (const opcua::ua_node_id& property : properties) {
         items.push_back(item_of(*property, UA_ATTRIBUTEID_VALUE));
     }

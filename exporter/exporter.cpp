@@ -73,6 +73,7 @@ class exporter_service final {
 
     /// Serves until the program is to end.
     void run(interruption& interrupt) {
+        interrupt.let_hangup_reload(); // before anybody can know that it serves
         const auto tell = [this](std::int32_t severity, const std::string& line) {
             terminal_.line(severity, line);
         };
@@ -91,7 +92,6 @@ class exporter_service final {
         scans.apply(config_->sensors);
         place_ = "Serving " + url_of(config_->listen, port);
         terminal_.line(place_);
-        interrupt.let_hangup_reload();
         notify_service_manager("READY=1\nSTATUS=" + place_);
         while (interrupt.wait_for_reload()) {
             reload(scans, probes, server);

@@ -276,7 +276,8 @@ any_message parse_message(std::string_view text, const translation& texts) {
         const bool by_number = read.Code() == rapidjson::kParseErrorTermination;
         refuse(
             std::string{"no JSON: "} +
-            (by_number ? "a number beyond what a double holds" : rapidjson::GetParseError_En(read.Code())) +
+            (by_number ? "a number beyond what a double holds"
+                       : rapidjson::GetParseError_En(read.Code())) +
             " (byte " + std::to_string(read.Offset()) + ")"
         );
     }
