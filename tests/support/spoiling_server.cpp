@@ -2,6 +2,7 @@
 
 #include "simulator/server_setup.hpp"
 
+#include <chrono>
 #include <string_view>
 #include <utility>
 
@@ -18,7 +19,11 @@ thread_local decltype(UA_SecurityPolicySignatureAlgorithm::sign) stack_sign = nu
 } // namespace
 
 spoiling_server::spoiling_server()
-    : options_{.application_uri = "urn:spoiling", .endpoints = {true, true, true}},
+    : options_{
+          .application_uri = "urn:spoiling",
+          .endpoints = {true, true, true},
+          .session_timeout = std::chrono::seconds{10}, // a spoiled session is closed by nobody
+          .max_sessions = 10'000},
       identity_{simulator::make_identity(options_.certificate, options_.application_uri, "spoils")},
       logger_{{}, simulator::log_level::fatal} {
     loop_.emplace([this] { return make(); }, [] {});
